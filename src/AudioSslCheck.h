@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// AudioSslCheck.h - messages, the order of calls and the check of a handle: what every operation
+// goes through before its work.
+
+#ifndef AUDIO_SSL_CHECK_H
+#define AUDIO_SSL_CHECK_H
+
+#include "SslCore.h"
+#include "debug_msglevel.h"
+
+#include <cstdint>
+
+// Prints one message to standard output, if `level` has the bit of its class: "[class] " and the
+// text. The lines of two threads do not mix.
+__attribute__((format(printf, 3, 4))) void ssl_print(int32_t level, MsgClass msg_class,
+                                                     const char *text, ...);
+
+// The operations that have an order.
+enum SslOperation : uint32_t {
+    kInit,
+    kConfig,
+    kGetConfig,
+    kSetShape,
+    kSetArbitraryShape,
+    kCalParams,
+    kSetMode,
+    kApplyDigitalGain,
+    kRun,
+    kGetDirection,
+    kResetMapping,
+};
+
+// Whether the calls before `operation` were made. 0, or the code of the first that is owed, after
+// its message.
+int32_t ssl_check_order(const SslHandle *handle, SslOperation operation);
+
+// Whether Init has made an instance of the buffer, of whatever build.
+bool ssl_has_magic(const SslHandle *handle);
+
+// Whether the buffer holds an instance of this build. 0, or a code, after its message.
+int32_t ssl_check_handle(const SslHandle *handle, int32_t level, SslOperation operation);
+
+// Both, the order first.
+int32_t ssl_check_call(const SslHandle *handle, SslOperation operation);
+
+#endif

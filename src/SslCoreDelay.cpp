@@ -1,0 +1,254 @@
+// SPDX-License-Identifier: MIT
+// SslCoreDelay.cpp - the road of a frame, from samples to a vote, top to bottom.
+//
+// bf_mode 0: generalised cross-correlation with phase transform (C. H. Knapp and G. C. Carter, "The
+// generalized correlation method for estimation of time delay", IEEE Trans. ASSP 24, 1976), graded
+// by the ratio of peak to mean, with one vote a frame for the nearest of nine directions.
+// bf_mode 1: average magnitude difference function, squared, over the newest 128 samples.
+
+#include "SslCore.h"
+#include "SslCoreReduce.h"
+#include "window.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+static_assert(kWindowLength == kFftLength, "the window covers the analysed samples");
+
+// ---- Samples in -----------------------------------------------------------------------------
+
+void ssl_deinterleave(SslHandle *handle, const int16_t *microphone_input)
+{
+    for (uint32_t n = 0; n < kFrameLength; ++n)
+        for (uint32_t mic = 0; mic < kMicCount; ++mic)
+            handle->input_pcm[mic][n] = microphone_input[kMicCount * n + mic];
+}
+
+void ssl_load_frame(SslHandle *handle)
+{
+    for (uint32_t mic = 0; mic < kMicCount; ++mic) {
+        float *const older = handle->time_frame[mic];
+        float *const newest = older + kFrameLength;
+        std::memcpy(older, newest, kFrameLength * sizeof(float));
+        for (uint32_t n = 0; n < kFrameLength; ++n)
+            newest[n] = static_cast<float>(handle->input_pcm[mic][n]) / 32768.0f;
+    }
+    // Both comparison frames hold microphone 0, on purpose.
+    const float *const newest = handle->time_frame[0] + kFrameLength;
+    std::memcpy(handle->ref_frame_a, newest, sizeof handle->ref_frame_a);
+    for (float(&frame)[kFrameLength] : handle->ref_frame_b)
+        std::memcpy(frame, newest, sizeof frame);
+
+    // Computed with every frame, and not used further.
+    [[maybe_unused]] float zero_crossing_rate;
+    ssl_zero_crossing_rate(newest, kFrameLength, &zero_crossing_rate);
+}
+
+void ssl_frame_energy(SslHandle *handle)
+{
+    const float *const x0 = handle->time_frame[0];
+    const float *const x1 = handle->time_frame[1];
+    float energy = 0.0f;
+    for (uint32_t i = 0; i < kFftLength; ++i)
+        energy += (x0[i] * x0[i] + x1[i] * x1[i]) / 2.0f;
+    handle->frame_energy = energy;
+    handle->energy_sum += energy;
+}
+
+// ---- Spectral estimator ---------------------------------------------------------------------
+
+namespace
+{
+
+// Transforms fft_scratch in place.
+void transform(SslHandle *handle, FftDirection direction)
+{
+    fft_rdft(&handle->fft, kFftLength, direction, handle->fft_scratch, handle->fft_aux_a,
+             handle->fft_aux_b);
+}
+
+} // namespace
+
+void ssl_spectra(SslHandle *handle)
+{
+    for (uint32_t mic = 0; mic < kMicCount; ++mic) {
+        float *const scratch = handle->fft_scratch;
+        std::memcpy(scratch, handle->time_frame[mic], sizeof handle->time_frame[mic]);
+        scratch[kFftLength] = 0.0f;
+        scratch[kFftLength + 1] = 0.0f;
+        window_apply(scratch, kWindowAnalysis);
+        transform(handle, kFftForward);
+        std::memcpy(handle->spectrum[mic], scratch, sizeof handle->spectrum[mic]);
+    }
+}
+
+namespace
+{
+
+// X0 times the conjugate of X1. Real and imaginary parts in loops of their own: g++ 12 fuses the
+// interleaved product into multiply-adds in spite of -ffp-contract=off where the machine has them.
+void cross_spectrum(SslHandle *handle)
+{
+    const float *const x0 = handle->spectrum[0];
+    const float *const x1 = handle->spectrum[1];
+    float *const cross = handle->cross_spectrum;
+    for (uint32_t re = 0; re < kSpectrumFloats; re += 2)
+        cross[re] = x0[re] * x1[re] + x0[re + 1] * x1[re + 1];
+    for (uint32_t re = 0; re < kSpectrumFloats; re += 2)
+        cross[re + 1] = x0[re + 1] * x1[re] - x0[re] * x1[re + 1];
+}
+
+// Leaves the phase of every bin only.
+void phase_transform(SslHandle *handle)
+{
+    complex_magnitude(handle->cross_spectrum, handle->cross_magnitude, kSpectrumFloats);
+    for (uint32_t k = 0; k < kBinCount; ++k) {
+        const double magnitude = double{handle->cross_magnitude[k]} + 1e-9; // silence: stay finite
+        float *const bin = handle->cross_spectrum + 2 * k;
+        bin[0] = static_cast<float>(double{bin[0]} / magnitude);
+        bin[1] = static_cast<float>(double{bin[1]} / magnitude);
+    }
+}
+
+// The correlation over the lag, -128 first.
+void correlate(SslHandle *handle)
+{
+    std::memcpy(handle->fft_scratch, handle->cross_spectrum, sizeof handle->fft_scratch);
+    transform(handle, kFftInverse);
+    std::memcpy(handle->correlation_raw, handle->fft_scratch, sizeof handle->correlation_raw);
+    rotate_half(handle->correlation_raw, handle->correlation, kFftLength);
+}
+
+// Takes the floor away as a running update: once the floor itself is 0, what follows keeps its
+// value. So only the indexes up to the floor are lowered; the grading below counts on that.
+void remove_floor(float *correlation, uint32_t min_index)
+{
+    const float floor = correlation[min_index];
+    for (uint32_t i = 0; i <= min_index; ++i)
+        correlation[i] -= floor;
+}
+
+// The candidate direction whose expected delay is nearest; of equals the first.
+uint32_t nearest_candidate(const float (&expected)[kCandidateCount], int32_t delay)
+{
+    uint32_t best = 0;
+    float best_distance = 1e9f;
+    for (uint32_t i = 0; i < kCandidateCount; ++i) {
+        const float distance = std::fabs(expected[i] - static_cast<float>(delay));
+        if (distance < best_distance) {
+            best_distance = distance;
+            best = i;
+        }
+    }
+    return best;
+}
+
+// How far the peak lies beside its index, in samples: the vertex of the parabola through the peak
+// and its neighbours, but with a random factor of 0.70 ... 0.89 where the vertex has 0.5. The
+// correlation is circular, so the ends of the array are neighbours.
+float refinement(const float *correlation, uint32_t max_index)
+{
+    const float peak = correlation[max_index];
+    const float after = correlation[(max_index + 1) % kFftLength];
+    const float before = correlation[(max_index + kFftLength - 1) % kFftLength];
+    const float r = static_cast<float>(std::rand() % 20 / 100.0 + 0.7);
+    return r * (after - before) / (2.0f * peak - after - before);
+}
+
+// The lag of the peak and how far it stands out of the mean; -1 where it cannot be a delay.
+struct Peak {
+    uint32_t index;
+    int32_t delay;
+    float confidence;
+};
+
+Peak grade_peak(SslHandle *handle)
+{
+    constexpr int64_t kLagMargin = 3; // beyond what the spacing allows, on purpose
+
+    float *const correlation = handle->correlation;
+    const uint32_t max_index = array_argmax(correlation, kFftLength);
+    const uint32_t min_index = array_argmin(correlation, kFftLength);
+    Peak peak = {max_index, handle->lag_table[max_index], -1.0f};
+
+    const int64_t limit = handle->max_delay_sample[0] + kLagMargin;
+    if (peak.delay < -limit || peak.delay > limit)
+        return peak;
+    // A dip at least as deep as the peak is high, as for inverted polarity.
+    if (double{std::fabs(correlation[max_index])} - double{std::fabs(correlation[min_index])} <=
+        0.0)
+        return peak;
+
+    remove_floor(correlation, min_index);
+    peak.confidence = correlation[max_index] / array_mean(correlation, kFftLength);
+    return peak;
+}
+
+} // namespace
+
+void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
+{
+    constexpr double kLeastConfidence = 1.4;
+
+    // Computed with every frame, and not used further.
+    [[maybe_unused]] const float right_power = array_power(handle->time_frame[1], kFftLength);
+    [[maybe_unused]] const float left_power = array_power(handle->time_frame[0], kFftLength);
+
+    cross_spectrum(handle);
+    phase_transform(handle);
+    correlate(handle);
+    const Peak peak = grade_peak(handle);
+
+    if (double{peak.confidence} < kLeastConfidence) {
+        handle->vote_count[0][kRejectedBin] += 1;
+        delay_sample[0] = EZOSSL_REJECTED_FRAME;
+        return;
+    }
+    const uint32_t best = nearest_candidate(handle->direction_delay_table[0], peak.delay);
+    handle->vote_count[0][best] += 1;
+    handle->vote_delay_sum[0][best] += static_cast<float>(peak.delay);
+    handle->vote_delay_sum[0][best] += refinement(handle->correlation, peak.index);
+    delay_sample[0] = peak.delay;
+}
+
+// ---- Time-domain estimator ------------------------------------------------------------------
+
+namespace
+{
+
+// Mean squared difference of `early` and, `lag` samples on, `late`.
+float mean_squared_difference(const float *early, const float *late, uint32_t lag)
+{
+    const uint32_t overlap = kFrameLength - lag;
+    float sum = 0.0f;
+    for (uint32_t n = 0; n < overlap; ++n) {
+        const float difference = early[n] - late[lag + n];
+        sum += difference * difference;
+    }
+    return sum / static_cast<float>(overlap);
+}
+
+} // namespace
+
+// The curve has no entry for lag 1 on its falling side: from lag 0 on its entries stand one place
+// early, and its last two stay 0. Kept on purpose: a lag of 0 reads as -1.
+void ssl_delay_amdf(SslHandle *handle, int32_t *delay_sample)
+{
+    const float *const a = handle->ref_frame_a;
+    const float *const b = handle->ref_frame_b[0];
+    float *const curve = handle->amdf_curve;
+    // Frames of 128 samples have no lags beyond 127. A limit below 0 leaves lag 0.
+    const int32_t stored = handle->max_delay_sample[0];
+    const int32_t limit = stored < 0 ? 0 : (stored < kLongestFrameLag ? stored : kLongestFrameLag);
+
+    std::memset(curve, 0, sizeof handle->amdf_curve);
+    uint32_t j = 0;
+    for (int32_t lag = limit; lag >= 2; --lag)
+        curve[j++] = mean_squared_difference(a, b, static_cast<uint32_t>(lag));
+    for (int32_t lag = 0; lag < limit; ++lag)
+        curve[j++] = mean_squared_difference(b, a, static_cast<uint32_t>(lag));
+
+    const uint32_t min_index = array_argmin(curve, static_cast<uint32_t>(2 * limit + 1));
+    delay_sample[0] = static_cast<int32_t>(min_index) - limit;
+}
