@@ -7,8 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 const char *class_tag(MsgClass msg_class)
 {

@@ -13,8 +13,7 @@
 #include <cstdlib>
 #include <dirent.h>
 
-namespace
-{
+namespace {
 
 constexpr size_t kPathBytes = 256;
 constexpr int32_t kDumpOff = 0;

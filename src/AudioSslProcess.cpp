@@ -199,8 +199,7 @@ int32_t EzoSsl_SetCallbackFunction(int32_t, int32_t, int32_t, int32_t)
 
 // ---- Array geometry -------------------------------------------------------------------------
 
-namespace
-{
+namespace {
 
 // A shape is entered anew; one that is there already stays in force until it is overwritten.
 void enter_shape(SslHandle *handle, const char *overwrite_warning)
@@ -306,8 +305,7 @@ uint32_t EzoSsl_Cal_Params(SslHandle *handle)
 
 // ---- Frames and directions ------------------------------------------------------------------
 
-namespace
-{
+namespace {
 
 // Whether it is Run's turn in the cycle Run ..., Get_Direction, Reset_Mapping.
 int32_t check_turn(const SslHandle *handle)
@@ -376,8 +374,7 @@ int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input, int32_t *
     return EZOSSL_OK;
 }
 
-namespace
-{
+namespace {
 
 // Writes the angle of the block and ends the turn, whatever the answer.
 int32_t find_direction(SslHandle *handle, int32_t *direction_avg_int)
@@ -397,7 +394,7 @@ int32_t find_direction(SslHandle *handle, int32_t *direction_avg_int)
             handle->array_geometry != kGeometryLinear ? "UCA" : "ULA");
         return EZOSSL_DELAY_TOO_LARGE;
     }
-    *direction_avg_int = static_cast<int32_t>(ssl_ratio_to_angle(handle));
+    *direction_avg_int = float_to_int32(ssl_ratio_to_angle(handle));
     return EZOSSL_OK;
 }
 

@@ -8,8 +8,7 @@
 
 #include <cstring>
 
-namespace
-{
+namespace {
 
 constexpr unsigned kVersionYear = 0x2024; // read in hexadecimal: year, month and day, revision
 constexpr unsigned kVersionDay = 0x0315;

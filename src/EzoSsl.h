@@ -53,7 +53,8 @@
  *       int32_t delay, angle, frames = 0;
  *       void *buffer = malloc(EzoSsl_GetBufferSize());
  *       SslHandle *ssl = EzoSsl_Init(buffer, &init);
- *       if (!ssl || EzoSsl_Config(ssl, &config) || EzoSsl_Set_Shape(ssl, 0) || EzoSsl_Cal_Params(ssl))
+ *       if (ssl == NULL || EzoSsl_Config(ssl, &config) != EZOSSL_OK ||
+ *           EzoSsl_Set_Shape(ssl, 0) != EZOSSL_OK || EzoSsl_Cal_Params(ssl) != EZOSSL_OK)
  *           exit(1);
  *       while (next_frame(frame)) {
  *           EzoSsl_Run(ssl, frame, &delay);
@@ -273,7 +274,7 @@ EZOSSL_API int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input
                               int32_t *delay_sample);
 
 /* The direction of the block. Needs a Run that succeeded; bf_mode 0 only. Whatever the result, Run
- * is refused until Reset_Mapping.
+ * is refused until Reset_Mapping (in bf_mode 1, where there is none, until EzoSsl_Reset).
  *   direction_avg_int  one value: the angle, -90 ... 90 degrees, truncated toward 0; with every
  *                      other code EZOSSL_NO_DIRECTION (untouched where a pointer is NULL)
  * Returns EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,

@@ -58,8 +58,7 @@ void ssl_frame_energy(SslHandle *handle)
 
 // ---- Spectral estimator ---------------------------------------------------------------------
 
-namespace
-{
+namespace {
 
 // Transforms fft_scratch in place.
 void transform(SslHandle *handle, FftDirection direction)
@@ -83,8 +82,7 @@ void ssl_spectra(SslHandle *handle)
     }
 }
 
-namespace
-{
+namespace {
 
 // X0 times the conjugate of X1. Real and imaginary parts in loops of their own: g++ 12 fuses the
 // interleaved product into multiply-adds in spite of -ffp-contract=off where the machine has them.
@@ -214,8 +212,7 @@ void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
 
 // ---- Time-domain estimator ------------------------------------------------------------------
 
-namespace
-{
+namespace {
 
 // Mean squared difference of `early` and, `lag` samples on, `late`.
 float mean_squared_difference(const float *early, const float *late, uint32_t lag)

@@ -106,8 +106,7 @@ bool ssl_path_to_ratio(SslHandle *handle)
     return count != 0;
 }
 
-namespace
-{
+namespace {
 
 // Pairs near the mean weigh more; with one pair the weighted mean is its own ratio.
 float linear_angle(SslHandle *handle)

@@ -8,8 +8,7 @@
 
 #include <cmath>
 
-namespace
-{
+namespace {
 
 float root(float square)
 {
@@ -128,7 +127,7 @@ void Ssl_Cal_ArbitraryGeometry(SslHandle *handle, const float *array_pos)
         if (vector[0] < 0.0f)
             handle->max_delay_sample[pair] = -handle->max_delay_sample[pair];
         slope[pair] = axis_slope(vector[0], vector[1]);
-        if (slope[pair] != slope[0])
+        if (pair > 0 && slope[pair] != slope[0])
             ++other_slopes;
     }
     handle->array_geometry = other_slopes == 0 ? kGeometryLinear : kGeometryCircular;

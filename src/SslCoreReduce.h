@@ -11,32 +11,41 @@
 #include <cstdint>
 #include <cstring>
 
-// First index of the largest value.
-inline uint32_t array_argmax(const float *x, uint32_t n)
+// First index of the largest or the smallest value: what a scan from index 0 with a strict
+// comparison finds. Lanes make the value one pass without branches, and a second pass ends at its
+// first place.
+template <bool kLargest>
+inline uint32_t array_first_extreme(const float *x, uint32_t n)
 {
-    uint32_t best = 0;
-    float largest = x[0];
-    for (uint32_t i = 1; i < n; ++i) {
-        if (x[i] > largest) {
-            largest = x[i];
-            best = i;
-        }
-    }
-    return best;
+    constexpr uint32_t kLanes = 8;
+    const auto better = [](float a, float b) { return kLargest ? a > b : a < b; };
+
+    float lane[kLanes];
+    for (float &extreme : lane)
+        extreme = x[0];
+    uint32_t i = 0;
+    for (; i + kLanes <= n; i += kLanes)
+        for (uint32_t k = 0; k < kLanes; ++k)
+            lane[k] = better(x[i + k], lane[k]) ? x[i + k] : lane[k];
+    for (; i < n; ++i)
+        lane[0] = better(x[i], lane[0]) ? x[i] : lane[0];
+    for (const float extreme : lane)
+        lane[0] = better(extreme, lane[0]) ? extreme : lane[0];
+
+    for (i = 0; i < n; ++i)
+        if (x[i] == lane[0])
+            return i;
+    return 0; // x[0] is not a number: no comparison moves a scan away from it
 }
 
-// First index of the smallest value.
+inline uint32_t array_argmax(const float *x, uint32_t n)
+{
+    return array_first_extreme<true>(x, n);
+}
+
 inline uint32_t array_argmin(const float *x, uint32_t n)
 {
-    uint32_t best = 0;
-    float smallest = x[0];
-    for (uint32_t i = 1; i < n; ++i) {
-        if (x[i] < smallest) {
-            smallest = x[i];
-            best = i;
-        }
-    }
-    return best;
+    return array_first_extreme<false>(x, n);
 }
 
 inline float array_mean(const float *x, uint32_t n)

@@ -1,0 +1,65 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# install-packages.sh GROUP... - the Debian packages of this project, in one place. Installs those
+# of the groups that are missing; does nothing, and needs no privileges, when all are there.
+#
+#   build   compiler, build system, libraries of the library
+#   tools   libraries of the command-line tool
+#   test    GoogleTest
+#   check   formatting and static analysis
+#   demo    the voices that demo.sh places
+set -euo pipefail
+
+packages=
+for group in "$@"; do
+    case $group in
+    build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
+    tools) packages="$packages libsndfile1-dev libsamplerate0-dev libcli11-dev" ;;
+    test) packages="$packages libgtest-dev" ;;
+    check) packages="$packages clang-format clang-tidy" ;;
+    demo) packages="$packages alsa-utils" ;;
+    *)
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo" >&2
+        exit 2
+        ;;
+    esac
+done
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    echo "This is no Debian system; install yourself what corresponds to:$packages" >&2
+    exit 1
+fi
+
+missing=
+for package in $packages; do
+    state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
+    # pkg-config is a name that other packages provide as well.
+    if [ "$state" != installed ] && ! { [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; }; then
+        missing="$missing $package"
+    fi
+done
+[ -n "$missing" ] || exit 0
+
+as_root=
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Packages are missing and there is no sudo; as root, run: apt-get install$missing" >&2
+        exit 1
+    fi
+    as_root=sudo
+fi
+
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+quietly() {
+    if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get "$@" >"$log" 2>&1 </dev/null; then
+        cat "$log" >&2
+        echo "apt-get $* failed, see above; missing packages:$missing" >&2
+        exit 1
+    fi
+}
+echo "installing:$missing"
+quietly update
+# Unquoted: a list of names.
+# shellcheck disable=SC2086
+quietly install -y --no-install-recommends $missing

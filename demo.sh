@@ -1,0 +1,78 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# demo.sh - builds ezossl, places a real voice at known angles, and shows what ezossl finds.
+# Installs what is missing. Ends with an error when an angle is not found.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+readonly build=build/release
+readonly tool=$build/tools/ezossl
+readonly scenes=$build/demo
+readonly voice=/usr/share/sounds/alsa/Front_Center.wav
+readonly spacing=5.8cm
+readonly rate=16000
+readonly seconds=5
+
+build_tool() {
+    cmake/install-packages.sh build tools demo
+    export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
+    local log=$build/demo.log
+    mkdir -p "$build"
+    echo "building in $build ..."
+    if ! { cmake --preset release -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON &&
+        cmake --build --preset release --target ezossl_tool --parallel "$(nproc)"; } >"$log" 2>&1; then
+        cat "$log" >&2
+        echo "demo.sh: the build failed, see above" >&2
+        exit 1
+    fi
+}
+
+# Prints a row of the table; the status tells whether the angle was found.
+locate() {
+    local truth=$1 tolerance=$2 scene="$scenes/voice_$1.wav" summary median decided blocks verdict=
+    "$tool" simulate --input "$voice" --angle "$truth" --spacing "$spacing" --rate "$rate" \
+        --duration "$seconds" --output "$scene" 2>/dev/null
+    summary=$("$tool" track "$scene" --spacing "$spacing" 2>&1 >/dev/null)
+    blocks=$(sed -nE 's/.* ([0-9]+) blocks, .*/\1/p' <<<"$summary")
+    decided=$(sed -nE 's/.* ([0-9]+) decided .*/\1/p' <<<"$summary")
+    median=$(sed -nE 's/.* median ([-0-9.]+) degrees.*/\1/p' <<<"$summary")
+    if ! awk -v a="$truth" -v b="${median:-none}" -v t="$tolerance" \
+        'BEGIN { exit !(b != "none" && a - b <= t && b - a <= t) }'; then
+        verdict="not within $tolerance degrees"
+    fi
+    printf '  %11d  %11s  %8d of %d  %s\n' "$truth" "${median:-none}" "$decided" "$blocks" \
+        "$verdict"
+    [ -z "$verdict" ]
+}
+
+build_tool
+mkdir -p "$scenes"
+echo
+echo "A voice, $seconds s from each angle, heard by two microphones $spacing apart at $rate Hz,"
+echo "30 dB above their noise. + is the side of the first microphone. Pauses of the voice"
+echo "give no angle; of the blocks that do, the median is shown."
+echo
+echo "  truth [deg]  found [deg]  blocks decided"
+failures=0
+for truth in -75 -60 -45 -30 -15 0 15 30 45 60 75; do
+    # Towards the axis of the pair a small error of the delay is a large one of the angle.
+    if [ "${truth#-}" -gt 60 ]; then tolerance=15; else tolerance=8; fi
+    locate "$truth" "$tolerance" || failures=$((failures + 1))
+done
+echo
+if [ "$failures" -gt 0 ]; then
+    echo "demo.sh: $failures of the angles were not found" >&2
+    exit 1
+fi
+cat <<END
+All found. What to type next:
+
+  # block by block
+  $tool track $scenes/voice_-30.wav --spacing $spacing
+  # a recording of your own, with the distance of its microphones
+  $tool track FILE --spacing LENGTH
+  # other scenes
+  $tool simulate --help
+  # all tests
+  ./test.sh
+END

@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+// test_delay.cpp - from samples to a vote: loading, energy, spectra, the two estimators.
+
+#include "support.h"
+
+#include "SslCoreReduce.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+const double kTruePi = std::acos(-1.0);
+
+// Spectra whose correlation, after the phase transform, is the sum over the given lags of
+// weight x unit impulse: cosines in the phase of X0, X1 = 1.
+void set_lags(SslHandle *ssl, const std::vector<std::pair<int, double>> &lags)
+{
+    for (int k = 0; k <= 128; ++k) {
+        std::complex<double> sum = 0;
+        for (const auto &[lag, weight] : lags)
+            sum += std::polar(weight, -2 * kTruePi * k * lag / 256);
+        ssl->spectrum[0][2 * k] = static_cast<float>(sum.real());
+        ssl->spectrum[0][2 * k + 1] = static_cast<float>(sum.imag());
+        ssl->spectrum[1][2 * k] = 1;
+        ssl->spectrum[1][2 * k + 1] = 0;
+    }
+}
+
+int32_t estimate(SslHandle *ssl)
+{
+    int32_t delay = 12345;
+    ssl_delay_gcc(ssl, &delay);
+    return delay;
+}
+
+TEST(Delay, FramesSlideThroughTheBuffers)
+{
+    Instance ssl;
+    const std::vector<int16_t> samples = delayed_noise(7, 3, 3, 30000);
+    for (size_t frame = 0; frame < 3; ++frame) {
+        ssl_deinterleave(ssl, &samples[frame * 256]);
+        ssl_load_frame(ssl);
+        ssl_frame_energy(ssl);
+        double energy = 0;
+        for (size_t i = 0; i < 256; ++i) {
+            for (size_t mic = 0; mic < 2; ++mic) {
+                const size_t place = frame * 128 + i; // of the stream with 128 zeros before it
+                const float expected =
+                    place < 128 ? 0
+                                : static_cast<float>(samples[2 * (place - 128) + mic]) / 32768.0f;
+                EXPECT_EQ(ssl->time_frame[mic][i], expected);
+                energy += double{expected} * double{expected} / 2;
+            }
+            if (i < 128) {
+                EXPECT_EQ(ssl->ref_frame_a[i], ssl->time_frame[0][128 + i]);
+                EXPECT_EQ(ssl->ref_frame_b[0][i], ssl->time_frame[0][128 + i]);
+            }
+        }
+        EXPECT_NEAR(ssl->frame_energy, energy, energy * 1e-6);
+    }
+    // The first new half was counted in two frames, as the sum over the block has it.
+    EXPECT_GT(ssl->energy_sum, 2 * ssl->frame_energy);
+}
+
+TEST(Delay, SpectraAreWindowedAndPacked)
+{
+    Instance ssl;
+    run_all(ssl, delayed_noise(7, 3, 2, 30000));
+    for (int mic = 0; mic < 2; ++mic) {
+        for (const int k : {0, 1, 5, 64, 127, 128}) {
+            std::complex<double> bin = 0;
+            for (int n = 0; n < 256; ++n)
+                bin += double{ssl->time_frame[mic][n]} * std::sin(kTruePi * n / 256) *
+                       std::polar(1.0, -2 * kTruePi * k * n / 256);
+            EXPECT_NEAR(ssl->spectrum[mic][2 * k], bin.real(), 1e-5);
+            EXPECT_NEAR(ssl->spectrum[mic][2 * k + 1], bin.imag(), 1e-5);
+        }
+    }
+}
+
+TEST(Delay, TheCrossSpectrumKeepsThePhaseOnly)
+{
+    Instance ssl;
+    run_all(ssl, delayed_noise(7, 3, 2, 30000));
+    for (int k = 0; k < 129; ++k) {
+        const float *const a = &ssl->spectrum[0][2 * k], *const b = &ssl->spectrum[1][2 * k];
+        const float re = a[0] * b[0] + a[1] * b[1];
+        const float im = a[1] * b[0] - a[0] * b[1];
+        const float magnitude = static_cast<float>(std::sqrt(double{re * re + im * im}));
+        EXPECT_EQ(ssl->cross_magnitude[k], magnitude);
+        EXPECT_EQ(ssl->cross_spectrum[2 * k], static_cast<float>(re / (double{magnitude} + 1e-9)));
+        EXPECT_EQ(ssl->cross_spectrum[2 * k + 1],
+                  static_cast<float>(im / (double{magnitude} + 1e-9)));
+    }
+}
+
+TEST(Delay, LagsAreTakenUpToThreeBeyondTheLimit)
+{
+    Instance ssl; // D = 3
+    for (int lag = -128; lag < 128; ++lag) {
+        ssl_reset_voting(ssl);
+        set_lags(ssl, {{lag, 1.0}});
+        const bool accepted = std::abs(lag) <= 3 + 3;
+        EXPECT_EQ(estimate(ssl), accepted ? lag : -32768) << lag;
+        EXPECT_EQ(ssl->vote_count[0][9], accepted ? 0 : 1);
+    }
+    // Limits that no array has: none, and all.
+    set_lags(ssl, {{0, 1.0}});
+    ssl->max_delay_sample[0] = INT32_MIN;
+    EXPECT_EQ(estimate(ssl), -32768);
+    ssl->max_delay_sample[0] = INT32_MAX;
+    for (const int lag : {-128, 127}) { // the neighbours of both ends lie at the other end
+        set_lags(ssl, {{lag, 1.0}});
+        EXPECT_EQ(estimate(ssl), lag);
+    }
+}
+
+TEST(Delay, TheNearestCandidateGetsTheVote)
+{
+    // D = 7 expects 7, 6.47, 4.95, 2.68, 0, ...
+    const int nearest[] = {8, 8, 7, 6, 6, 5, 5, 4, 4, 4, 3, 3, 2, 2, 1, 0, 0};
+    Instance ssl(Instance::kReady, an_init(48000));
+    for (int lag = -8; lag <= 8; ++lag) {
+        ssl_reset_voting(ssl);
+        set_lags(ssl, {{lag, 1.0}});
+        EXPECT_EQ(estimate(ssl), lag);
+        EXPECT_EQ(ssl->vote_count[0][nearest[lag + 8]], 1) << lag;
+        EXPECT_NEAR(ssl->vote_delay_sum[0][nearest[lag + 8]], lag,
+                    1e-3); // symmetric: no refinement
+    }
+    // Of equal distances the lower candidate; the first distance is below 1e9, or none is.
+    const float ties[][9] = {{9, 8, 3, 8, 8, 1, 8, 8, 8}, {9, 9, 2, 2, 2, 9, 9, 9, 9}};
+    for (const auto &table : ties) {
+        ssl_reset_voting(ssl);
+        std::memcpy(ssl->direction_delay_table[0], table, sizeof table);
+        set_lags(ssl, {{2, 1.0}});
+        estimate(ssl);
+        EXPECT_EQ(ssl->vote_count[0][2], 1);
+    }
+}
+
+TEST(Delay, AFrameIsGradedByPeakToMeanAfterTheFloor)
+{
+    Instance ssl;
+    ssl->max_delay_sample[0] = 100; // far lags stand beside far dips, and the grades come near 1.4
+    std::mt19937 random(11);
+    int accepted = 0, refused_by_mean = 0, refused_by_dip = 0, close = 0;
+    for (int frame = 0; frame < 4000; ++frame) {
+        ssl_reset_voting(ssl);
+        // Random phases that lean toward a lag, more or less, and a constant part of either sign.
+        const double lean = random() % 1000 / 500.0;
+        const double slope = 2 * kTruePi * (static_cast<int>(random() % 256) - 128) / 256;
+        for (int k = 0; k <= 128; ++k) {
+            const double phase = -slope * k + lean * kTruePi * (random() % 2001 / 1000.0 - 1);
+            ssl->spectrum[0][2 * k] = static_cast<float>(std::cos(phase));
+            ssl->spectrum[0][2 * k + 1] = static_cast<float>(std::sin(phase));
+            ssl->spectrum[1][2 * k] = k == 0 && random() % 2 == 0 ? -1.0f : 1.0f;
+            ssl->spectrum[1][2 * k + 1] = 0;
+        }
+        const auto seed = static_cast<unsigned>(random());
+        std::srand(seed);
+        const int32_t delay = estimate(ssl);
+
+        std::vector<float> c(ssl->correlation_raw + 128, ssl->correlation_raw + 256);
+        c.insert(c.end(), ssl->correlation_raw, ssl->correlation_raw + 128);
+        const auto top = std::max_element(c.begin(), c.end()),
+                   dip = std::min_element(c.begin(), c.end());
+        const int lag = static_cast<int>(top - c.begin()) - 128;
+        if (std::abs(lag) > 100 + 3 || std::fabs(*top) <= std::fabs(*dip)) {
+            refused_by_dip += std::abs(lag) <= 100 + 3;
+            EXPECT_EQ(delay, -32768);
+            EXPECT_EQ(std::memcmp(ssl->correlation, c.data(), sizeof ssl->correlation), 0);
+            continue;
+        }
+        // The floor comes off up to its own place only.
+        const float floor = *dip;
+        for (auto value = c.begin(); value <= dip; ++value)
+            *value -= floor;
+        EXPECT_EQ(std::memcmp(ssl->correlation, c.data(), sizeof ssl->correlation), 0);
+        float sum = 0;
+        for (const float value : c)
+            sum += value;
+        const float confidence = *top / (sum / 256.0f);
+        close += std::fabs(confidence - 1.4f) < 0.2f;
+        if (double{confidence} < 1.4) {
+            ++refused_by_mean;
+            EXPECT_EQ(delay, -32768);
+            EXPECT_EQ(ssl->vote_count[0][9], 1);
+            continue;
+        }
+        ++accepted;
+        EXPECT_EQ(delay, lag);
+        std::srand(seed);
+        const float r = static_cast<float>((std::rand() % 20) / 100.0 + 0.7);
+        const size_t peak = static_cast<size_t>(top - c.begin());
+        float expected = static_cast<float>(lag);
+        expected += r * (c[peak + 1] - c[peak - 1]) / (2 * c[peak] - c[peak + 1] - c[peak - 1]);
+        float total = 0;
+        for (const float sum_of_bin : ssl->vote_delay_sum[0])
+            total += sum_of_bin;
+        EXPECT_EQ(total, expected);
+    }
+    EXPECT_GT(accepted, 500);
+    EXPECT_GT(refused_by_mean + refused_by_dip, 20);
+    EXPECT_GT(refused_by_dip, 5);
+    std::printf("accepted %d, refused by mean %d, by dip %d, within 0.2 of 1.4: %d\n", accepted,
+                refused_by_mean, refused_by_dip, close);
+}
+
+TEST(Delay, SilenceAndInvertedPolarityAreRejected)
+{
+    Instance ssl;
+    EXPECT_EQ(run_all(ssl, std::vector<int16_t>(512)), std::vector<int32_t>(2, -32768));
+    EXPECT_EQ(ssl->vote_count[0][9], 2);
+    std::vector<int16_t> samples = delayed_noise(2, 1, 6, 20000);
+    for (size_t n = 1; n < samples.size(); n += 2)
+        samples[n] = static_cast<int16_t>(-samples[n]);
+    EXPECT_EQ(run_all(ssl, samples), std::vector<int32_t>(6, -32768));
+}
+
+TEST(Delay, TimeDomainCurveKeepsItsOffset)
+{
+    Instance ssl;
+    std::mt19937 random(5);
+    const auto value = [&] { return static_cast<float>(random() % 2001) / 1000.0f - 1.0f; };
+    for (const int32_t limit : {1, 2, 4, 14, 15, 127, 128, 5000, INT32_MAX, 0, -3, INT32_MIN}) {
+        ssl->max_delay_sample[0] = limit;
+        for (int n = 0; n < 128; ++n) {
+            ssl->ref_frame_a[n] = value();
+            ssl->ref_frame_b[0][n] = value();
+        }
+        const int used = std::min(std::max(limit, 0), 127);
+        std::vector<float> curve;
+        const auto entry = [&](const float *early, const float *late, int lag) {
+            float sum = 0;
+            for (int n = 0; n < 128 - lag; ++n)
+                sum += (early[n] - late[lag + n]) * (early[n] - late[lag + n]);
+            curve.push_back(sum / static_cast<float>(128 - lag));
+        };
+        for (int lag = used; lag >= 2; --lag)
+            entry(ssl->ref_frame_a, ssl->ref_frame_b[0], lag);
+        for (int lag = 0; lag < used; ++lag)
+            entry(ssl->ref_frame_b[0], ssl->ref_frame_a, lag);
+        int32_t delay = 12345;
+        ssl_delay_amdf(ssl, &delay);
+        EXPECT_EQ(std::memcmp(ssl->amdf_curve, curve.data(), curve.size() * sizeof(float)), 0)
+            << limit;
+        // The first of the two zeros behind the curve is the smallest of all.
+        EXPECT_EQ(delay, used == 0 ? 0 : 2 * used - 1 - used) << limit;
+        ssl->ref_frame_b[0][0] += 1; // an entry of 0 before them wins: lag 0 reads as -1
+        std::memcpy(ssl->ref_frame_b[0], ssl->ref_frame_a, sizeof ssl->ref_frame_a);
+        ssl_delay_amdf(ssl, &delay);
+        EXPECT_EQ(delay, used == 0 ? 0 : -1) << limit;
+    }
+    Instance whole(Instance::kReady, an_init(48000, 5.0f, 1));
+    EXPECT_EQ(run_all(whole, delayed_noise(2, 4, 3, 20000)), std::vector<int32_t>(3, -1));
+    EXPECT_EQ(whole->vote_count[0][9], 0);
+    EXPECT_GT(whole->energy_sum, 0.0f);
+}
+
+TEST(Delay, Reductions)
+{
+    const float nan = std::nanf("");
+    const struct {
+        std::vector<float> x;
+        uint32_t largest, smallest;
+    } rows[] = {
+        {{3}, 0, 0},
+        {{1, 5, 5, 1, 0, 0}, 1, 4},
+        {{-0.0f, 0.0f, -1, -1}, 0, 2},
+        {{nan, 1, 2}, 0, 0},
+        {{1, nan, 2, 0}, 2, 3},
+        {{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 9}, 9, 0},
+        {{9, 8, 7, 6, 5, 4, 3, 2, 1, 0, 0, 0, 0, 0, 0, 0, -1}, 0, 16},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(array_argmax(row.x.data(), static_cast<uint32_t>(row.x.size())), row.largest);
+        EXPECT_EQ(array_argmin(row.x.data(), static_cast<uint32_t>(row.x.size())), row.smallest);
+    }
+    float x[128], rate = 0;
+    for (int i = 0; i < 128; ++i)
+        x[i] = i % 2 == 0 ? 1.0f : -1.0f;
+    ssl_zero_crossing_rate(x, 128, &rate);
+    EXPECT_EQ(rate, 127.0f / 128);
+    x[64] = 0; // crossed twice, now not at all: a zero has no sign
+    ssl_zero_crossing_rate(x, 128, &rate);
+    EXPECT_EQ(rate, 125.0f / 128);
+    // Root of the sum on the 16-bit scale, over n: sqrt(2 x 0.25 x 32767^2) / 2.
+    const float halves[] = {0.5f, -0.5f};
+    EXPECT_FLOAT_EQ(array_power(halves, 2), static_cast<float>(std::sqrt(0.5) * 32767 / 2));
+    const float ordered[] = {16777216, 1, 1, -16777216};
+    EXPECT_EQ(array_mean(ordered, 4), 0.0f); // in index order both ones are swallowed
+}
+
+} // namespace

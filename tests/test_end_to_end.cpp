@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: MIT
+// test_end_to_end.cpp - the whole cycle through the public header: delayed noise becomes an angle.
+
+#include "support.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr int32_t kFrames = 32;
+
+int32_t angle_of(SslHandle *ssl, const std::vector<int16_t> &samples)
+{
+    int32_t angle = 12345;
+    run_all(ssl, samples);
+    EXPECT_EQ(EzoSsl_Get_Direction(ssl, &angle), 0);
+    EXPECT_EQ(EzoSsl_Reset_Mapping(ssl), 0);
+    return angle;
+}
+
+TEST(EndToEnd, DelayedNoiseHasItsAngle)
+{
+    std::srand(1);
+    const struct {
+        int32_t rate;
+        float cm;
+    } arrays[] = {{8000, 20}, {16000, 12}, {16000, 5.8f}, {32000, 6}, {48000, 5}};
+    for (const auto &array : arrays) {
+        Instance ssl(Instance::kReady, an_init(array.rate, array.cm), {20, -80, kFrames});
+        const double most = array.cm / 100 / 343.0 * array.rate;
+        for (int32_t delay = -static_cast<int32_t>(most); delay <= most; ++delay) {
+            const double truth = -std::asin(delay / most) * 180 / std::acos(-1.0);
+            // Beyond 60 degrees a tenth of a sample is many degrees.
+            const double tolerance = std::fabs(truth) > 60 ? 8 : 4;
+            std::vector<int16_t> samples = delayed_noise(1, delay, kFrames, 9000);
+            const int32_t angle = angle_of(ssl, samples);
+            EXPECT_NEAR(angle, truth, tolerance) << array.rate << " Hz, " << delay << " samples";
+            for (size_t n = 0; n < samples.size(); n += 2)
+                std::swap(samples[n], samples[n + 1]);
+            EXPECT_NEAR(angle_of(ssl, samples), -angle, 2) << "microphones swapped";
+        }
+    }
+}
+
+TEST(EndToEnd, EveryFrameReportsItsDelay)
+{
+    Instance ssl(Instance::kReady, an_init(48000, 20));
+    for (const int32_t delay : {-27, -5, 0, 1, 14, 27}) {
+        const std::vector<int32_t> delays = run_all(ssl, delayed_noise(4, delay, 10, 20000));
+        EXPECT_EQ(std::vector<int32_t>(delays.begin() + 2, delays.end()),
+                  std::vector<int32_t>(8, delay));
+    }
+}
+
+TEST(EndToEnd, TheLevelDoesNotMoveTheDelay)
+{
+    for (const int32_t level : {30, 300, 30000}) {
+        Instance ssl(Instance::kReady, an_init(16000, 12));
+        const std::vector<int32_t> delays = run_all(ssl, delayed_noise(4, 3, 5, level));
+        EXPECT_EQ(delays[2], 3) << level;
+    }
+}
+
+TEST(EndToEnd, SilenceIsQuiet)
+{
+    Instance ssl;
+    int32_t angle = 12345;
+    run_all(ssl, std::vector<int16_t>(kFrames * 256));
+    EXPECT_EQ(EzoSsl_Get_Direction(ssl, &angle), 0x10000113);
+    EXPECT_EQ(angle, -10000);
+}
+
+TEST(EndToEnd, InstancesAreIndependent)
+{
+    const std::vector<int16_t> left = delayed_noise(1, -2, kFrames, 9000);
+    const std::vector<int16_t> right = delayed_noise(2, 3, kFrames, 700);
+    Instance a(Instance::kReady, an_init(16000, 12)), b(Instance::kReady, an_init(48000, 5));
+    Instance turn_a(Instance::kReady, an_init(16000, 12)),
+        turn_b(Instance::kReady, an_init(48000, 5));
+    const std::vector<int32_t> alone_a = run_all(a, left), alone_b = run_all(b, right);
+    for (size_t frame = 0; frame < kFrames; ++frame) {
+        int32_t delay_a, delay_b;
+        EXPECT_EQ(EzoSsl_Run(turn_a, &left[frame * 256], &delay_a), 0);
+        EXPECT_EQ(EzoSsl_Run(turn_b, &right[frame * 256], &delay_b), 0);
+        EXPECT_EQ(delay_a, alone_a[frame]);
+        EXPECT_EQ(delay_b, alone_b[frame]);
+    }
+    EXPECT_EQ(turn_a->energy_sum, a->energy_sum);
+    EXPECT_EQ(turn_b->energy_sum, b->energy_sum);
+}
+
+} // namespace

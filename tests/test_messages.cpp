@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+// test_messages.cpp - the level file, and which messages each level lets through.
+
+#include "support.h"
+
+#include "debug_msglevel.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace {
+
+TEST(Messages, TheLevelFileIsReadOrLeftAlone)
+{
+    const std::string blanks(5 << 20, ' ');
+    const struct {
+        const char *what;
+        std::string contents;
+        int32_t level;
+    } rows[] = {
+        {"errors", R"({"debug_level":1})", 1},
+        {"warnings", R"({"other":[1,{}],"debug_level":3})", 3},
+        {"information", R"({"debug_level":7})", 7},
+        {"fifteen", R"({"debug_level":15})", 15},
+        {"five", R"({"debug_level":5})", 7},
+        {"negative", R"({"debug_level":-1})", 7},
+        {"fraction", R"({"debug_level":3.9})", 3},
+        {"huge", R"({"debug_level":1e300})", 7},
+        {"true", R"({"debug_level":true})", 1},
+        {"text", R"({"debug_level":"3"})", 7},
+        {"object", R"({"debug_level":{"debug_level":3}})", 7},
+        {"deeper", R"({"a":{"debug_level":3}})", 7},
+        {"array", R"([{"debug_level":3}])", 7},
+        {"array of arrays", R"([[3],"debug_level",3])", 7},
+        {"number", "3", 7},
+        {"not JSON", R"({"debug_level":3)", 7},
+        {"zero bytes", std::string("{\0\"debug_level\":3}", 18), 7},
+        {"empty", "", 7},
+        {"some megabytes", blanks + R"({"debug_level":3})" + blanks, 3},
+        {"larger than a level file can be",
+         blanks + blanks + blanks + blanks + R"({"debug_level":3})", 7},
+        {"nested beyond measure", std::string(1 << 20, '['), 7},
+    };
+    for (const auto &row : rows) {
+        const Environment path("DML_PATH", write_file("rows.json", row.contents));
+        EXPECT_EQ(read_message_level(), row.level) << row.what;
+    }
+}
+
+TEST(Messages, ThePathMayNameAnything)
+{
+    const std::string file = write_file("level3.json", R"({"debug_level":3})");
+    const std::string directory = file.substr(0, file.rfind('/'));
+    const std::string pipe = directory + "/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto padded = [&](size_t length) { // the same file by a path of this length
+        return directory + std::string(length - directory.size() - 11, '/') + "level3.json";
+    };
+    const struct {
+        std::optional<std::string> path;
+        int32_t level;
+    } rows[] = {{file, 3},
+                {directory, 7},
+                {pipe, 7},
+                {"/dev/zero", 7},
+                {"", 7},
+                {"/proc/self/mem", 7},
+                {"/no/such/file", 7},
+                {padded(127), 3},
+                {padded(128), 7},
+                {std::string(5000, 'x'), 7},
+                {std::nullopt, 7}}; // /config/audioAlgo.json, which no test machine has
+    for (const auto &row : rows) {
+        const Environment path("DML_PATH", row.path);
+        EXPECT_EQ(read_message_level(), row.level) << row.path.value_or("(unset)");
+    }
+    // The beginning of a path that is too long names a file, which is not taken for it.
+    const Environment path("DML_PATH", padded(127) + "x");
+    EXPECT_EQ(read_message_level(), 7);
+}
+
+TEST(Messages, EachLevelLetsItsClassesThrough)
+{
+    for (const int32_t level : {1, 3, 7, 15}) {
+        const std::string text = std::to_string(level);
+        const Environment path("DML_PATH",
+                               write_file("class.json", "{\"debug_level\":" + text + "}"));
+        Instance ssl(Instance::kBuffer);
+        SslInit init = an_init();
+        const SslConfig config = {25, -80, 64};
+        const std::string printed = printed_by([&] {
+            init.mic_num = 3;
+            EzoSsl_Init(ssl, &init);
+            init.mic_num = 2;
+            EzoSsl_Init(ssl, &init);
+            EzoSsl_Config(ssl, &config);
+        });
+        const auto has = [&](const char *word) { return printed.find(word) != std::string::npos; };
+        EXPECT_TRUE(has("[ALGO_MSG_ERR] "));
+        EXPECT_EQ(has("[ALGO_MSG_WRN] "), level >= 3);
+        EXPECT_EQ(has("[ALGO_MSG_MSG] [SSL] ver."), level >= 7);
+        EXPECT_EQ(has("[ALGO_MSG_MSG] [SSL] Working"), level >= 7);
+    }
+}
+
+} // namespace

@@ -1,0 +1,263 @@
+// SPDX-License-Identifier: MIT
+// test_order.cpp - every operation from every state of the call order: code, whole text, and what
+// the call changes.
+
+#include "support.h"
+
+#include <cstring>
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace {
+
+int16_t samples[256];
+int32_t result;
+SslConfig config = {25, -80, 32};
+const float positions[4] = {0, 0, 5, 0};
+
+struct Operation {
+    const char *tag;
+    const char *handle_tag;
+    // What must be, in the order of the tests: init, config, shape, params done; run done (r) or
+    // not entered (n).
+    const char *needs;
+    int32_t SslCallOrderFlags::*entered; // set to 0 by a refused call
+    std::function<int32_t(SslHandle *)> call;
+};
+
+int32_t as_signed(uint32_t code)
+{
+    return static_cast<int32_t>(code);
+}
+
+const Operation kOperations[] = {
+    {"Config", "Config", "i", &SslCallOrderFlags::config_state,
+     [](SslHandle *ssl) { return EzoSsl_Config(ssl, &config); }},
+    {"GetConfig", "Get_Config", "ic", nullptr,
+     [](SslHandle *ssl) { return EzoSsl_Get_Config(ssl, &config); }},
+    {"SetShape", "Set_Shape", "icn", nullptr,
+     [](SslHandle *ssl) { return as_signed(EzoSsl_Set_Shape(ssl, 0)); }},
+    {"Set_ArbitraryShape", "Set_ArbitraryShape", "icn", nullptr,
+     [](SslHandle *ssl) { return EzoSsl_Set_ArbitraryShape(ssl, positions); }},
+    {"CalParams", "CalParams", "icsn", &SslCallOrderFlags::param_state,
+     [](SslHandle *ssl) { return as_signed(EzoSsl_Cal_Params(ssl)); }},
+    {"SetMode", "SetMode", "icsp", nullptr,
+     [](SslHandle *ssl) { return EzoSsl_SetMode(ssl, 0, 180, 90); }},
+    {"ApplyDigitalGain", "ApplyDigitalGain", "icsp", nullptr,
+     [](SslHandle *ssl) { return EzoSsl_ApplyDigitalGain(ssl, samples, 0); }},
+    {"Run", "Run", "icsp", &SslCallOrderFlags::run_state,
+     [](SslHandle *ssl) { return EzoSsl_Run(ssl, samples, &result); }},
+    {"GetDirection", "GetDirection", "icspr", &SslCallOrderFlags::direction_state,
+     [](SslHandle *ssl) { return EzoSsl_Get_Direction(ssl, &result); }},
+    {"ResetMapping", "ResetMapping", "icspr", &SslCallOrderFlags::mapping_state,
+     [](SslHandle *ssl) { return EzoSsl_Reset_Mapping(ssl); }},
+};
+
+struct Refusal {
+    int32_t code = 0;
+    std::string text;
+};
+
+Refusal expected_refusal(const Operation &operation, const SslCallOrderFlags &order)
+{
+    const std::string tag = operation.tag;
+    const std::string begin = "[ALGO_MSG_ERR] [SSL] [" + tag + "] Fail! ";
+    for (const char *need = operation.needs; *need != '\0'; ++need) {
+        if (*need == 'i' && order.init_state != 1)
+            return {0x10000101,
+                    (tag == "Config" ? "[ALGO_MSG_ERR]  [SSL] [Config] Fail! " : begin) +
+                        "Please call EzoSsl_Init first!\t\n"};
+        if (*need == 'c' && order.config_state != 1)
+            return {0x10000108, begin + "Please call EzoSSL_Config first!\t\n"};
+        if (*need == 's' && order.shape_state != 1)
+            return {0x10000108, begin + "Please call EzoSsl_Set_Shape first!\t\n"};
+        if (*need == 'p' && order.param_state != 1)
+            return {0x10000108, begin + "Please call EzoSsl_Cal_Params first!\t\n"};
+        if (*need == 'r' && order.run_state != 1)
+            return {0x10000108, begin + "Please call EzoSsl_Run first!\t\n"};
+        if (*need == 'n' && order.run_state != 2)
+            return {0x10000109, begin + "Can't not change " +
+                                    (tag == "CalParams" ? "intrinsic parameters" : "array shape") +
+                                    " during run process!\t\n"};
+    }
+    return {};
+}
+
+TEST(Order, EveryOperationFromEveryState)
+{
+    Instance ssl;
+    const std::vector<char> ready = ssl.bytes();
+    for (int state = 0; state < 2 * 3 * 3 * 3 * 3; ++state) {
+        const SslCallOrderFlags order = {
+            state % 2, state / 2 % 3, state / 6 % 3, state / 18 % 3, state / 54, 2, 1};
+        for (const Operation &operation : kOperations) {
+            std::memcpy(static_cast<void *>(ssl.get()), ready.data(), ready.size());
+            ssl->order = order;
+            const Refusal expected = expected_refusal(operation, order);
+            std::vector<char> after = ssl.bytes();
+            int32_t code = 0;
+            const std::string text = printed_by([&] { code = operation.call(ssl); });
+            if (expected.code == 0) {
+                const bool arbitrary = operation.tag == std::string("Set_ArbitraryShape");
+                EXPECT_EQ(code, arbitrary                                      ? 0x10000112
+                                : operation.tag == std::string("GetDirection") ? 0x10000113
+                                                                               : 0);
+                continue;
+            }
+            EXPECT_EQ(code, expected.code) << operation.tag << " in state " << state;
+            EXPECT_EQ(text, expected.text);
+            // Nothing but its own flag has changed.
+            if (operation.entered != nullptr)
+                reinterpret_cast<SslHandle *>(after.data())->order.*operation.entered = 0;
+            EXPECT_EQ(ssl.bytes(), after) << operation.tag << " in state " << state;
+        }
+    }
+}
+
+TEST(Order, TheHandleIsCheckedAfterTheOrder)
+{
+    for (const Operation &operation : kOperations) {
+        const std::string tag = operation.handle_tag;
+        const struct {
+            void (*spoil)(SslHandle *);
+            int32_t code;
+            std::string text;
+        } spoilt[] = {
+            {[](SslHandle *ssl) { ssl->magic[3] = 'O'; }, 0x10000103,
+             "[BF][" + tag + "] Fail! The handle pointer seems to be dirty!!\r\n"},
+            {[](SslHandle *ssl) { ssl->mic_num = 3; }, 0x10000110,
+             "[BF][" + tag + "] Fail! This library only support 2 Microphones!!\r\n"},
+            {[](SslHandle *ssl) { ssl->point_number = 129; }, 0x10000105,
+             "[BF] [" + tag + "] Fail! This library only support 128 point number!!\r\n"},
+        };
+        const bool shape = operation.needs == std::string("icn");
+        Instance ssl(shape                                       ? Instance::kConfigured
+                     : operation.tag == std::string("CalParams") ? Instance::kShaped
+                                                                 : Instance::kRunning);
+        // Each fault added to the last: the later test comes first.
+        for (const auto &row : spoilt) {
+            row.spoil(ssl);
+            EXPECT_EQ(printed_by([&] { EXPECT_EQ(operation.call(ssl), row.code); }),
+                      "[ALGO_MSG_ERR] " + row.text);
+        }
+        EXPECT_EQ(ssl->order.shape_state, shape ? 0 : 1);
+        ssl->order.init_state = 2;
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(operation.call(ssl), 0x10000101); }).find("[BF]"),
+                  std::string::npos);
+    }
+}
+
+TEST(Order, NullPointersAreNamedWhateverTheLevel)
+{
+    Instance ssl;
+    ssl->msg_level = 0;
+    const std::vector<char> before = ssl.bytes();
+    const struct {
+        std::function<int64_t()> call;
+        int64_t code;
+        const char *text;
+    } rows[] = {
+        {[&] { return EzoSsl_Config(nullptr, nullptr); }, 0x10000103,
+         " [SSL] [Config] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_Config(ssl, nullptr); }, 0x10000102,
+         " [SSL] [Config] Fail! The ssl_config is null!\t\n"},
+        {[&] { return EzoSsl_Get_Config(nullptr, nullptr); }, 0x10000102,
+         " [SSL] [GetConfig] Fail! The ssl_config is null!\t\n"},
+        {[&] { return EzoSsl_Get_Config(nullptr, &config); }, 0x10000103,
+         " [SSL] [GetConfig] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_Set_Shape(nullptr, 0); }, 0x10000103,
+         "[SSL] [SetShape] Fail! The handle is NULL!!\r\n"},
+        {[&] { return EzoSsl_Set_ArbitraryShape(nullptr, nullptr); }, 0x10000103,
+         "[SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"},
+        {[&] { return EzoSsl_Set_ArbitraryShape(ssl, nullptr); }, 0x10000118,
+         " [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n"},
+        {[&] { return EzoSsl_Cal_Params(nullptr); }, 0x10000103,
+         "[SSL] [CalParams] Fail! The handle is NULL!!\r\n"},
+        {[&] { return EzoSsl_SetMode(nullptr, 0, 1, 1); }, 0x10000103,
+         " [SSL] [SetMode] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_ApplyDigitalGain(nullptr, nullptr, 0); }, 0x10000103,
+         " [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_ApplyDigitalGain(ssl, nullptr, 0); }, 0x10000118,
+         " [SSL] [ApplyDigitalGain] Fail! The microphone_input is NULL\t\n"},
+        {[&] { return EzoSsl_Run(nullptr, nullptr, nullptr); }, 0x10000103,
+         " [SSL] [Run] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_Run(ssl, nullptr, nullptr); }, 0x10000118,
+         " [SSL] [Run] Fail! The microphone_input is NULL\t\n"},
+        {[&] { return EzoSsl_Run(ssl, samples, nullptr); }, 0x10000118,
+         " [SSL] [Run] Fail! The delay_sample is NULL\t\n"},
+        {[&] { return EzoSsl_Get_Direction(nullptr, nullptr); }, 0x10000103,
+         " [SSL] [GetDirection] Fail! The handle is null!\t\n"},
+        {[&] { return EzoSsl_Get_Direction(ssl, nullptr); }, 0x10000118,
+         " [SSL] [GetDirection] Fail! The direction_avg_int is NULL\t\n"},
+        {[&] { return EzoSsl_Reset_Mapping(nullptr); }, 0x10000103,
+         " [SSL] [ResetMapping] Fail! The handle is null!\t\n"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(row.call(), row.code); }),
+                  std::string("[ALGO_MSG_ERR] ") + row.text);
+    EXPECT_EQ(ssl.bytes(), before);
+    // An operation that is refused for its order, though, is silent at level 0.
+    ssl->order.init_state = 2;
+    for (const Operation &operation : kOperations)
+        EXPECT_EQ(printed_by([&] { EXPECT_EQ(operation.call(ssl), 0x10000101); }), "");
+}
+
+// Writes a step per letter: Run, Get_Direction (silence: too quiet), reset Mapping.
+TEST(Order, RunTakesTurnsWithTheDirection)
+{
+    const std::string direction_first =
+        "[ALGO_MSG_ERR]  [SSL] [Run] Fail! Please call EzoSsl_Get_Direction first.\t\n";
+    const std::string mapping_first =
+        "[ALGO_MSG_ERR]  [SSL] [Run] Fail! Please call EzoSsl_Reset_Mapping first.\t\n";
+    const struct {
+        const char *calls;
+        std::vector<int32_t> codes;
+        std::string text;
+        int32_t bf_mode;
+    } rows[] = {
+        {"RRGMR", {0, 0, 0x10000113, 0, 0}, "", 0},
+        {"RMR", {0, 0, 0}, "", 0},
+        {"RMG", {0, 0, 0x10000113}, "", 0},
+        // A refused Run has cleared its flag: the instance stays locked.
+        {"RGRM",
+         {0, 0x10000113, 0x10000109, 0x10000108},
+         direction_first +
+             "[ALGO_MSG_ERR] [SSL] [ResetMapping] Fail! Please call EzoSsl_Run first!\t\n",
+         0},
+        {"MR",
+         {0x10000108, 0x10000109},
+         "[ALGO_MSG_ERR] [SSL] [ResetMapping] Fail! Please call EzoSsl_Run first!\t\n" +
+             mapping_first,
+         0},
+        {"RMR",
+         {0, 0x10000106, 0x10000109},
+         "[ALGO_MSG_ERR]  [SSL] [ResetMapping] Fail! The bf_mode is 1, You don't need to call "
+         "EzoSsl_ResetVoting!\t\n" +
+             mapping_first,
+         1},
+        {"RGR",
+         {0, 0x10000106, 0x10000109},
+         "[ALGO_MSG_ERR]  [SSL] [GetDirection] Fail! The bf_mode is 1, You don't need to call "
+         "EzoSsl_Get_Direction!\t\n" +
+             direction_first,
+         1},
+    };
+    for (const auto &row : rows) {
+        Instance ssl(Instance::kReady, an_init(16000, 5.0f, row.bf_mode));
+        std::vector<int32_t> codes;
+        const std::string text = printed_by([&] {
+            for (const char *call = row.calls; *call != '\0'; ++call)
+                codes.push_back(*call == 'R'   ? EzoSsl_Run(ssl, samples, &result)
+                                : *call == 'G' ? EzoSsl_Get_Direction(ssl, &result)
+                                               : EzoSsl_Reset_Mapping(ssl));
+        });
+        EXPECT_EQ(codes, row.codes) << row.calls;
+        EXPECT_EQ(text, row.text) << row.calls;
+    }
+    Instance fresh(Instance::kInitialised);
+    EXPECT_EQ(printed_by([&] { EXPECT_EQ(EzoSsl_Reset_Mapping(fresh), 0x10000108); }),
+              "[ALGO_MSG_ERR] [SSL] [ResetMapping] Fail! Please call EzoSSL_Config first!\t\n");
+    EXPECT_EQ(fresh->order.mapping_state, 0);
+}
+
+} // namespace

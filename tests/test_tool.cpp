@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+// test_tool.cpp - the command-line tool as a user runs it: EZOSSL_TOOL is the path of the binary.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <sndfile.hh>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Samples = std::vector<float>;
+
+std::string contents(const char *path)
+{
+    std::ifstream stream(path);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void write_audio(const char *path, int rate, int channels, const Samples &samples)
+{
+    SndfileHandle file(path, SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_FLOAT, channels, rate);
+    const auto count = static_cast<sf_count_t>(samples.size());
+    ASSERT_EQ(file.write(samples.data(), count), count) << path;
+}
+
+// Every test has a directory of its own; what the tool says is in the files out and err.
+struct Tool : ::testing::Test {
+    const fs::path previous = fs::current_path();
+    const fs::path directory =
+        fs::path(::testing::TempDir()) / ("ezossl_" + std::to_string(getpid()));
+
+    Tool()
+    {
+        fs::create_directories(directory);
+        fs::current_path(directory);
+    }
+    ~Tool() override
+    {
+        fs::current_path(previous);
+        fs::remove_all(directory);
+    }
+    static int run(const std::string &arguments, const std::string &out = "out")
+    {
+        const std::string command = "'" EZOSSL_TOOL "' " + arguments + " >" + out + " 2>err";
+        return WEXITSTATUS(std::system(command.c_str()));
+    }
+};
+
+TEST_F(Tool, FindsTheAngleOfItsOwnScenes)
+{
+    for (const std::string rate : {"16000", "48000"}) {
+        for (const int angle : {-60, -30, 0, 45}) {
+            const std::string name = rate + " Hz, " + std::to_string(angle) + " degrees";
+            run("simulate -o x.wav -d 2 -s 5.8cm -r " + rate + " -a " + std::to_string(angle));
+            run("track x.wav -s 5.8cm");
+            std::ifstream lines("out");
+            lines.ignore(200, '\n'); // the header; anything else but a line per block ends the loop
+            std::string from, to, unit, accepted;
+            int found, blocks = 0;
+            for (; lines >> from >> to >> found >> unit >> accepted; blocks++)
+                EXPECT_NEAR(found, angle, 8) << name;
+            EXPECT_EQ(blocks, 2 * std::stoi(rate) / 4096) << name << contents("err");
+        }
+    }
+}
+
+TEST_F(Tool, ScenesHoldTheDelayOfTheAngle)
+{
+    // Sound needs 8 samples for 34.3 cm at 20 degrees Celsius. At +90 degrees microphone 0 is
+    // first.
+    for (const auto &[angle, lead_of_0] : {std::pair("90", 8), std::pair("-30", -4)}) {
+        run(std::string("simulate -r 8000 -s 343mm --snr 120 -d 1 -o x.wav -a ") + angle);
+        int16_t scene[8000][2];
+        ASSERT_EQ(SndfileHandle("x.wav").readf(scene[0], 8000), 8000) << contents("err");
+        int peak = 0;
+        for (int n = 100; n < 7900; n++) {
+            ASSERT_NEAR(scene[n][0], scene[n + lead_of_0][1], 2) << angle << ", sample " << n;
+            peak = std::max(peak, std::abs(scene[n][0]));
+        }
+        EXPECT_NEAR(peak, 22938, 200) << angle; // 0.7 of full scale
+    }
+}
+
+TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
+{
+    write_audio("mono.wav", 16000, 1, Samples(8192));
+    write_audio("three.wav", 16000, 3, Samples(3 * 8192));
+    write_audio("cd.wav", 44100, 2, Samples(2 * 8192));
+    write_audio("short.wav", 16000, 2, Samples(2 * 4095));
+    write_audio("nan.wav", 16000, 2, Samples(2 * 8192, std::nanf("")));
+    std::ofstream("text.wav") << "no sound at all\n";
+    fs::create_directory("directory");
+    EXPECT_EQ(run("--help"), 0);
+    const auto count_files = [] { return std::distance(fs::directory_iterator("."), {}); };
+    const auto files = count_files();
+    const std::tuple<int, std::string, const char *> refusals[] = {
+        {1, "missing.wav -s 5", "missing.wav: no such file"},
+        {1, "track directory -s 5", "directory: is a directory"},
+        {1, "track text.wav -s 5", "text.wav: not a readable sound file"},
+        {1, "track mono.wav -s 5", "mono.wav: 1 channel; needs 2"},
+        {1, "track three.wav -s 5", "three.wav: 3 channels; needs 2"},
+        {1, "track cd.wav -s 5", "44100 Hz; needs 8000, 16000, 32000 or 48000 Hz"},
+        {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
+        {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
+        {2, "track cd.wav", "--spacing is required"},
+        {2, "track cd.wav -s -5", "spacing '-5' must be"},
+        {2, "track cd.wav -s 11m", "spacing '11m' must be"},
+        {2, "track cd.wav -s nan", "spacing 'nan' must be"},
+        {2, "track cd.wav -s 5inch", "spacing '5inch' is no length"},
+        {2, "track cd.wav -s 5 -t 86", "86 is not within -40 ... 85"},
+        {2, "track cd.wav -s 5 --bogus", "not expected: --bogus"},
+        {2, "simulate -a 91 -s 5 -o x.wav", "91 is not within -90 ... 90"},
+        {1, "simulate -a 0 -s 5 -i mono.wav -o x.wav", "mono.wav: holds no sound"},
+        {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
+        {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
+        {1, "simulate -a 0 -s 5 -o x.wav --truth no/x.csv", "no/x.csv: cannot be written"},
+    };
+    for (const auto &[status, arguments, reason] : refusals) {
+        EXPECT_EQ(run(arguments), status) << arguments;
+        EXPECT_NE(contents("err").find(reason), std::string::npos) << reason << contents("err");
+        EXPECT_EQ(count_files(), files) << arguments;
+    }
+    EXPECT_EQ(run("--help", "/dev/full"), 1);
+    EXPECT_NE(contents("err").find("cannot write to standard output"), std::string::npos);
+}
+
+TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
+{
+    run("simulate -a -60,0,30 -s 5.8cm -d 1 --snr 0 -o x.wav --truth x.csv");
+    EXPECT_EQ(contents("x.csv"), "t_start,t_end,angle_deg\n0,1,-60\n1,2,0\n2,3,30\n");
+    run("simulate -a -60,0,30 -s 58mm -d 1 --snr 0 -o same.wav");
+    EXPECT_EQ(contents("same.wav"), contents("x.wav"));
+    run("track x.wav -s 5.8");
+    const std::string out = contents("out"), err = contents("err");
+    EXPECT_NE(out.find(" deg "), std::string::npos) << out << err;
+    for (const char *arguments : {"x.wav -s 58mm", "track x.wav -s '0.058 m' -t 20 -b 32 -g -80"}) {
+        run(arguments);
+        EXPECT_EQ(contents("out") + contents("err"), out + err) << arguments;
+    }
+    run("track -v x.wav -s 5.8cm"); // the library's messages go to standard error only
+    EXPECT_EQ(contents("out"), out);
+    EXPECT_NE(contents("err"), err);
+}
+
+TEST_F(Tool, ClampsWhatIsBeyondFullScale)
+{
+    // Microphone 0 is two samples ahead: 29.9 degrees. Wrapped around, loud samples change sign.
+    std::mt19937 generator(1);
+    Samples loud(2 * 8192), clamped;
+    for (std::size_t i = 5; i < loud.size(); i += 2)
+        loud[i - 5] = loud[i] = static_cast<float>(generator() % 8001) / 1000.0f - 4.0f;
+    for (const float sample : loud)
+        clamped.push_back(std::clamp(sample, -1.0f, 32767.0f / 32768.0f));
+    write_audio("loud.wav", 16000, 2, loud);
+    write_audio("clamped.wav", 16000, 2, clamped);
+    run("track loud.wav -s 8.6");
+    const std::string out = contents("out");
+    EXPECT_NE(out.find("+29 deg"), std::string::npos) << out << contents("err");
+    EXPECT_NE(contents("err").find("samples beyond full scale clamped"), std::string::npos);
+    run("track clamped.wav -s 8.6");
+    EXPECT_EQ(contents("out"), out);
+}
+
+} // namespace

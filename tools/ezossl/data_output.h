@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// data_output.h - the results of a command, on the standard output that the user sees.
+
+#ifndef EZOSSL_TOOL_DATA_OUTPUT_H
+#define EZOSSL_TOOL_DATA_OUTPUT_H
+
+#include <cstdio>
+
+// The library prints its messages to standard output. So that results stay alone there, this takes
+// standard output over for itself and leaves descriptor 1 pointing elsewhere. Make one, early.
+class DataOutput
+{
+public:
+    DataOutput();
+    ~DataOutput();
+    DataOutput(const DataOutput &) = delete;
+    DataOutput &operator=(const DataOutput &) = delete;
+
+    // Failure when the bytes cannot be written; those still buffered are tried by finish().
+    void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
+    void finish();
+
+private:
+    std::FILE *file_;
+};
+
+// Where the library's messages go from now on: to standard error, or nowhere.
+void show_library_messages(bool show);
+
+#endif

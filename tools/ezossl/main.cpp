@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// main.cpp - the command line of ezossl: finds the command, runs it, and turns the outcome into an
+// exit status. A command is added to kCommands and knows the rest itself.
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+
+#include "failure.h"
+#include "options.h"
+#include "simulate.h"
+#include "track.h"
+
+namespace
+{
+
+enum ExitStatus { kDone = 0, kError = 1, kUsage = 2 };
+
+using AddCommand = Command (*)(CLI::App &app);
+constexpr AddCommand kCommands[] = {add_track_command, add_simulate_command};
+
+std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
+{
+    return std::string("ezossl: ") + error.what() +
+           "\nFor what it takes: ezossl [COMMAND] --help\n";
+}
+
+// Without a command, a file is to be tracked. What looks like a file counts as one, so that the
+// answer to a misspelt name is about the file.
+bool is_file_name(const std::string &argument)
+{
+    std::error_code ignored;
+    return argument.rfind('-', 0) != 0 && (argument.find_first_of("./") != std::string::npos ||
+                                           std::filesystem::exists(argument, ignored));
+}
+
+std::vector<std::string> command_line(int argc, char **argv, const std::vector<Command> &commands)
+{
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    const auto is_first = [&](const Command &command) {
+        return command.parser->get_name() == arguments.front();
+    };
+    if (!arguments.empty() && std::none_of(commands.begin(), commands.end(), is_first) &&
+        is_file_name(arguments.front()))
+        arguments.insert(arguments.begin(), "track");
+    std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
+    return arguments;
+}
+
+// Help and version go to the output, refusals to standard error.
+int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
+{
+    std::ostringstream text;
+    const int status = app.exit(reason, text, std::cerr);
+    output.print("%s", text.str().c_str());
+    output.finish();
+    return status == 0 ? kDone : kUsage;
+}
+
+int run(int argc, char **argv, DataOutput &output)
+{
+    CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
+    app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
+    app.failure_message(describe_usage_error);
+    app.require_subcommand(0, 1); // none is refused below, so that a wrong option is told first
+    app.fallthrough();            // -v may stand behind the command
+    bool verbose = false;
+    app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
+    std::vector<Command> commands;
+    for (const AddCommand add : kCommands)
+        commands.push_back(add(app));
+    // Set last, as the commands would take it over.
+    app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
+
+    try {
+        app.parse(command_line(argc, argv, commands));
+        if (app.get_subcommands().empty())
+            throw CLI::RequiredError("A command");
+    } catch (const CLI::ParseError &reason) {
+        return end_of_parsing(app, reason, output);
+    }
+    show_library_messages(verbose);
+    for (const Command &command : commands) {
+        if (command.parser->parsed())
+            command.run(output);
+    }
+    return kDone;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        DataOutput output;
+        return run(argc, argv, output);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "ezossl: %s\n", failure.what());
+        return kError;
+    }
+}

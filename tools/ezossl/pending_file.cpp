@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// pending_file.cpp - see pending_file.h.
+
+#include "pending_file.h"
+
+#include <filesystem>
+
+#include <unistd.h>
+
+#include "failure.h"
+
+namespace fs = std::filesystem;
+
+PendingFile::PendingFile(const std::string &target)
+    : target_(target), working_path_(target + "." + std::to_string(getpid()) + ".part")
+{
+    if (target.empty())
+        throw Failure("the name of the file to write is empty");
+    std::error_code error;
+    const fs::file_status status = fs::status(target, error);
+    // Renaming would put a plain file in the place of a device.
+    if (fs::exists(status) && !fs::is_regular_file(status))
+        throw Failure(target + ": exists and is not a regular file; choose another name");
+}
+
+PendingFile::~PendingFile()
+{
+    std::error_code ignored;
+    fs::remove(working_path_, ignored);
+}
+
+void PendingFile::commit()
+{
+    std::error_code error;
+    fs::rename(working_path_, target_, error);
+    if (error)
+        throw Failure(target_ + ": cannot be written: " + error.message());
+}

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// pending_file.h - a file that appears whole or not at all.
+
+#ifndef EZOSSL_TOOL_PENDING_FILE_H
+#define EZOSSL_TOOL_PENDING_FILE_H
+
+#include <string>
+
+// Write to working_path(), beside the target, then commit(). Without commit() nothing is left.
+class PendingFile
+{
+public:
+    // Refuses a target that exists and is no regular file.
+    explicit PendingFile(const std::string &target);
+    ~PendingFile();
+    PendingFile(const PendingFile &) = delete;
+    PendingFile &operator=(const PendingFile &) = delete;
+
+    const std::string &target() const
+    {
+        return target_;
+    }
+    const std::string &working_path() const
+    {
+        return working_path_;
+    }
+    void commit();
+
+private:
+    std::string target_;
+    std::string working_path_;
+};
+
+#endif

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// units.cpp - see units.h.
+
+#include "units.h"
+
+#include <charconv>
+#include <string_view>
+
+#include "failure.h"
+
+namespace
+{
+
+constexpr double kClosestCm = 0.1;
+constexpr double kWidestCm = 1000.0;
+
+struct Unit {
+    std::string_view name;
+    double centimetres;
+};
+constexpr Unit kUnits[] = {{"", 1.0}, {"cm", 1.0}, {"mm", 0.1}, {"m", 100.0}};
+
+// Centimetres in one of the unit; 0 if there is no such unit.
+double centimetres_per(std::string_view name)
+{
+    for (const Unit &unit : kUnits) {
+        if (unit.name == name)
+            return unit.centimetres;
+    }
+    return 0.0;
+}
+
+} // namespace
+
+double parse_spacing_cm(const std::string &text)
+{
+    double number = 0.0;
+    const char *const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    std::string_view unit(rest, static_cast<std::size_t>(end - rest));
+    while (!unit.empty() && unit.front() == ' ')
+        unit.remove_prefix(1);
+    const double factor = centimetres_per(unit);
+    if (error != std::errc() || factor == 0.0)
+        throw Failure("spacing '" + text + "' is no length; write it like 5.8cm, 58mm or 0.058m");
+    const double spacing = number * factor;
+    if (!(spacing >= kClosestCm && spacing <= kWidestCm)) // also refuses what is not a number
+        throw Failure("spacing '" + text +
+                      "' must be 1 mm ... 10 m; a plain number is in "
+                      "centimetres");
+    return spacing;
+}
+
+double speed_of_sound(int temperature)
+{
+    return 331.0 + 0.6 * temperature;
+}

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// units.h - quantities as users write them.
+
+#ifndef EZOSSL_TOOL_UNITS_H
+#define EZOSSL_TOOL_UNITS_H
+
+#include <string>
+
+// A spacing in centimetres from "5.8", "5.8cm", "58mm" or "0.058m". Failure if the text is no
+// length, or the length is none that two microphones can have.
+double parse_spacing_cm(const std::string &text);
+
+// m/s, at a temperature in degrees Celsius; as in the library.
+double speed_of_sound(int temperature);
+
+#endif
