@@ -20,7 +20,8 @@ build_tool() {
     mkdir -p "$build"
     echo "building in $build ..."
     if ! { cmake --preset release -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON &&
-        cmake --build --preset release --target ezossl_tool --parallel "$(nproc)"; } >"$log" 2>&1; then
+        cmake --build --preset release --target ezossl_tool --parallel "$(nproc)"; } \
+        >"$log" 2>&1; then
         cat "$log" >&2
         echo "demo.sh: the build failed, see above" >&2
         exit 1

@@ -11,8 +11,7 @@
 #include <random>
 #include <vector>
 
-namespace
-{
+namespace {
 
 constexpr int kFrames = 1024;
 constexpr int kSamples = kFrames * EZOSSL_FRAME_LENGTH;
@@ -64,7 +63,7 @@ double measure(int32_t bf_mode, const std::vector<int16_t> &samples, double seco
 
 int main(int argc, char **argv)
 {
-    const double seconds = argc > 1 ? std::atof(argv[1]) : 1.0;
+    const double seconds = argc > 1 ? std::strtod(argv[1], nullptr) : 1.0;
     const double accepted = measure(0, scene(2), seconds);
     const double rejected = measure(0, scene(16), seconds);
     const double time_domain = measure(1, scene(2), seconds);

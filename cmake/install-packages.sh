@@ -34,9 +34,10 @@ missing=
 for package in $packages; do
     state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
     # pkg-config is a name that other packages provide as well.
-    if [ "$state" != installed ] && ! { [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; }; then
-        missing="$missing $package"
+    if [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; then
+        continue
     fi
+    [ "$state" = installed ] || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0
 

@@ -29,6 +29,7 @@ void print(const char *name, const T &field)
 
 #ifndef __SANITIZE_ADDRESS__ // which has its own malloc
 extern "C" void *__libc_malloc(size_t bytes);
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" void *malloc(size_t bytes)
 {
     ++heap_calls;

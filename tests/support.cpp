@@ -49,7 +49,7 @@ std::string write_file(const std::string &name, const std::string &contents)
         std::string path = testing::TempDir() + "ezossl_XXXXXX";
         return std::string(mkdtemp(path.data()));
     }();
-    const std::string path = directory + "/" + name;
+    std::string path = directory + "/" + name;
     std::ofstream(path, std::ios::binary) << contents;
     return path;
 }
@@ -67,10 +67,10 @@ SslInit an_init(int32_t rate, float spacing_cm, int32_t bf_mode)
 }
 
 Instance::Instance(Stage stage, const SslInit &init, const SslConfig &config, const char *level)
-    : memory_(static_cast<char *>(std::malloc(8 + 4 + kBufferBytes + 4))),
+    : memory_(new char[8 + 4 + kBufferBytes + 4]),
       handle_(reinterpret_cast<SslHandle *>(memory_ + 12))
 {
-    // malloc aligns to 8, so memory_ + 12 is 4 modulo 8; the guards lie on both sides of the
+    // new aligns to 8 at least, so memory_ + 12 is 4 modulo 8; the guards lie on both sides of the
     // buffer.
     std::memset(memory_, 0x5A, 8 + 4 + kBufferBytes + 4);
     std::memcpy(memory_ + 8, &kGuard, 4);
@@ -96,7 +96,7 @@ Instance::~Instance()
     EXPECT_EQ(std::memcmp(memory_ + 8, &kGuard, 4), 0) << "written before the buffer";
     EXPECT_EQ(std::memcmp(memory_ + 12 + kBufferBytes, &kGuard, 4), 0)
         << "written behind the buffer";
-    std::free(memory_);
+    delete[] memory_;
 }
 
 std::vector<char> Instance::bytes() const

@@ -154,10 +154,11 @@ TEST(Delay, AFrameIsGradedByPeakToMeanAfterTheFloor)
     for (int frame = 0; frame < 4000; ++frame) {
         ssl_reset_voting(ssl);
         // Random phases that lean toward a lag, more or less, and a constant part of either sign.
-        const double lean = random() % 1000 / 500.0;
+        const double lean = static_cast<int>(random() % 1000) / 500.0;
         const double slope = 2 * kTruePi * (static_cast<int>(random() % 256) - 128) / 256;
         for (int k = 0; k <= 128; ++k) {
-            const double phase = -slope * k + lean * kTruePi * (random() % 2001 / 1000.0 - 1);
+            const double phase =
+                -slope * k + lean * kTruePi * (static_cast<int>(random() % 2001) / 1000.0 - 1);
             ssl->spectrum[0][2 * k] = static_cast<float>(std::cos(phase));
             ssl->spectrum[0][2 * k + 1] = static_cast<float>(std::sin(phase));
             ssl->spectrum[1][2 * k] = k == 0 && random() % 2 == 0 ? -1.0f : 1.0f;
@@ -247,13 +248,14 @@ TEST(Delay, TimeDomainCurveKeepsItsOffset)
             entry(ssl->ref_frame_a, ssl->ref_frame_b[0], lag);
         for (int lag = 0; lag < used; ++lag)
             entry(ssl->ref_frame_b[0], ssl->ref_frame_a, lag);
+        curve.resize(255);
         int32_t delay = 12345;
         ssl_delay_amdf(ssl, &delay);
         EXPECT_EQ(std::memcmp(ssl->amdf_curve, curve.data(), curve.size() * sizeof(float)), 0)
             << limit;
         // The first of the two zeros behind the curve is the smallest of all.
         EXPECT_EQ(delay, used == 0 ? 0 : 2 * used - 1 - used) << limit;
-        ssl->ref_frame_b[0][0] += 1; // an entry of 0 before them wins: lag 0 reads as -1
+        // Equal frames: the 0 of lag 0 comes before them, and reads as -1.
         std::memcpy(ssl->ref_frame_b[0], ssl->ref_frame_a, sizeof ssl->ref_frame_a);
         ssl_delay_amdf(ssl, &delay);
         EXPECT_EQ(delay, used == 0 ? 0 : -1) << limit;

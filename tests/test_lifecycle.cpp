@@ -119,8 +119,9 @@ TEST(Lifecycle, ResetIsInit)
         const Environment level("DML_PATH", write_file("one.json", "{\"debug_level\":1}"));
         EXPECT_EQ(EzoSsl_Reset(used, &init), used.get());
         // The record to read may lie in the buffer that is about to be zeroed.
-        std::memcpy(used->time_frame, &init, sizeof init);
-        EXPECT_EQ(EzoSsl_Reset(used, reinterpret_cast<SslInit *>(used->time_frame)), used.get());
+        auto *const inside = reinterpret_cast<SslInit *>(used->time_frame);
+        *inside = init;
+        EXPECT_EQ(EzoSsl_Reset(used, inside), used.get());
     }
     // Equal but for the addresses inside: the plan's, and its own inside the working memory.
     used->fft.fft_cfg = fresh->fft.fft_cfg = nullptr;

@@ -10,8 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace
-{
+namespace {
 
 constexpr size_t kPathBytes = 128;
 

@@ -6,8 +6,7 @@
 
 #include <kiss_fftr.h>
 
-namespace
-{
+namespace {
 
 static_assert(sizeof(kiss_fft_cpx) == 2 * sizeof(float), "bins are couples of floats");
 

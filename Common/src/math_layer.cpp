@@ -7,8 +7,7 @@
 
 #include <cmath>
 
-namespace
-{
+namespace {
 
 constexpr uint32_t kLanes = 4;
 

@@ -8,8 +8,7 @@
 
 #include <cstdio>
 
-namespace
-{
+namespace {
 
 void multiply_by_half(float *frame, const float *half, uint32_t length)
 {

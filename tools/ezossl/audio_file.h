@@ -17,10 +17,7 @@ constexpr int kSampleRates[] = {8000, 16000, 32000, 48000};
 bool is_supported_rate(int rate);
 
 struct CloseSoundFile {
-    void operator()(SNDFILE *file) const
-    {
-        sf_close(file);
-    }
+    void operator()(SNDFILE *file) const { sf_close(file); }
 };
 using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
@@ -30,23 +27,11 @@ class AudioReader
 public:
     explicit AudioReader(const std::string &path);
 
-    const std::string &path() const
-    {
-        return path_;
-    }
-    int rate() const
-    {
-        return info_.samplerate;
-    }
-    int channels() const
-    {
-        return info_.channels;
-    }
+    const std::string &path() const { return path_; }
+    int rate() const { return info_.samplerate; }
+    int channels() const { return info_.channels; }
     // Samples per channel as the header has it; a huge number for a stream that does not tell.
-    sf_count_t length() const
-    {
-        return info_.frames;
-    }
+    sf_count_t length() const { return info_.frames; }
 
     // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only. Refuses
     // samples that are not a number. (Reading 16-bit integers instead would wrap or scale what a

@@ -13,8 +13,7 @@
 
 #include "failure.h"
 
-namespace
-{
+namespace {
 
 [[noreturn]] void fail()
 {

@@ -9,8 +9,7 @@
 
 #include "failure.h"
 
-namespace
-{
+namespace {
 
 [[noreturn]] void fail(const char *operation, uint32_t code)
 {

@@ -12,8 +12,7 @@
 #include "simulate.h"
 #include "track.h"
 
-namespace
-{
+namespace {
 
 enum ExitStatus { kDone = 0, kError = 1, kUsage = 2 };
 

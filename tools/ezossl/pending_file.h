@@ -16,14 +16,8 @@ public:
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;
 
-    const std::string &target() const
-    {
-        return target_;
-    }
-    const std::string &working_path() const
-    {
-        return working_path_;
-    }
+    const std::string &target() const { return target_; }
+    const std::string &working_path() const { return working_path_; }
     void commit();
 
 private:

@@ -10,8 +10,7 @@
 #include "audio_file.h"
 #include "units.h"
 
-namespace
-{
+namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr float kPeak = 0.7f;

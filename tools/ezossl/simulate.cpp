@@ -17,8 +17,7 @@
 #include "pending_file.h"
 #include "scene.h"
 
-namespace
-{
+namespace {
 
 constexpr double kLongestSeconds = 600.0;
 constexpr double kNoiseSeconds = 4.0;

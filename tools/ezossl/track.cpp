@@ -12,8 +12,7 @@
 #include "failure.h"
 #include "localizer.h"
 
-namespace
-{
+namespace {
 
 struct TrackOptions {
     std::string file;
@@ -32,13 +31,11 @@ public:
         if (answer.no_angle_because != nullptr)
             return;
         decided_++;
-        count_of_angle_[static_cast<std::size_t>(answer.angle + 90)]++;
+        const int index = answer.angle + 90;
+        count_of_angle_.at(static_cast<std::size_t>(index))++;
     }
 
-    long blocks() const
-    {
-        return blocks_;
-    }
+    long blocks() const { return blocks_; }
 
     void print(const std::string &path, double dropped_seconds, std::size_t clamped) const
     {
@@ -63,10 +60,10 @@ private:
 
     int nth_angle(long n) const
     {
-        int angle = -90;
-        for (long passed = count_of_angle_[0]; passed <= n; angle++)
-            passed += count_of_angle_[static_cast<std::size_t>(angle + 91)];
-        return angle;
+        const auto *count = count_of_angle_.begin();
+        for (long passed = *count; passed <= n;)
+            passed += *++count;
+        return static_cast<int>(count - count_of_angle_.begin()) - 90;
     }
 
     long blocks_ = 0;

@@ -8,8 +8,7 @@
 
 #include "failure.h"
 
-namespace
-{
+namespace {
 
 constexpr double kClosestCm = 0.1;
 constexpr double kWidestCm = 1000.0;
