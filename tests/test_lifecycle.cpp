@@ -119,7 +119,7 @@ TEST(Lifecycle, ResetIsInit)
         const Environment level("DML_PATH", write_file("one.json", "{\"debug_level\":1}"));
         EXPECT_EQ(EzoSsl_Reset(used, &init), used.get());
         // The record to read may lie in the buffer that is about to be zeroed.
-        auto *const inside = reinterpret_cast<SslInit *>(used->time_frame);
+        auto *const inside = reinterpret_cast<SslInit *>(&used.get()->time_frame);
         *inside = init;
         EXPECT_EQ(EzoSsl_Reset(used, inside), used.get());
     }

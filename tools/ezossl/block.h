@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// block.h - what is known of a block of frames once it is over: the unit of every output.
+
+#ifndef EZOSSL_TOOL_BLOCK_H
+#define EZOSSL_TOOL_BLOCK_H
+
+enum class BlockStatus {
+    ok,         // there is an angle
+    quiet,      // at or below the noise gate
+    undecided,  // no direction has votes enough
+    impossible, // the delay does not fit the spacing
+};
+
+struct Block {
+    double start; // seconds from the beginning of the input
+    double end;
+    BlockStatus status;
+    int angle;        // degrees; of BlockStatus::ok only
+    int frames_used;  // frames with a clear delay
+    int frames_total; // frames in the block
+    double level;     // mean of both microphones, dB of full scale; -infinity for digital silence
+};
+
+#endif
