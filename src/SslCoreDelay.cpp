@@ -74,8 +74,6 @@ void ssl_spectra(SslHandle *handle)
     for (uint32_t mic = 0; mic < kMicCount; ++mic) {
         float *const scratch = handle->fft_scratch;
         std::memcpy(scratch, handle->time_frame[mic], sizeof handle->time_frame[mic]);
-        scratch[kFftLength] = 0.0f;
-        scratch[kFftLength + 1] = 0.0f;
         window_apply(scratch, kWindowAnalysis);
         transform(handle, kFftForward);
         std::memcpy(handle->spectrum[mic], scratch, sizeof handle->spectrum[mic]);

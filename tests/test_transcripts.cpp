@@ -8,14 +8,23 @@
 //   set FIELD VALUE                                     an element is FIELD.INDEX
 //   see FIELD VALUE                                     integers exactly, floats to 6 digits
 //   votes BIN COUNT SUM                                 empties the votes, casts these, loudly
+//   env NAME [VALUE]                                    sets a variable of the environment
+//   mkdir PATH, link TO PATH, write PATH TEXT           in an empty directory of its own
+//   holds PATH MICROPHONE FIRST LAST                    the file has just these frames
+//   flush                                               writes out every stream there is
+//
+// Frames are numbers: places in a stream of noise. In paths and texts, /{N} is N slashes.
 
+#include "debug_msglevel.h"
 #include "support.h"
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <map>
+#include <memory>
 #include <sstream>
 
 namespace {
@@ -58,6 +67,8 @@ const std::map<std::string, Field> kFields = {
     FIELD(path_limit_tolerant),
     FIELD(energy_sum),
     FIELD(max_delay_sample),
+    FIELD(dump_mode),
+    FIELD(frame_energy),
     FIELD(direction_delay_table),
     FIELD(mic_pos),
     FIELD(relative_array_pos),
@@ -72,8 +83,11 @@ const std::map<std::string, Field> kFields = {
     FIELD(order.mapping_state),
 };
 
-// The instance of a transcript and what its calls write.
+const std::vector<int16_t> kStream = delayed_noise(3, 0, 12, 8000);
+
+// The instance of a transcript, what its calls write, and the environment that it has set.
 struct Stage {
+    std::vector<std::unique_ptr<Environment>> environment;
     std::optional<Instance> instance;
     SslConfig config = {};
     int32_t delay = 0, angle = 0;
@@ -144,14 +158,18 @@ struct Stage {
         if (name == "Cal_Params")
             return EzoSsl_Cal_Params(ssl);
         if (name == "Run") {
-            const std::vector<int16_t> samples = delayed_noise(1, 0, 1, w[2] == "noise" ? 8000 : 0);
-            return EzoSsl_Run(ssl, no_data ? nullptr : samples.data(),
-                              w[3] == "null" ? nullptr : &delay);
+            const Frame silence = {};
+            const int16_t *const samples = no_data             ? nullptr
+                                           : w[2] == "silence" ? silence.data()
+                                                               : &kStream[256 * number(2)];
+            return EzoSsl_Run(ssl, samples, w[3] == "null" ? nullptr : &delay);
         }
         if (name == "Get_Direction")
             return EzoSsl_Get_Direction(ssl, no_data ? nullptr : &angle);
         if (name == "Reset_Mapping")
             return EzoSsl_Reset_Mapping(ssl);
+        if (name == "read_message_level")
+            return read_message_level();
         throw std::invalid_argument("no such call: " + name);
     }
 
@@ -199,66 +217,110 @@ struct Stage {
     }
 };
 
-std::string unescaped(const std::string &text)
+// What a frame dump of these frames holds: 16-bit samples, the low byte first.
+std::string dump_of(size_t mic, size_t first, size_t last)
 {
-    std::string plain;
-    for (size_t i = 0; i < text.size(); ++i)
-        plain += text[i] != '\\' ? text[i] : text[++i] == 't' ? '\t' : text[i] == 'r' ? '\r' : '\n';
-    return plain;
+    std::string bytes;
+    for (size_t n = first * 128; n < last * 128; ++n) {
+        const auto sample = static_cast<uint16_t>(kStream[2 * n + mic]);
+        bytes += {static_cast<char>(sample & 0xff), static_cast<char>(sample >> 8)};
+    }
+    return bytes;
+}
+
+std::string expanded(std::string text)
+{
+    for (size_t at; (at = text.find("/{")) != std::string::npos;)
+        text.replace(at, text.find('}', at) + 1 - at,
+                     std::string(std::stoul(text.substr(at + 2)), '/'));
+    const std::pair<const char *, const char *> escapes[] = {
+        {"\\t", "\t"}, {"\\r", "\r"}, {"\\n", "\n"}};
+    for (const auto &[escape, plain] : escapes)
+        for (size_t at; (at = text.find(escape)) != std::string::npos;)
+            text.replace(at, 2, plain);
+    return text;
 }
 
 class Transcript : public testing::TestWithParam<const char *>
 {
 };
 
+// A line that is no call. False if it is one.
+bool play_direction(Stage &stage, const Words &w, const std::string &what)
+{
+    if (w[0] == "begin")
+        stage.begin(w);
+    else if (w[0] == "set")
+        stage.set(w.at(1), std::stod(w.at(2)));
+    else if (w[0] == "see")
+        EXPECT_NEAR(stage.see(w.at(1)), std::stod(w.at(2)), std::fabs(std::stod(w[2])) * 1e-6)
+            << what;
+    else if (w[0] == "votes") {
+        ssl_reset_voting(stage.instance->get());
+        stage.set("energy_sum", 1e4);
+        stage.set("vote_count." + w.at(1), std::stod(w.at(2)));
+        stage.set("vote_delay_sum." + w.at(1), std::stod(w.at(3)));
+    } else if (w[0] == "env")
+        stage.environment.push_back(std::make_unique<Environment>(
+            w.at(1).c_str(), w.size() > 2 ? std::optional(w[2]) : std::nullopt));
+    else if (w[0] == "mkdir")
+        std::filesystem::create_directories(w.at(1));
+    else if (w[0] == "link")
+        std::filesystem::create_symlink(w.at(1), w.at(2));
+    else if (w[0] == "write")
+        std::ofstream(w.at(1)) << what.substr(what.find(w[1]) + w[1].size() + 1);
+    else if (w[0] == "flush")
+        std::fflush(nullptr);
+    else if (w[0] == "holds")
+        EXPECT_EQ(read_file(w.at(1)),
+                  dump_of(std::stoul(w.at(2)), std::stoul(w.at(3)), std::stoul(w.at(4))))
+            << what;
+    else
+        return false;
+    return true;
+}
+
 TEST_P(Transcript, Holds)
 {
-    const Environment level("DML_PATH", "none"); // what a transcript initialises has level 7
+    const std::filesystem::path before = std::filesystem::current_path();
+    const std::filesystem::path directory = write_file(GetParam(), "");
+    std::filesystem::remove_all(directory);
+    std::filesystem::create_directory(directory);
+    std::filesystem::current_path(directory);
+
     std::ifstream file(std::string(EZOSSL_TRANSCRIPTS "/") + GetParam() + ".txt");
     ASSERT_TRUE(file.is_open());
     Stage stage;
     std::string line, expected, printed, what = "the beginning";
-    const auto compare = [&] {
+    for (int number = 1, more = 1; more != 0; ++number) {
+        more = std::getline(file, line) ? 1 : 0;
+        if (more != 0 && line.rfind("| ", 0) == 0) {
+            expected += expanded(line.substr(2));
+            continue;
+        }
+        std::istringstream split(more != 0 ? expanded(line.substr(0, line.find('#'))) : "");
+        const Words words{std::istream_iterator<std::string>(split), {}};
+        if (more != 0 && words.empty())
+            continue;
         EXPECT_EQ(printed, expected) << what;
         printed.clear();
         expected.clear();
-    };
-    for (int number = 1; std::getline(file, line); ++number) {
-        if (line.rfind("| ", 0) == 0) {
-            expected += unescaped(line.substr(2));
-            continue;
-        }
-        std::istringstream split(line.substr(0, line.find('#')));
-        const Words words{std::istream_iterator<std::string>(split), {}};
-        if (words.empty())
-            continue;
-        compare();
         what = std::string(GetParam()) + ".txt, line " + std::to_string(number) + ": " + line;
-        if (words[0] == "begin")
-            stage.begin(words);
-        else if (words[0] == "set")
-            stage.set(words.at(1), std::stod(words.at(2)));
-        else if (words[0] == "votes") {
-            ssl_reset_voting(stage.instance->get());
-            stage.set("energy_sum", 1e4);
-            stage.set("vote_count." + words.at(1), std::stod(words.at(2)));
-            stage.set("vote_delay_sum." + words.at(1), std::stod(words.at(3)));
-        } else if (words[0] == "see")
-            EXPECT_NEAR(stage.see(words.at(1)), std::stod(words.at(2)),
-                        std::fabs(std::stod(words[2])) * 1e-6)
-                << what;
-        else {
-            ASSERT_EQ(words.at(words.size() - 2), "=>") << what;
-            int64_t code = 0;
-            printed = printed_by([&] { code = stage.call({words.begin(), words.end() - 2}); });
-            EXPECT_EQ(code, std::stoll(words.back(), nullptr, 0)) << what;
-        }
+        if (more == 0 || play_direction(stage, words, what))
+            continue;
+        ASSERT_EQ(words.at(words.size() - 2), "=>") << what;
+        int64_t code = 0;
+        printed = printed_by([&] { code = stage.call({words.begin(), words.end() - 2}); });
+        EXPECT_EQ(code, std::stoll(words.back(), nullptr, 0)) << what;
     }
-    compare();
+    while (!stage.environment.empty()) // the last set, the first put back
+        stage.environment.pop_back();
+    std::filesystem::current_path(before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Transcript,
-                         testing::Values("config", "direction", "geometry", "lifecycle", "order"),
+                         testing::Values("config", "direction", "dump", "geometry", "lifecycle",
+                                         "messages", "order"),
                          [](const auto &each) { return std::string(each.param); });
 
 } // namespace
