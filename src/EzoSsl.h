@@ -83,7 +83,8 @@
  * THREADS
  *
  * The library starts no thread and takes no lock. Use one instance from one thread at a time;
- * separate instances are independent.
+ * separate instances are independent. (Two threads in GetBufferSize, Init, Reset or GetAPIVersion at
+ * once both let cJSON note where it stopped; nobody reads that note.)
  *
  *
  * WHAT IS PROCESS-WIDE
@@ -92,7 +93,7 @@
  *   information (the default), 15 the same. GetBufferSize, Init, Reset and GetAPIVersion take the
  *   level from the member "debug_level" of the JSON file /config/audioAlgo.json or, if the
  *   environment variable DML_PATH is set, of the file that it names (a path of at most 127
- *   characters). An instance keeps the level of its Init.
+ *   characters, a file of at most 1 MiB). An instance keeps the level of its Init.
  * - AUDIO_SSL_DUMP=1 in the environment writes the input samples of microphone 0 and 1 to
  *   Audio_SSL_input_data0.pcm and Audio_SSL_input_data1.pcm (16-bit, no header) in the directory
  *   AUDIO_DUMP_PATH, or the current one; all instances write to the same two names. The variables
@@ -183,14 +184,16 @@ EZOSSL_API uint32_t EzoSsl_GetBufferSize(void);
  *   ssl_init        read only
  * Returns the handle, which is the buffer's address; or NULL, with a message, for a NULL argument,
  * a buffer that is not aligned, a value that SslInit does not allow, or an input dump that is asked
- * for and cannot be written. After NULL every operation on the buffer is refused. */
+ * for and cannot be written. With the first two the buffer is untouched; after the others every
+ * operation on it is refused. */
 EZOSSL_API SslHandle *EzoSsl_Init(void *working_buffer, const SslInit *ssl_init);
 
 /* The same as EzoSsl_Init over the instance's own buffer: nothing survives, Config, Set_Shape and
  * Cal_Params are owed again. Dump files that are open stay open and are lost: call Free before. */
 EZOSSL_API SslHandle *EzoSsl_Reset(SslHandle *handle, const SslInit *ssl_init);
 
-/* Ends an instance; closes the dump files if AUDIO_SSL_DUMP is 1. The buffer can be released or
+/* Ends an instance; closes the dump files if AUDIO_SSL_DUMP is 1 (and the buffer still is an
+ * instance: what merely looks like an open file is left alone). The buffer can be released or
  * given to EzoSsl_Init again; nothing else may be done with the handle.
  * Returns EZOSSL_OK, EZOSSL_BAD_HANDLE (NULL). */
 EZOSSL_API int32_t EzoSsl_Free(SslHandle *handle);

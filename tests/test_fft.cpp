@@ -5,6 +5,7 @@
 #include "support.h"
 
 #include "fft.h"
+#include "fft_backend.h"
 #include "math_layer.h"
 #include "vector.h"
 #include "window.h"
@@ -89,7 +90,7 @@ TEST(Fft, EqualsTheDefinitionInDouble)
         fft_init(&fft.context);
         ASSERT_EQ(fft.context.fft_inited, 1);
         float input[258] = {}, data[258];
-        const std::vector<int16_t> noise = delayed_noise(5, 0, 1, 30000);
+        const std::vector<int16_t> noise = delayed_noise(5, 1, 1, 30000);
         for (int n = 0; n < 256; ++n)
             input[n] = static_cast<float>(noise[static_cast<size_t>(n)]) / 32768;
         input[256] = input[257] = 99; // not part of the input
@@ -158,6 +159,14 @@ TEST(Fft, RefusalsAndReports)
               "[FFT] Please assigned the begining address about FFT workingbuffer in Init.\n");
     EXPECT_EQ(printed_by([&] { fft_rdft(&fft.context, 256, 1, data, data, data); }),
               null_input + "(nil) is NULL in fft_rdft\n");
+    size_t needed = 0; // a region that is too small is left alone; the promised one is not
+    for (; needed <= fft_get_buffer_size(256); needed += 4) {
+        const auto region = std::make_unique<char[]>(needed);
+        if (fft_backend_build(region.get(), needed, 256) != nullptr)
+            break;
+    }
+    EXPECT_GT(needed, 2u * 256 * sizeof(float));
+    EXPECT_LE(needed, fft_get_buffer_size(256) - 4);
     for (const int32_t points : {0, -2, 1, 100, 257, 512, INT32_MIN}) {
         Transform odd(0, points);
         EXPECT_EQ(printed_by([&] { fft_init(&odd.context); }), "[Audio] memory malloc failed\n");

@@ -12,7 +12,6 @@ namespace {
 
 TEST(Messages, AnyContentsAreReadOrLeftAlone)
 {
-    const std::string blanks(5 << 20, ' ');
     const struct {
         const char *what;
         std::string contents;
@@ -20,10 +19,10 @@ TEST(Messages, AnyContentsAreReadOrLeftAlone)
     } rows[] = {
         {"zero bytes", std::string("{\0\"debug_level\":3}", 18), 7},
         {"empty", "", 7},
-        {"some megabytes", blanks + R"({"debug_level":3})" + blanks, 3},
-        {"larger than a level file can be",
-         blanks + blanks + blanks + blanks + R"({"debug_level":3})", 7},
-        {"nested beyond measure", std::string(1 << 20, '['), 7},
+        {"a megabyte", std::string((1 << 20) - 17, ' ') + R"({"debug_level":3})", 3},
+        {"a byte more", std::string((1 << 20) - 16, ' ') + R"({"debug_level":3})", 7},
+        {"some megabytes", std::string(5 << 20, ' ') + R"({"debug_level":3})", 7},
+        {"nested beyond measure", std::string(1 << 19, '['), 7},
     };
     for (const auto &row : rows) {
         const Environment path("DML_PATH", write_file("rows.json", row.contents));

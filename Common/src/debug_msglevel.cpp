@@ -14,8 +14,9 @@ namespace {
 
 constexpr size_t kPathBytes = 128;
 
-// A level file is a line or two. One that is larger than this is taken for something else.
-constexpr int64_t kLargestFile = int64_t{16} << 20;
+// A level file is a line or two. One that is larger than this is taken for something else: parsed,
+// it could take a hundred times its size in memory.
+constexpr int64_t kLargestFile = int64_t{1} << 20;
 
 // The member is taken by its integer value whatever its type: `true` reads as 1, a text as 0.
 int32_t level_in_text(const char *text)

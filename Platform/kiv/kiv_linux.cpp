@@ -13,8 +13,8 @@ KivFile KivFsOpen(const char *path, uint32_t flags, uint32_t mode)
 {
     if (flags != kKivFsRead)
         return -1;
-    // O_NONBLOCK: a named pipe without a writer must not hold the caller up.
-    return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK, mode);
+    // A named pipe without a writer must not hold the caller up, nor a terminal become its own.
+    return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
 }
 
 int64_t KivFsSeek(KivFile file, int64_t offset, KivFsWhence whence)
