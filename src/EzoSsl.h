@@ -83,8 +83,8 @@
  * THREADS
  *
  * The library starts no thread and takes no lock. Use one instance from one thread at a time;
- * separate instances are independent. (Two threads in GetBufferSize, Init, Reset or GetAPIVersion at
- * once both let cJSON note where it stopped; nobody reads that note.)
+ * separate instances are independent. (Two threads in GetBufferSize, Init, Reset or GetAPIVersion
+ * at once both let cJSON note where it stopped; nobody reads that note.)
  *
  *
  * WHAT IS PROCESS-WIDE

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_transcripts.cpp - plays transcripts/*.txt: calls of the interface with the code and the whole
-// text that each must give, and fields of the instance set and seen between them.
+// test_transcripts.cpp - plays transcripts/*.txt: calls of the interface with the code and the
+// whole text that each must give, and fields of the instance set and seen between them.
 //
 //   begin STAGE [rate=HZ] [cm=CM] [bf=MODE] [level=N]   a new instance, as far as the stage
 //   CALL ARGUMENTS => CODE                              then, line by line, what it prints:
