@@ -121,6 +121,17 @@ TEST(Delay, LagsAreTakenUpToThreeBeyondTheLimit)
     }
 }
 
+TEST(Delay, ADipAsDeepAsThePeakIsNoDelay)
+{
+    Instance ssl;
+    ssl->max_delay_sample[0] = INT32_MAX;
+    set_lags(ssl, {{0, 0.0}}); // nothing but one bin: a cosine of four samples, 1 0 -1 0 ...
+    ssl->spectrum[0][2 * 64] = 1;
+    EXPECT_EQ(estimate(ssl), -32768);
+    EXPECT_EQ(ssl->correlation[0], -ssl->correlation[2]);
+    EXPECT_GT(ssl->correlation[0], 0.0f);
+}
+
 TEST(Delay, TheNearestCandidateGetsTheVote)
 {
     // D = 7 expects 7, 6.47, 4.95, 2.68, 0, ...

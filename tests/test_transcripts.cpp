@@ -116,7 +116,7 @@ struct Stage {
     int64_t call(const Words &w)
     {
         const std::string &name = w.at(0);
-        const auto number = [&](size_t i) { return std::stoll(w.at(i)); };
+        const auto number = [&](size_t i) { return static_cast<int32_t>(std::stoll(w.at(i))); };
         SslHandle *const ssl = w.size() > 1 ? handle(w[1]) : nullptr;
         const bool no_data = w.size() > 2 && w[2] == "null";
         if (name == "GetBufferSize")
@@ -124,8 +124,7 @@ struct Stage {
         if (name == "Init" || name == "Reset") {
             SslInit init = {};
             if (w.size() > 3)
-                init = {int32_t(number(2)), int32_t(number(3)), 5, int32_t(number(4)),
-                        int32_t(number(5))};
+                init = {number(2), number(3), 5, number(4), number(5)};
             const SslInit *const pointer = w.size() > 3 ? &init : nullptr;
             char *const odd = reinterpret_cast<char *>(instance->get()) + 2;
             return (name == "Reset" ? EzoSsl_Reset(ssl, pointer)
@@ -136,7 +135,7 @@ struct Stage {
             return EzoSsl_Free(ssl);
         if (name == "Config") {
             if (!no_data)
-                config = {int32_t(number(2)), int32_t(number(3)), int32_t(number(4))};
+                config = {number(2), number(3), number(4)};
             return EzoSsl_Config(ssl, no_data ? nullptr : &config);
         }
         if (name == "Get_Config")
@@ -144,7 +143,7 @@ struct Stage {
         if (name == "SetMode")
             return EzoSsl_SetMode(ssl, number(2), number(3), number(4));
         if (name == "ApplyDigitalGain") {
-            frame.fill(no_data ? 0 : int16_t(number(2)));
+            frame.fill(static_cast<int16_t>(no_data ? 0 : number(2)));
             return EzoSsl_ApplyDigitalGain(ssl, no_data ? nullptr : frame.data(), number(3));
         }
         if (name == "GetAPIVersion")
