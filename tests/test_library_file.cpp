@@ -55,7 +55,7 @@ TEST(LibraryFile, ResultsDoNotDependOnTheOptimisation)
     const std::string plain = output_of(EZOSSL_CORE_BITS "_O2");
     EXPECT_GT(plain.size(), 5000u);
     EXPECT_EQ(output_of(EZOSSL_CORE_BITS "_O3"), plain);
-    EXPECT_EQ(output_of(EZOSSL_CORE_BITS "_native"), plain);
+    EXPECT_EQ(output_of(EZOSSL_CORE_BITS "_tuned"), plain);
     EXPECT_NE(plain.find("heap calls in 256 frames: 0\n"), std::string::npos);
 }
 
