@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 //
-// locate - a class that an application can feed with sound as it comes, in portions of any size, and
-// a program that uses it.
+// locate - a class that an application can feed with sound as it comes, in portions of any size,
+// and a program that uses it.
 //
 //   arecord -t raw -f S16_LE -c 2 -r 16000 | locate_cpp 16000 5.8
 //

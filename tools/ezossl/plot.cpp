@@ -159,12 +159,12 @@ double level_y(double level, double floor)
 
 void draw_level_axis(SvgDrawing &drawing, double floor)
 {
-    const double step = floor < -60.0 ? 40.0 : 20.0;
-    for (double level = 0.0; level >= floor; level -= step) {
+    const int step = floor < -60.0 ? 40 : 20;
+    for (int level = 0; level >= floor; level -= step) {
         const double y = level_y(level, floor);
         drawing.line("grid", {kLeft, y}, {kRight, y});
         drawing.text("right", {kLeft - 8.0, y + 4.0},
-                     level < 0.0 ? "−" + svg_number(-level) : std::string("0"));
+                     level < 0 ? "−" + std::to_string(-level) : "0");
     }
     drawing.text_upwards("middle", {20.0, (kLevelTop + kLevelBottom) / 2.0}, "level [dBFS]");
     draw_frame(drawing, kLevelTop, kLevelBottom);

@@ -65,8 +65,8 @@ Point lowered(Point middle)
 }
 
 struct Scale {
-    double step; // percent between rings
-    double end;  // percent at the rim
+    int step; // percent between rings
+    int end;  // percent at the rim
 
     double radius(double percent) const { return kHub + percent / end * (kRim - kHub); }
 };
@@ -76,11 +76,11 @@ Scale scale_for(const std::vector<Sector> &sectors)
     double highest = 0.0;
     for (const Sector &sector : sectors)
         highest = std::max(highest, sector.percent);
-    for (const double step : {2.0, 5.0, 10.0}) {
-        if (highest > 0.0 && highest <= 5.0 * step)
-            return {step, step * std::ceil(highest / step)};
+    for (const int step : {2, 5, 10}) {
+        if (highest > 0.0 && highest <= 5 * step)
+            return {step, step * static_cast<int>(std::ceil(highest / step))};
     }
-    return {25.0, 100.0};
+    return {25, 100};
 }
 
 SvgPath half_ring(double radius)
@@ -92,12 +92,12 @@ SvgPath half_ring(double radius)
 
 void draw_grid(SvgDrawing &drawing, const Scale &scale)
 {
-    for (double percent = 0.0; percent <= scale.end; percent += scale.step) {
+    for (int percent = 0; percent <= scale.end; percent += scale.step) {
         const double radius = scale.radius(percent);
         drawing.path(percent < scale.end ? "grid" : "frame", half_ring(radius));
         if (percent > 0.0)
             drawing.text("middle minor tiny", {kCentre.x - radius, kCentre.y + 16.0},
-                         svg_number(percent) + " %");
+                         std::to_string(percent) + " %");
     }
     for (int angle = -90; angle <= 90; angle += 30) {
         const char *const style = std::abs(angle) == 90 ? "frame" : "grid";
