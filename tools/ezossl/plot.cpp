@@ -187,7 +187,7 @@ void draw_level(SvgDrawing &drawing, const std::vector<Block> &blocks, const Tim
             lowest = std::min(lowest, first->level);
             end = first->end;
         }
-        const Point from = {time.x(start), level_y(highest, floor)};
+        const SvgPoint from = {time.x(start), level_y(highest, floor)};
         line.empty() ? line.move(from) : line.line(from);
         line.line({time.x(end), level_y(lowest, floor)});
     }

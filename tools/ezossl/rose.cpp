@@ -17,7 +17,7 @@ constexpr double kPi = 3.14159265358979323846;
 constexpr double kWidth = 720.0;
 constexpr double kHeight = 468.0;
 constexpr double kMargin = 28.0;
-constexpr Point kCentre = {360.0, 394.0};
+constexpr SvgPoint kCentre = {360.0, 394.0};
 constexpr double kHub = 40.0; // radius left to the microphones
 constexpr double kRim = 280.0;
 constexpr std::size_t kTitleCharacters = 64;
@@ -52,14 +52,14 @@ std::vector<Sector> sectors_of(const std::vector<Block> &blocks)
 }
 
 // 0 degrees up, + to the left.
-Point polar(double radius, double degrees)
+SvgPoint polar(double radius, double degrees)
 {
     const double angle = degrees * kPi / 180.0;
     return {kCentre.x - radius * std::sin(angle), kCentre.y - radius * std::cos(angle)};
 }
 
 // Where the middle of a line of text goes, for its baseline.
-Point lowered(Point middle)
+SvgPoint lowered(SvgPoint middle)
 {
     return {middle.x, middle.y + 4.0};
 }
@@ -123,12 +123,12 @@ void draw_counts(SvgDrawing &drawing, std::vector<Sector> sectors, const Scale &
 {
     std::stable_sort(sectors.begin(), sectors.end(),
                      [](const Sector &a, const Sector &b) { return a.count > b.count; });
-    std::vector<Point> taken;
+    std::vector<SvgPoint> taken;
     for (const Sector &sector : sectors) {
         const std::string text = std::to_string(sector.count);
         const double width = 7.0 * static_cast<double>(text.size()) + 4.0;
-        const Point at = polar(scale.radius(sector.percent) + 10.0, sector.middle());
-        const auto overlaps = [&](Point other) {
+        const SvgPoint at = polar(scale.radius(sector.percent) + 10.0, sector.middle());
+        const auto overlaps = [&](SvgPoint other) {
             return std::fabs(other.x - at.x) < width && std::fabs(other.y - at.y) < 12.0;
         };
         if (std::any_of(taken.begin(), taken.end(), overlaps))
@@ -143,7 +143,7 @@ void draw_microphones(SvgDrawing &drawing)
 {
     drawing.line("frame", {kCentre.x - 18.0, kCentre.y}, {kCentre.x + 18.0, kCentre.y});
     for (const int microphone : {0, 1}) {
-        const Point at = {kCentre.x + (microphone == 0 ? -18.0 : 18.0), kCentre.y};
+        const SvgPoint at = {kCentre.x + (microphone == 0 ? -18.0 : 18.0), kCentre.y};
         drawing.circle("microphone", at, 9.0);
         drawing.text("on tiny middle", lowered(at), std::to_string(microphone));
     }
@@ -159,7 +159,7 @@ void draw_median(SvgDrawing &drawing, double median)
     pointer.move(polar(kRim, median)).line(polar(kRim + 13.0, median - 1.6));
     pointer.line(polar(kRim + 13.0, median + 1.6)).close();
     drawing.path("median", pointer, "median " + angle_text(median));
-    const Point key = {kWidth - kMargin - 52.0, 71.0};
+    const SvgPoint key = {kWidth - kMargin - 52.0, 71.0};
     SvgPath sign;
     sign.move(key).line({key.x - 6.0, key.y - 11.0}).line({key.x + 6.0, key.y - 11.0}).close();
     drawing.path("median", sign);

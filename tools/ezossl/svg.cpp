@@ -109,7 +109,7 @@ std::string escaped(std::string_view character)
     }
 }
 
-std::string place(const char *x_name, const char *y_name, Point at)
+std::string place(const char *x_name, const char *y_name, SvgPoint at)
 {
     return std::string(" ") + x_name + "=\"" + svg_number(at.x) + "\" " + y_name + "=\"" +
            svg_number(at.y) + '"';
@@ -140,13 +140,13 @@ std::string xml_text(const std::string &text)
     return result;
 }
 
-SvgPath &SvgPath::move(Point to)
+SvgPath &SvgPath::move(SvgPoint to)
 {
     data_ += 'M' + svg_number(to.x) + ' ' + svg_number(to.y);
     return *this;
 }
 
-SvgPath &SvgPath::line(Point to)
+SvgPath &SvgPath::line(SvgPoint to)
 {
     data_ += 'L' + svg_number(to.x) + ' ' + svg_number(to.y);
     return *this;
@@ -158,7 +158,7 @@ SvgPath &SvgPath::across(double width)
     return *this;
 }
 
-SvgPath &SvgPath::arc(double radius, bool clockwise, Point to)
+SvgPath &SvgPath::arc(double radius, bool clockwise, SvgPoint to)
 {
     const std::string length = svg_number(radius);
     data_ += 'A' + length + ' ' + length + (clockwise ? " 0 0 1 " : " 0 0 0 ") + svg_number(to.x) +
@@ -184,12 +184,12 @@ SvgDrawing::SvgDrawing(double width, double height, const std::string &title,
                 "<rect class=\"sheet\" width=\"100%\" height=\"100%\"/>\n";
 }
 
-void SvgDrawing::line(const std::string &style, Point from, Point to)
+void SvgDrawing::line(const std::string &style, SvgPoint from, SvgPoint to)
 {
     document_ += start("line", style) + place("x1", "y1", from) + place("x2", "y2", to) + "/>\n";
 }
 
-void SvgDrawing::circle(const std::string &style, Point centre, double radius)
+void SvgDrawing::circle(const std::string &style, SvgPoint centre, double radius)
 {
     document_ += start("circle", style) + place("cx", "cy", centre) + " r=\"" + svg_number(radius) +
                  "\"/>\n";
@@ -206,12 +206,12 @@ void SvgDrawing::path(const std::string &style, const SvgPath &path, const std::
         document_ += "><title>" + xml_text(tooltip) + "</title></path>\n";
 }
 
-void SvgDrawing::text(const std::string &style, Point at, const std::string &text)
+void SvgDrawing::text(const std::string &style, SvgPoint at, const std::string &text)
 {
     document_ += start("text", style) + place("x", "y", at) + '>' + xml_text(text) + "</text>\n";
 }
 
-void SvgDrawing::text_upwards(const std::string &style, Point at, const std::string &text)
+void SvgDrawing::text_upwards(const std::string &style, SvgPoint at, const std::string &text)
 {
     document_ += start("text", style) + " transform=\"translate(" + svg_number(at.x) + ' ' +
                  svg_number(at.y) + ") rotate(-90)\">" + xml_text(text) + "</text>\n";

@@ -7,7 +7,7 @@
 
 #include <string>
 
-struct Point {
+struct SvgPoint {
     double x; // to the right
     double y; // down
 };
@@ -23,10 +23,10 @@ std::string xml_text(const std::string &text);
 class SvgPath
 {
 public:
-    SvgPath &move(Point to);
-    SvgPath &line(Point to);
+    SvgPath &move(SvgPoint to);
+    SvgPath &line(SvgPoint to);
     SvgPath &across(double width); // to the right
-    SvgPath &arc(double radius, bool clockwise, Point to);
+    SvgPath &arc(double radius, bool clockwise, SvgPoint to);
     SvgPath &close();
 
     bool empty() const { return data_.empty(); }
@@ -44,12 +44,12 @@ public:
     SvgDrawing(double width, double height, const std::string &title,
                const std::string &description);
 
-    void line(const std::string &style, Point from, Point to);
-    void circle(const std::string &style, Point centre, double radius);
+    void line(const std::string &style, SvgPoint from, SvgPoint to);
+    void circle(const std::string &style, SvgPoint centre, double radius);
     // An empty path draws nothing. The tooltip appears over the shape.
     void path(const std::string &style, const SvgPath &path, const std::string &tooltip = "");
-    void text(const std::string &style, Point at, const std::string &text);
-    void text_upwards(const std::string &style, Point at, const std::string &text);
+    void text(const std::string &style, SvgPoint at, const std::string &text);
+    void text_upwards(const std::string &style, SvgPoint at, const std::string &text);
 
     // The whole document.
     std::string finished() const;
