@@ -76,11 +76,11 @@ Scale scale_for(const std::vector<Sector> &sectors)
     double highest = 0.0;
     for (const Sector &sector : sectors)
         highest = std::max(highest, sector.percent);
-    for (const int step : {2, 5, 10}) {
+    for (const int step : {2, 5, 10, 20}) {
         if (highest > 0.0 && highest <= 5 * step)
             return {step, step * static_cast<int>(std::ceil(highest / step))};
     }
-    return {25, 100};
+    return {20, 100};
 }
 
 SvgPath half_ring(double radius)
@@ -117,7 +117,7 @@ void draw_sector(SvgDrawing &drawing, const Sector &sector, double radius)
                      blocks_text(sector.count) + ", " + svg_number(sector.percent) + " %");
 }
 
-// The count of a sector beyond its end. Short sectors next to one another leave no room for all:
+// The count of a sector beyond its end, or inside if that is at the rim. Short sectors next to one another leave no room for all:
 // the larger counts come first.
 void draw_counts(SvgDrawing &drawing, std::vector<Sector> sectors, const Scale &scale)
 {
@@ -127,14 +127,16 @@ void draw_counts(SvgDrawing &drawing, std::vector<Sector> sectors, const Scale &
     for (const Sector &sector : sectors) {
         const std::string text = std::to_string(sector.count);
         const double width = 7.0 * static_cast<double>(text.size()) + 4.0;
-        const SvgPoint at = polar(scale.radius(sector.percent) + 10.0, sector.middle());
+        const double end = scale.radius(sector.percent);
+        const bool is_inside = end + 18.0 > kRim;
+        const SvgPoint at = polar(is_inside ? end - 14.0 : end + 10.0, sector.middle());
         const auto overlaps = [&](SvgPoint other) {
             return std::fabs(other.x - at.x) < width && std::fabs(other.y - at.y) < 12.0;
         };
         if (std::any_of(taken.begin(), taken.end(), overlaps))
             continue;
         taken.push_back(at);
-        drawing.text("halo middle tiny", lowered(at), text);
+        drawing.text(is_inside ? "on middle tiny" : "halo middle tiny", lowered(at), text);
     }
     drawing.text("minor tiny right", {kWidth - kMargin, 52.0}, "numbers: blocks in 10°");
 }
