@@ -15,13 +15,13 @@ offered() { # WORD... of which the last is begun
 require() { # LINE TEXT PLACE
     grep -qxF -e "$1" <<<"$2" || { echo "$1 is missing in the $3" && exit 1; }
 }
-manual=$(sed 's/\\-/-/g' docs/ezossl.1 | grep -oE -e '--[a-z-]+|^\.SS [a-z]+$')
+manual=$(sed 's/\\-/-/g' docs/ezossl.1 | grep -oE -e '--[a-z0-9-]+|^\.SS [a-z]+$')
 commands=$("$1" --help | sed '1,/^Subcommands:/d' | grep -oE '^  [a-z]+')
 require simulate "$(xargs -n 1 <<<"$commands")" help
 for command in $commands; do
     require "$command" "$(offered '')" completion
     require ".SS $command" "$manual" manual
-    for option in $("$1" "$command" --help | grep -oE '^  (-., ?)?--[a-z-]+' | sed 's/.*--/--/'); do
+    for option in $("$1" "$command" --help | grep -oE '^ +(-., ?)?--[a-z0-9-]+' | sed 's/.*--/--/'); do
         require "$option" "$(offered "$command" --)" "completion of $command"
         require "$option" "$manual" manual
     done

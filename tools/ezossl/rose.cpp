@@ -117,8 +117,8 @@ void draw_sector(SvgDrawing &drawing, const Sector &sector, double radius)
                      blocks_text(sector.count) + ", " + svg_number(sector.percent) + " %");
 }
 
-// The count of a sector beyond its end, or inside if that is at the rim. Short sectors next to one another leave no room for all:
-// the larger counts come first.
+// The count of a sector beyond its end, or inside if that is at the rim. Short sectors next to one
+// another leave no room for all: the larger counts come first.
 void draw_counts(SvgDrawing &drawing, std::vector<Sector> sectors, const Scale &scale)
 {
     std::stable_sort(sectors.begin(), sectors.end(),
