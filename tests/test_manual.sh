@@ -21,7 +21,8 @@ require simulate "$(xargs -n 1 <<<"$commands")" help
 for command in $commands; do
     require "$command" "$(offered '')" completion
     require ".SS $command" "$manual" manual
-    for option in $("$1" "$command" --help | grep -oE '^ +(-., ?)?--[a-z0-9-]+' | sed 's/.*--/--/'); do
+    options=$("$1" "$command" --help | sed -nE 's/^ +(-., ?)?(--[a-z0-9-]+).*/\2/p')
+    for option in $options; do
         require "$option" "$(offered "$command" --)" "completion of $command"
         require "$option" "$manual" manual
     done
