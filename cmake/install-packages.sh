@@ -5,7 +5,7 @@
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
-#   test    GoogleTest
+#   test    GoogleTest, and Python for its example and its XML parser
 #   check   formatting and static analysis
 #   demo    the voices that demo.sh places
 set -euo pipefail
@@ -15,7 +15,7 @@ for group in "$@"; do
     case $group in
     build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
     tools) packages="$packages libsndfile1-dev libsamplerate0-dev libcli11-dev" ;;
-    test) packages="$packages libgtest-dev" ;;
+    test) packages="$packages libgtest-dev python3" ;;
     check) packages="$packages clang-format clang-tidy" ;;
     demo) packages="$packages alsa-utils" ;;
     *)

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// time_axis.h - where an instant stands in a figure, and the ticks for anything from a second to
+// days.
+
+#ifndef EZOSSL_TOOL_TIME_AXIS_H
+#define EZOSSL_TOOL_TIME_AXIS_H
+
+#include <string>
+#include <vector>
+
+class TimeAxis
+{
+public:
+    // The stretch of time, in seconds, between two places. The end must be later than the start.
+    TimeAxis(double start, double end, double left, double right);
+
+    double x(double seconds) const;
+    std::vector<double> ticks() const;
+    std::string label(double tick) const;
+    const char *unit() const;
+
+private:
+    double start_, end_, left_, right_;
+    double step_; // between ticks
+};
+
+#endif
