@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <sstream>
 
+#include "check.h"
 #include "failure.h"
 #include "options.h"
 #include "simulate.h"
@@ -14,10 +15,8 @@
 
 namespace {
 
-enum ExitStatus { kDone = 0, kError = 1, kUsage = 2 };
-
 using AddCommand = Command (*)(CLI::App &app);
-constexpr AddCommand kCommands[] = {add_track_command, add_simulate_command};
+constexpr AddCommand kCommands[] = {add_track_command, add_check_command, add_simulate_command};
 
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
@@ -48,7 +47,7 @@ std::vector<std::string> command_line(int argc, char **argv, const std::vector<C
 }
 
 // Help and version go to the output, refusals to standard error.
-int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
+ExitStatus end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
 {
     std::ostringstream text;
     const int status = app.exit(reason, text, std::cerr);
@@ -57,7 +56,7 @@ int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutpu
     return status == 0 ? kDone : kUsage;
 }
 
-int run(int argc, char **argv, DataOutput &output)
+ExitStatus run(int argc, char **argv, DataOutput &output)
 {
     CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
     app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
@@ -82,7 +81,7 @@ int run(int argc, char **argv, DataOutput &output)
     show_library_messages(verbose);
     for (const Command &command : commands) {
         if (command.parser->parsed())
-            command.run(output);
+            return command.run(output);
     }
     return kDone;
 }

@@ -196,5 +196,8 @@ Command add_simulate_command(CLI::App &app)
     parser->add_option("--seed", options->seed, "Of the noise; another seed, another noise")
         ->capture_default_str();
     parser->add_option("--truth", options->truth, "CSV file to write the true angles to");
-    return {parser, [options](DataOutput &) { simulate(*options); }};
+    return {parser, [options](DataOutput &) {
+                simulate(*options);
+                return kDone;
+            }};
 }
