@@ -35,7 +35,7 @@ std::size_t count_clipped(const std::vector<int16_t> &samples, std::size_t chann
 
 ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, std::size_t channel)
 {
-    const auto count = static_cast<double>(samples.size() / 2);
+    const auto count = static_cast<double>(samples.size()) / 2.0;
     double sum = 0.0;
     double squares = 0.0;
     int lowest = samples[channel];
@@ -58,7 +58,7 @@ ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, std::s
 CopyFit fit_copy(const std::vector<int16_t> &samples, const ChannelStatistics &first,
                  const ChannelStatistics &second)
 {
-    const auto count = static_cast<double>(samples.size() / 2);
+    const auto count = static_cast<double>(samples.size()) / 2.0;
     double product = 0.0;
     for (std::size_t i = 0; i + 1 < samples.size(); i += 2)
         product += (samples[i] - first.mean) * (samples[i + 1] - second.mean);

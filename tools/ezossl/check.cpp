@@ -50,8 +50,8 @@ Input read_file(const std::string &path)
 void print_measurements(const Input &input, const Diagnosis &diagnosis, DataOutput &output)
 {
     output.print("%s: %.2f s at %d Hz%s\n", input.name.c_str(),
-                 static_cast<double>(input.samples.size() / 2) / input.rate, input.rate,
-                 input.is_cut ? ", the beginning of it" : "");
+                 static_cast<double>(input.samples.size()) / EZOSSL_MIC_COUNT / input.rate,
+                 input.rate, input.is_cut ? ", the beginning of it" : "");
     output.print("levels      %.1f and %.1f dB of full scale\n",
                  level_db(diagnosis.channels[0].rms), level_db(diagnosis.channels[1].rms));
     if (diagnosis.common > 0)

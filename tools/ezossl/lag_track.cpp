@@ -28,6 +28,7 @@ LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches)
                              (stretches[j].middle - stretches[i].middle));
     const double slope = median(slopes);
     std::vector<double> offsets;
+    offsets.reserve(stretches.size());
     for (const StretchCorrelation &stretch : stretches)
         offsets.push_back(stretch.strongest().lag - slope * stretch.middle);
     const double offset = median(offsets);
