@@ -56,6 +56,11 @@ void DataOutput::finish()
         fail();
 }
 
+bool DataOutput::is_terminal() const
+{
+    return isatty(fileno(file_)) != 0;
+}
+
 void show_library_messages(bool show)
 {
     std::fflush(stdout);

@@ -8,7 +8,9 @@
 #include <sstream>
 
 #include "check.h"
+#include "demo.h"
 #include "failure.h"
+#include "geometry.h"
 #include "options.h"
 #include "simulate.h"
 #include "track.h"
@@ -16,7 +18,8 @@
 namespace {
 
 using AddCommand = Command (*)(CLI::App &app);
-constexpr AddCommand kCommands[] = {add_track_command, add_check_command, add_simulate_command};
+constexpr AddCommand kCommands[] = {add_track_command, add_check_command, add_simulate_command,
+                                    add_geometry_command, add_demo_command};
 
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
