@@ -46,19 +46,6 @@ std::size_t AudioReader::read(float *samples, std::size_t count)
     return frames;
 }
 
-void require_pair(const AudioReader &audio)
-{
-    if (audio.channels() == 1)
-        throw Failure(audio.path() + ": 1 channel; needs 2, one per microphone");
-    if (audio.channels() != 2)
-        throw Failure(audio.path() + ": " + std::to_string(audio.channels()) +
-                      " channels; needs 2, one per microphone (to pick two: sox IN OUT remix 1 2)");
-    if (!is_supported_rate(audio.rate()))
-        throw Failure(audio.path() + ": " + std::to_string(audio.rate()) +
-                      " Hz; needs 8000, 16000, 32000 or 48000 Hz (to convert: sox IN -r 48000 OUT,"
-                      " or ffmpeg -i IN -ar 48000 OUT)");
-}
-
 void to_int16(const float *from, int16_t *to, std::size_t count, std::size_t &clamped)
 {
     for (std::size_t i = 0; i < count; i++) {

@@ -44,9 +44,6 @@ private:
     SoundFile file_;
 };
 
-// Failure unless the file has a channel per microphone and a rate that the library takes.
-void require_pair(const AudioReader &audio);
-
 // Full scale 1 to 16 bits, rounded to the nearest. What lies beyond full scale is clamped, and
 // counted.
 void to_int16(const float *from, int16_t *to, std::size_t count, std::size_t &clamped);

@@ -56,11 +56,6 @@ void DataOutput::finish()
         fail();
 }
 
-bool DataOutput::is_terminal() const
-{
-    return isatty(fileno(file_)) != 0;
-}
-
 void show_library_messages(bool show)
 {
     std::fflush(stdout);

@@ -19,7 +19,6 @@ public:
     // Failure when the bytes cannot be written; those still buffered are tried by finish().
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
     void finish();
-    bool is_terminal() const;
 
 private:
     std::FILE *file_;

@@ -11,12 +11,10 @@
 
 #include "data_output.h"
 
-enum ExitStatus { kDone = 0, kError = 1, kUsage = 2, kUnusable = 3 };
-
 // A subcommand: its options, and the work that is done when the user asked for it.
 struct Command {
     CLI::App *parser;
-    std::function<ExitStatus(DataOutput &)> run;
+    std::function<void(DataOutput &)> run;
 };
 
 // The microphones and the air between them.

@@ -73,7 +73,15 @@ private:
 
 void check_suitable(const AudioReader &audio, int block_frames)
 {
-    require_pair(audio);
+    if (audio.channels() == 1)
+        throw Failure(audio.path() + ": 1 channel; needs 2, one per microphone");
+    if (audio.channels() != EZOSSL_MIC_COUNT)
+        throw Failure(audio.path() + ": " + std::to_string(audio.channels()) +
+                      " channels; needs 2, one per microphone (to pick two: sox IN OUT remix 1 2)");
+    if (!is_supported_rate(audio.rate()))
+        throw Failure(audio.path() + ": " + std::to_string(audio.rate()) +
+                      " Hz; needs 8000, 16000, 32000 or 48000 Hz (to convert: sox IN -r 48000 OUT,"
+                      " or ffmpeg -i IN -ar 48000 OUT)");
     const sf_count_t block_samples = sf_count_t{block_frames} * EZOSSL_FRAME_LENGTH;
     if (audio.length() < block_samples)
         throw Failure(audio.path() + ": " + std::to_string(audio.length()) +
@@ -145,8 +153,5 @@ Command add_track_command(CLI::App &app)
     parser->add_option("-b,--block", options->block_frames, "Frames of 128 samples in a block")
         ->check(limits(1, 10000, "frames"))
         ->capture_default_str();
-    return {parser, [options](DataOutput &output) {
-                track(*options, output);
-                return kDone;
-            }};
+    return {parser, [options](DataOutput &output) { track(*options, output); }};
 }
