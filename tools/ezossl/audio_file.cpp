@@ -133,9 +133,10 @@ std::size_t AudioReader::read(float *samples, std::size_t count)
     const sf_count_t wanted =
         std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(length() - position_, 0));
     const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
-    if (sf_error(file_.get()) != SF_ERR_NO_ERROR)
-        throw Failure(path_ + ": cannot be read to its end: " + sf_strerror(file_.get()));
     const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
+    // What is damaged later on ends there; promised() tells.
+    if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
     float *const end = samples + frames * static_cast<std::size_t>(channels());
     if (std::any_of(samples, end, [](float sample) { return std::isnan(sample); }))
         throw Failure(path_ + ": holds samples that are not a number; write it again");

@@ -50,9 +50,9 @@ public:
     // Whether the encoding throws away what the ear does not miss, such as the phase.
     bool is_lossy() const;
 
-    // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only. Refuses
-    // samples that are not a number. (Reading 16-bit integers instead would wrap or scale what a
-    // float file holds, depending on its peak.)
+    // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only, or where
+    // the file is damaged. Refuses samples that are not a number. (Reading 16-bit integers instead
+    // would wrap or scale what a float file holds, depending on its peak.)
     std::size_t read(float *samples, std::size_t count);
 
 private:

@@ -31,7 +31,8 @@ void add_choice(CLI::App &parser, const std::string &name, Value &value,
         for (const auto &choice : choices)
             names += (names.empty() ? "" : ", ") + choice.first;
         if (found == choices.end())
-            throw CLI::ValidationError(name, "there is no '" + text + "'; there are " + names);
+            throw CLI::ValidationError(name.substr(name.find("--")),
+                                       "there is no '" + text + "'; there are " + names);
         value = found->second;
     };
     parser.add_option_function<std::string>(name, choose, description)->type_name("NAME");
@@ -148,7 +149,7 @@ InputLayout TrackingOptions::layout(const std::string &path, int input_rate,
                                     int input_channels) const
 {
     if (channels.empty() && input_channels == 1)
-        throw Failure(path + ": 1 channel; needs 2, one per microphone");
+        throw Failure(path + ": 1 channel; needs 2, one per microphone: record both");
     if (channels.empty() && input_channels != EZOSSL_MIC_COUNT)
         throw Failure(path + ": " + std::to_string(input_channels) +
                       " channels; needs 2, one per microphone; pick them like -c 1,2");
