@@ -11,31 +11,17 @@ namespace {
 
 constexpr double kPauseDb = 25.0; // below the loudest block
 
-struct JudgedBlock {
-    double power; // full scale 1
-    bool decided;
-};
-
-std::vector<JudgedBlock> localize(const std::vector<int16_t> &samples,
-                                  const LocalizerSettings &settings)
+std::vector<Block> localize(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
 {
     std::srand(1); // the library draws from rand(): the same samples give the same answer
     Localizer localizer(settings);
-    std::vector<JudgedBlock> blocks;
+    std::vector<Block> blocks;
     int16_t frame[kFrameSamples];
-    double energy = 0.0;
-    int frames = 0;
     for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
         std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(at), kFrameSamples, frame);
         localizer.add_frame(frame);
-        for (const int16_t sample : frame)
-            energy += (sample / 32768.0) * (sample / 32768.0);
-        if (++frames < settings.block_frames)
-            continue;
-        const double power = energy / (static_cast<double>(kFrameSamples) * frames);
-        blocks.push_back({power, localizer.finish_block().no_angle_because == nullptr});
-        frames = 0;
-        energy = 0.0;
+        if (localizer.is_block_complete())
+            blocks.push_back(localizer.finish_block());
     }
     return blocks;
 }
@@ -49,17 +35,19 @@ double BlockCounts::share() const
 
 BlockCounts count_blocks(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
 {
-    const std::vector<JudgedBlock> blocks = localize(samples, settings);
-    double loudest = 0.0;
-    for (const JudgedBlock &block : blocks)
-        loudest = std::max(loudest, block.power);
-    const double gate = std::pow(10.0, settings.gate_db / 10.0);
-    const double pause = std::max(gate, loudest * std::pow(10.0, -kPauseDb / 10.0));
+    const std::vector<Block> blocks = localize(samples, settings);
+    double loudest = -HUGE_VAL;
+    for (const Block &block : blocks)
+        loudest = std::max(loudest, block.level);
     BlockCounts counts{};
-    for (const JudgedBlock &block : blocks) {
-        counts.loud += block.power > gate ? 1 : 0;
-        counts.with_sound += block.power > pause ? 1 : 0;
-        counts.decided += block.power > pause && block.decided ? 1 : 0;
+    for (const Block &block : blocks) {
+        if (block.status == BlockStatus::quiet)
+            continue;
+        counts.loud++;
+        if (block.level <= loudest - kPauseDb)
+            continue;
+        counts.with_sound++;
+        counts.decided += block.status == BlockStatus::ok ? 1 : 0;
     }
     return counts;
 }

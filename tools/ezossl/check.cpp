@@ -5,49 +5,25 @@
 
 #include <memory>
 
+#include "alsa_capture.h"
 #include "audio_file.h"
+#include "check_input.h"
 #include "diagnosis.h"
 #include "failure.h"
-#include "localizer.h"
+#include "tracking_options.h"
 
 namespace {
 
-constexpr double kLongestSeconds = 300.0;
+constexpr int kUnusable = 3; // exit status
 
 struct CheckOptions {
-    std::string file;
-    ArrayOptions array;
-    int gate_db = -80;
+    std::string input;
+    TrackingOptions tracking; // of which only what is asked for below
+    std::string device = "default";
+    double live_seconds = 0.0; // 0 is not given
 };
 
-struct Input {
-    std::string name;
-    int rate;                     // Hz
-    std::vector<int16_t> samples; // interleaved
-    bool is_cut;                  // there was more than is judged
-};
-
-Input read_file(const std::string &path)
-{
-    AudioReader audio(path);
-    require_pair(audio);
-    Input input = {path, audio.rate(), {}, false};
-    const auto limit = static_cast<std::size_t>(kLongestSeconds * audio.rate()) * EZOSSL_MIC_COUNT;
-    std::vector<float> chunk(kFrameSamples * 32);
-    std::size_t clamped = 0; // shows as clipped
-    while (const std::size_t got = audio.read(chunk.data(), chunk.size() / EZOSSL_MIC_COUNT)) {
-        if (input.samples.size() >= limit) {
-            input.is_cut = true;
-            break;
-        }
-        const std::size_t filled = input.samples.size();
-        input.samples.resize(filled + got * EZOSSL_MIC_COUNT);
-        to_int16(chunk.data(), &input.samples[filled], got * EZOSSL_MIC_COUNT, clamped);
-    }
-    return input;
-}
-
-void print_measurements(const Input &input, const Diagnosis &diagnosis, DataOutput &output)
+void print_measurements(const PairSamples &input, const Diagnosis &diagnosis, DataOutput &output)
 {
     output.print("%s: %.2f s at %d Hz%s\n", input.name.c_str(),
                  static_cast<double>(input.samples.size()) / EZOSSL_MIC_COUNT / input.rate,
@@ -74,17 +50,24 @@ void print_findings(const Diagnosis &diagnosis, DataOutput &output)
                  names.c_str());
 }
 
-ExitStatus check(const CheckOptions &options, const Input &input, DataOutput &output)
+void check(const CheckOptions &options, DataOutput &output)
 {
-    if (input.samples.size() / 2 < shortest_input(input.rate))
+    const TrackingOptions &tracking = options.tracking;
+    const bool is_live = options.live_seconds > 0.0;
+    if (is_live != options.input.empty())
+        throw UsageFailure("give one of the two: a sound file, or --live SECONDS");
+    const PairSamples input = is_live ? capture_pair(options.device, options.live_seconds, tracking)
+                                      : read_pair(options.input, tracking);
+    if (input.couples() < shortest_input(input.rate))
         throw Failure(input.name + ": shorter than a second; give at least that much");
     const Diagnosis diagnosis =
-        diagnose(input.samples, {input.rate, options.array.spacing_cm, options.array.temperature,
-                                 options.gate_db});
+        diagnose(input.samples, {input.rate, tracking.array.spacing_cm, tracking.array.temperature,
+                                 tracking.gate_db});
     print_measurements(input, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
-    return diagnosis.is_usable() ? kDone : kUnusable;
+    if (!diagnosis.is_usable())
+        throw EndWith{kUnusable};
 }
 
 } // namespace
@@ -92,18 +75,38 @@ ExitStatus check(const CheckOptions &options, const Input &input, DataOutput &ou
 Command add_check_command(CLI::App &app)
 {
     const auto options = std::make_shared<CheckOptions>();
+    TrackingOptions &tracking = options->tracking;
     CLI::App *const parser = app.add_subcommand(
-        "check", "Tell whether a two-channel file is usable, and name the fault");
-    parser->add_option("FILE", options->file, "Sound file; microphone 0 is its first channel")
-        ->required();
-    options->array.add_to(*parser);
-    parser->add_option("-g,--gate", options->gate_db, "Blocks at or below this level are no sound")
+        "check", "Tell whether a recording or a device is usable, and name the fault");
+    parser->add_option("INPUT", options->input,
+                       "Sound file; microphone 0 is the first channel. - is standard input");
+    CLI::Option *const live =
+        parser
+            ->add_option("--live", options->live_seconds,
+                         "Instead, so many seconds of what the microphones hear now")
+            ->check(limits(1, kLongestSeconds, "seconds"));
+    parser->add_option("-D,--device", options->device, "ALSA device for --live")
+        ->capture_default_str()
+        ->needs(live);
+    tracking.array.add_to(*parser);
+    parser->add_option("-g,--gate", tracking.gate_db, "Blocks at or below this level are no sound")
         ->check(limits(-80, 0, "dB of full scale"))
         ->capture_default_str();
+    parser
+        ->add_option("-c,--channels", tracking.channels,
+                     "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
+        ->delimiter(',')
+        ->expected(2)
+        ->type_name("A,B")
+        ->check(limits(1, 64, "(a channel)"));
+    parser->add_option("-r,--rate", tracking.rate, "Rate in Hz to which the sound is brought first")
+        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->type_name("HZ");
     parser->footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
                    "Faults are found in stretches of a second: the longer the recording, the\n"
                    "slower the clock drift that shows. Judged are the first 5 minutes.");
-    return {parser, [options](DataOutput &output) {
-                return check(*options, read_file(options->file), output);
+    return {parser, [options, &app](DataOutput &output) {
+                show_alsa_messages(app.count("--verbose") > 0);
+                check(*options, output);
             }};
 }

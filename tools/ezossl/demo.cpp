@@ -38,7 +38,7 @@ std::vector<float> make_bursts(NoiseSource &noise)
     return bursts;
 }
 
-BlockAnswer locate(Localizer &localizer, const int16_t *block)
+Block locate(Localizer &localizer, const int16_t *block)
 {
     int16_t frame[kFrameSamples];
     for (int i = 0; i < kBlockFrames; i++, block += kFrameSamples) {
@@ -59,13 +59,13 @@ struct Score {
     }
 };
 
-void print_step(double truth, const BlockAnswer &answer, bool plain, DataOutput &output)
+void print_step(double truth, const Block &block, bool plain, DataOutput &output)
 {
-    const bool found = answer.no_angle_because == nullptr;
-    const auto angle = found ? std::optional<int>(answer.angle) : std::nullopt;
+    const bool found = block.status == BlockStatus::ok;
+    const auto angle = found ? std::optional<int>(block.angle) : std::nullopt;
     char text[16] = "none";
     if (found)
-        std::snprintf(text, sizeof text, "%+d", answer.angle);
+        std::snprintf(text, sizeof text, "%+d", block.angle);
     output.print("%+6.0f  %6s  %s\n", truth, text,
                  direction_meter(angle, kMeterWidth, plain).c_str());
 }
@@ -90,12 +90,12 @@ void demo(DataOutput &output)
         kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
     for (int step = 0; step < kSteps; step++) {
         const double truth = walk.at((step + 0.5) / kSteps);
-        const BlockAnswer answer =
+        const Block block =
             locate(localizer, &scene[static_cast<std::size_t>(step) * kBlockLength * 2]);
-        print_step(truth, answer, plain, output);
-        if (answer.no_angle_because == nullptr)
-            score.add(answer.angle - truth);
-        output.finish();
+        print_step(truth, block, plain, output);
+        if (block.status == BlockStatus::ok)
+            score.add(block.angle - truth);
+        output.flush();
         if (paced)
             std::this_thread::sleep_for(kPace);
     }
@@ -112,8 +112,5 @@ Command add_demo_command(CLI::App &app)
 {
     CLI::App *const parser = app.add_subcommand(
         "demo", "Show the library at work on a made-up sound; needs no file and no microphone");
-    return {parser, [](DataOutput &output) {
-                demo(output);
-                return kDone;
-            }};
+    return {parser, [](DataOutput &output) { demo(output); }};
 }

@@ -6,14 +6,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdarg>
-#include <cstdio>
 
 #include "audio_file.h"
 #include "block_counts.h"
 #include "lag_track.h"
 #include "pair_correlation.h"
-#include "resample.h"
+#include "resampler.h"
+#include "text.h"
 #include "units.h"
 
 namespace {
@@ -75,16 +74,6 @@ constexpr double kFewShare = 0.2;         // of the blocks with sound
 constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
 constexpr int kLowerRateHz = 16000;
 
-__attribute__((format(printf, 1, 2))) std::string text(const char *format, ...)
-{
-    char buffer[160];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
-    return buffer;
-}
-
 double rms_of_db(double db)
 {
     return 32768.0 * std::pow(10.0, db / 20.0);
@@ -101,14 +90,15 @@ bool find_missing_sound(const std::vector<int16_t> &samples, int gate_db, Diagno
     const double high = channels[1 - fainter].rms;
     if (high > rms_of_db(gate_db) && (low < 0.5 || high > low * std::pow(10.0, kDeadDb / 20.0))) {
         diagnosis.findings.push_back(
-            {&kDeadChannel, text("channel %zu has %.1f dB of full scale, channel %zu %.1f dB",
-                                 fainter, level_db(low), 1 - fainter, level_db(high))});
+            {&kDeadChannel,
+             format_text("channel %zu has %.1f dB of full scale, channel %zu %.1f dB", fainter,
+                         level_db(low), 1 - fainter, level_db(high))});
         return true;
     }
     const CopyFit copy = fit_copy(samples, channels[0], channels[1]);
     if (low > kCopyLeastRms && copy.residual < kCopyResidual) {
         diagnosis.findings.push_back(
-            {&kIdentical, text("channel 1 is channel 0 times %.3f", copy.factor)});
+            {&kIdentical, format_text("channel 1 is channel 0 times %.3f", copy.factor)});
         return true;
     }
     return false;
@@ -129,9 +119,10 @@ void find_offset(Diagnosis &diagnosis)
     const bool large = std::max(offset_ratio(first), offset_ratio(second)) > kLargeOffsetRatio;
     diagnosis.findings.push_back(
         {large ? &kLargeOffset : &kOffset,
-         text("the channels lie %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
-              "and %.1f %%",
-              first.mean / 327.68, second.mean / 327.68, first.rms / 327.68, second.rms / 327.68)});
+         format_text(
+             "the channels lie %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
+             "and %.1f %%",
+             first.mean / 327.68, second.mean / 327.68, first.rms / 327.68, second.rms / 327.68)});
 }
 
 void find_clipping(Diagnosis &diagnosis)
@@ -140,10 +131,10 @@ void find_clipping(Diagnosis &diagnosis)
     const ChannelStatistics &second = diagnosis.channels[1];
     if (std::max(first.clipped_share, second.clipped_share) > kClippedShare)
         diagnosis.findings.push_back(
-            {&kClipped, text("%.2f and %.2f %% of the channels' samples stay at the largest "
-                             "values, %d and %d",
-                             100.0 * first.clipped_share, 100.0 * second.clipped_share, first.peak,
-                             second.peak)});
+            {&kClipped, format_text("%.2f and %.2f %% of the channels' samples stay at the largest "
+                                    "values, %d and %d",
+                                    100.0 * first.clipped_share, 100.0 * second.clipped_share,
+                                    first.peak, second.peak)});
 }
 
 void find_mismatch(Diagnosis &diagnosis)
@@ -152,8 +143,8 @@ void find_mismatch(Diagnosis &diagnosis)
         level_db(diagnosis.channels[1].rms) - level_db(diagnosis.channels[0].rms);
     if (std::fabs(difference) > kMismatchDb)
         diagnosis.findings.push_back(
-            {&kMismatch, text("channel 1 is %.1f dB %s channel 0", std::fabs(difference),
-                              difference > 0.0 ? "above" : "below")});
+            {&kMismatch, format_text("channel 1 is %.1f dB %s channel 0", std::fabs(difference),
+                                     difference > 0.0 ? "above" : "below")});
 }
 
 // ---- The channels against each other ---------------------------------------------------------
@@ -188,17 +179,17 @@ void find_lag_faults(const Stretches &common, Diagnosis &diagnosis)
     const bool drifts = beyond > 0.2 && std::fabs(line.change) > limit && line.near_line > 0.7;
     if (drifts)
         diagnosis.findings.push_back(
-            {&kDrift,
-             text("the lag goes from %+.1f to %+.1f samples, %+.3f a second",
-                  common.front().strongest().lag, common.back().strongest().lag, line.slope)});
+            {&kDrift, format_text("the lag goes from %+.1f to %+.1f samples, %+.3f a second",
+                                  common.front().strongest().lag, common.back().strongest().lag,
+                                  line.slope)});
     else if (beyond > 0.5)
         diagnosis.findings.push_back(
-            {&kImpossible, text("the lag is %+.1f samples, the stated spacing allows %.1f",
-                                diagnosis.median_lag, diagnosis.longest_lag)});
+            {&kImpossible, format_text("the lag is %+.1f samples, the stated spacing allows %.1f",
+                                       diagnosis.median_lag, diagnosis.longest_lag)});
     if (share_of(common, is_upside_down, 0.0) > 0.5)
         diagnosis.findings.push_back(
-            {&kInverted, text("the correlation goes down to %.2f and up to %.2f only",
-                              common.front().dip.value, common.front().peak.value)});
+            {&kInverted, format_text("the correlation goes down to %.2f and up to %.2f only",
+                                     common.front().dip.value, common.front().peak.value)});
 }
 
 void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
@@ -222,8 +213,8 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     else if (!all.empty())
         diagnosis.findings.push_back(
             {&kNoCommonSound,
-             text("no correlation at any lag up to %d ms, in none of %zu stretches",
-                  250 * correlation_length(settings.rate) / settings.rate, all.size())});
+             format_text("no correlation at any lag up to %d ms, in none of %zu stretches",
+                         250 * correlation_length(settings.rate) / settings.rate, all.size())});
 }
 
 // ---- What the library makes of them ----------------------------------------------------------
@@ -238,7 +229,8 @@ std::vector<int16_t> at_rate(const std::vector<int16_t> &samples, int from, int 
     std::vector<float> scaled(samples.size());
     std::transform(samples.begin(), samples.end(), scaled.begin(),
                    [](int16_t sample) { return static_cast<float>(sample) / 32768.0f; });
-    const std::vector<float> converted = resample(scaled, EZOSSL_MIC_COUNT, from, to);
+    const std::vector<float> converted =
+        Resampler(from, to).process(scaled.data(), scaled.size() / EZOSSL_MIC_COUNT, true);
     std::vector<int16_t> result(converted.size());
     std::size_t clamped = 0; // does no harm to a rate comparison
     to_int16(converted.data(), result.data(), result.size(), clamped);
@@ -254,15 +246,16 @@ void find_few_directions(const std::vector<int16_t> &samples, const DiagnosisSet
         if (there.share() > counts.share() + kBetterByShare) {
             diagnosis.findings.push_back(
                 {&kLowerRate,
-                 text("%.0f %% of the blocks with sound at %d Hz, %.0f %% at %d Hz",
-                      100.0 * counts.share(), settings.rate, 100.0 * there.share(), kLowerRateHz)});
+                 format_text("%.0f %% of the blocks with sound at %d Hz, %.0f %% at %d Hz",
+                             100.0 * counts.share(), settings.rate, 100.0 * there.share(),
+                             kLowerRateHz)});
             return;
         }
     }
     if (counts.share() < kFewShare)
         diagnosis.findings.push_back(
             {counts.decided == 0 ? &kNoDirections : &kFewDirections,
-             text("%d of %d blocks with sound get one", counts.decided, counts.with_sound)});
+             format_text("%d of %d blocks with sound get one", counts.decided, counts.with_sound)});
 }
 
 } // namespace
@@ -291,7 +284,7 @@ Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings 
     if (counts.loud == 0) {
         diagnosis.findings.push_back(
             {&kTooQuiet,
-             text("no block is above the gate of %d dB of full scale", settings.gate_db)});
+             format_text("no block is above the gate of %d dB of full scale", settings.gate_db)});
         return diagnosis;
     }
     if (find_missing_sound(samples, settings.gate_db, diagnosis))

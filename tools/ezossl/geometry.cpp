@@ -110,8 +110,5 @@ Command add_geometry_command(CLI::App &app)
     parser->add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
         ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))));
     parser->footer(kHelp);
-    return {parser, [options](DataOutput &output) {
-                show_geometry(*options, output);
-                return kDone;
-            }};
+    return {parser, [options](DataOutput &output) { show_geometry(*options, output); }};
 }

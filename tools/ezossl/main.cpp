@@ -11,6 +11,7 @@
 #include "demo.h"
 #include "failure.h"
 #include "geometry.h"
+#include "live.h"
 #include "options.h"
 #include "simulate.h"
 #include "track.h"
@@ -18,8 +19,8 @@
 namespace {
 
 using AddCommand = Command (*)(CLI::App &app);
-constexpr AddCommand kCommands[] = {add_track_command, add_check_command, add_simulate_command,
-                                    add_geometry_command, add_demo_command};
+constexpr AddCommand kCommands[] = {add_track_command,    add_live_command,     add_check_command,
+                                    add_simulate_command, add_geometry_command, add_demo_command};
 
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
@@ -36,6 +37,17 @@ bool is_file_name(const std::string &argument)
                                            std::filesystem::exists(argument, ignored));
 }
 
+// "--on-change 5" is meant like "--on-change=5"; what is no number behind it is an input.
+void join_on_change(std::vector<std::string> &arguments)
+{
+    const auto option = std::find(arguments.begin(), arguments.end(), "--on-change");
+    if (option == arguments.end() || option + 1 == arguments.end() ||
+        (option + 1)->find_first_not_of("0123456789") != std::string::npos)
+        return;
+    *option += "=" + *(option + 1);
+    arguments.erase(option + 1);
+}
+
 std::vector<std::string> command_line(int argc, char **argv, const std::vector<Command> &commands)
 {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
@@ -45,12 +57,13 @@ std::vector<std::string> command_line(int argc, char **argv, const std::vector<C
     if (!arguments.empty() && std::none_of(commands.begin(), commands.end(), is_first) &&
         is_file_name(arguments.front()))
         arguments.insert(arguments.begin(), "track");
+    join_on_change(arguments);
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
     return arguments;
 }
 
 // Help and version go to the output, refusals to standard error.
-ExitStatus end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
+int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
 {
     std::ostringstream text;
     const int status = app.exit(reason, text, std::cerr);
@@ -59,7 +72,7 @@ ExitStatus end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, Da
     return status == 0 ? kDone : kUsage;
 }
 
-ExitStatus run(int argc, char **argv, DataOutput &output)
+int run(int argc, char **argv, DataOutput &output)
 {
     CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
     app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
@@ -84,7 +97,7 @@ ExitStatus run(int argc, char **argv, DataOutput &output)
     show_library_messages(verbose);
     for (const Command &command : commands) {
         if (command.parser->parsed())
-            return command.run(output);
+            command.run(output);
     }
     return kDone;
 }
@@ -96,6 +109,11 @@ int main(int argc, char **argv)
     try {
         DataOutput output;
         return run(argc, argv, output);
+    } catch (const EndWith &end) {
+        return end.status;
+    } catch (const UsageFailure &failure) {
+        std::fprintf(stderr, "ezossl: %s\n", failure.what());
+        return kUsage;
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "ezossl: %s\n", failure.what());
         return kError;

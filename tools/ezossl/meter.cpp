@@ -15,7 +15,7 @@ struct MeterSigns {
     const char *mark;
     const char *end;
 };
-constexpr MeterSigns kPlain = {"[", "-", "+", "#", "]"};
+constexpr MeterSigns kPlain = {"", ".", "|", "#", ""};
 constexpr MeterSigns kUtf8 = {"├", "─", "┼", "●", "┤"};
 
 } // namespace

@@ -14,8 +14,8 @@
 #include "audio_file.h"
 #include "failure.h"
 #include "pending_file.h"
-#include "resample.h"
 #include "scene.h"
+#include "sound_source.h"
 #include "units.h"
 
 namespace {
@@ -60,49 +60,19 @@ struct SimulateOptions {
     }
 };
 
-// The first channel, at most `seconds` of it.
-std::vector<float> read_mono(AudioReader &audio, double seconds)
-{
-    constexpr std::size_t kChunk = 4096;
-    const auto channels = static_cast<std::size_t>(audio.channels());
-    const auto wanted = static_cast<std::size_t>(std::ceil(seconds * audio.rate()));
-    std::vector<float> chunk(kChunk * channels);
-    std::vector<float> mono;
-    while (mono.size() < wanted) {
-        const std::size_t got = audio.read(chunk.data(), std::min(kChunk, wanted - mono.size()));
-        if (got == 0)
-            break;
-        for (std::size_t i = 0; i < got; i++)
-            mono.push_back(chunk[i * channels]);
-    }
-    return mono;
-}
-
-std::vector<float> read_source(const SimulateOptions &options)
-{
-    AudioReader audio(options.input);
-    // Beyond the limit by a second, so that a source that is too long shows.
-    const double seconds = options.seconds > 0.0 ? options.seconds : kLongestSeconds + 1.0;
-    std::vector<float> source = resample(read_mono(audio, seconds), 1, audio.rate(), options.rate);
-    if (source.empty() || active_rms(source, options.rate) == 0.0)
-        throw Failure(audio.path() + ": holds no sound; a scene needs a source that can be heard");
-    return source;
-}
-
 // The mono source at the scene's rate; an input shorter than the wanted duration is repeated.
 std::vector<float> make_source(const SimulateOptions &options, NoiseSource &noise)
 {
-    const double seconds = options.seconds > 0.0 ? options.seconds : kNoiseSeconds;
-    const auto wanted = static_cast<std::size_t>(seconds * options.rate);
+    const bool is_limited = options.seconds > 0.0;
+    const auto wanted =
+        static_cast<std::size_t>((is_limited ? options.seconds : kNoiseSeconds) * options.rate);
     if (options.input.empty())
         return make_noise(wanted, noise);
-    std::vector<float> source = read_source(options);
-    if (options.seconds > 0.0) {
-        const std::size_t period = source.size();
-        source.resize(wanted);
-        for (std::size_t i = period; i < wanted; i++)
-            source[i] = source[i - period];
-    }
+    // Beyond the limit by a second, so that a source that is too long shows.
+    std::vector<float> source = read_source(
+        options.input, is_limited ? options.seconds : kLongestSeconds + 1.0, options.rate);
+    if (is_limited)
+        repeat_to(source, wanted);
     return source;
 }
 
@@ -264,8 +234,5 @@ Command add_simulate_command(CLI::App &app)
         "--truth", options->truth,
         "CSV file for the true angles (default: the name of the output with .csv)");
     parser->add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
-    return {parser, [options](DataOutput &) {
-                simulate(*options);
-                return kDone;
-            }};
+    return {parser, [options](DataOutput &) { simulate(*options); }};
 }
