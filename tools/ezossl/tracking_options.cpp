@@ -14,6 +14,7 @@
 namespace {
 
 constexpr int kMostFrames = 10000; // in a block
+constexpr int kMostChannels = 64;
 
 const std::map<std::string, DelayMode> kModes = {{"vote", DelayMode::vote},
                                                  {"delay", DelayMode::time_domain}};
@@ -38,12 +39,21 @@ void add_choice(CLI::App &parser, const std::string &name, Value &value,
     parser.add_option_function<std::string>(name, choose, description)->type_name("NAME");
 }
 
-std::string check_channels(const std::string &text)
+// Two numbers from "1,2".
+std::vector<int> parse_channels(const std::string &text)
 {
-    int number = 0;
-    if (!CLI::detail::lexical_cast(text, number) || number < 1 || number > 64)
-        return "channel '" + text + "' is not within 1 ... 64; write it like 1,2";
-    return "";
+    const std::size_t comma = text.find(',');
+    std::vector<int> channels(EZOSSL_MIC_COUNT);
+    if (comma == std::string::npos ||
+        !CLI::detail::lexical_cast(text.substr(0, comma), channels[0]) ||
+        !CLI::detail::lexical_cast(text.substr(comma + 1), channels[1]) ||
+        std::min(channels[0], channels[1]) < 1 ||
+        std::max(channels[0], channels[1]) > kMostChannels)
+        throw CLI::ValidationError("--channels", "'" + text +
+                                                     "' is no couple of channels; write it like "
+                                                     "1,2, the first is 1 and the last " +
+                                                     std::to_string(kMostChannels));
+    return channels;
 }
 
 } // namespace
@@ -68,12 +78,10 @@ void TrackingOptions::add_array_options(CLI::App &parser)
         ->check(limits(1, 60000, "ms"))
         ->excludes(frames);
     parser
-        .add_option("-c,--channels", channels,
-                    "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
-        ->delimiter(',')
-        ->expected(2)
-        ->type_name("A,B")
-        ->check(check_channels);
+        .add_option_function<std::string>(
+            "-c,--channels", [this](const std::string &text) { channels = parse_channels(text); },
+            "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
+        ->type_name("A,B");
     parser.add_flag("--swap", swap, "Exchange the microphones, which flips the sign");
     parser
         .add_option("-r,--rate", rate,
