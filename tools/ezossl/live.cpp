@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <memory>
 
 #include "alsa_capture.h"
@@ -97,17 +98,14 @@ void listen(const LiveOptions &options, DataOutput &output)
     });
     report.begin({options.device, layout, settings});
     End end(report);
-    const auto close_recording = [&recording] {
-        if (recording)
-            recording->finish();
-    };
+    std::exception_ptr failure; // what was heard before is worth as much without the rest
     try {
         capture(device, tracker, recording ? &*recording : nullptr, options.seconds, end);
     } catch (...) {
-        close_recording(); // what was heard is worth as much without the rest
-        throw;
+        failure = std::current_exception();
     }
-    close_recording();
+    if (recording)
+        recording->finish();
     Summary summary;
     if (interrupts() == 0)
         summary.dropped_seconds =
@@ -117,6 +115,8 @@ void listen(const LiveOptions &options, DataOutput &output)
     summary.overruns = device.overruns();
     report.end(summary);
     report.commit();
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 void live(const LiveOptions &options, const CLI::App &app, DataOutput &output)
@@ -139,17 +139,18 @@ Command add_live_command(CLI::App &app)
     const auto options = std::make_shared<LiveOptions>();
     CLI::App *const parser = app.add_subcommand(
         "live", "Print the direction of the sound that microphones hear now, until Ctrl-C");
-    parser->add_option("-D,--device", options->device, "ALSA device")->capture_default_str();
+    parser->add_option("-D,--device", options->device, "ALSA device")
+        ->type_name("NAME")
+        ->capture_default_str();
     parser->add_flag("-l,--list", options->list, "List the devices and end");
     options->tracking.add_to(*parser);
     parser->get_option("--spacing")->required(false); // --list does without
     parser->add_option("-d,--duration", options->seconds, "End after so many seconds of sound")
-        ->check(limits(0.001, kLongest, "seconds"));
+        ->check(limits(0.001, kLongest, "seconds"))
+        ->type_name("SEC");
     parser
         ->add_option("--record", options->recording,
                      "Keep what is heard, all channels of the device, as a WAV file")
         ->type_name("FILE.wav");
-    parser->footer("The device is opened at 16000 Hz unless -r says otherwise, as speech is "
-                   "answered best there; a device without that rate is converted.");
     return {parser, [options, &app](DataOutput &output) { live(*options, app, output); }};
 }

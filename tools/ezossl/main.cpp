@@ -33,8 +33,9 @@ std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 bool is_file_name(const std::string &argument)
 {
     std::error_code ignored;
-    return argument.rfind('-', 0) != 0 && (argument.find_first_of("./") != std::string::npos ||
-                                           std::filesystem::exists(argument, ignored));
+    return argument == "-" ||
+           (argument.rfind('-', 0) != 0 && (argument.find_first_of("./") != std::string::npos ||
+                                            std::filesystem::exists(argument, ignored)));
 }
 
 // "--on-change 5" is meant like "--on-change=5"; what is no number behind it is an input.

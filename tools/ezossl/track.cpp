@@ -4,6 +4,7 @@
 #include "track.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "audio_file.h"
@@ -17,7 +18,7 @@
 
 namespace {
 
-constexpr std::size_t kChunk = 4096;    // samples per channel
+constexpr std::size_t kChunk = 512;     // samples per channel
 constexpr int kBestRate = 16000;        // Hz
 constexpr int kLowestRate = 8000;       // Hz
 constexpr double kLongest = 86400.0;    // seconds
@@ -54,7 +55,7 @@ int working_rate(const TrackOptions &options, const AudioReader &audio)
 
 sf_count_t samples_in(double seconds, const AudioReader &audio)
 {
-    return static_cast<sf_count_t>(seconds * audio.rate() + 0.5);
+    return std::llround(seconds * audio.rate());
 }
 
 void skip_to_start(const TrackOptions &options, AudioReader &audio, std::vector<float> &chunk)
@@ -148,7 +149,9 @@ void track(const TrackOptions &options, DataOutput &output)
 {
     options.tracking.check(options.inputs);
     watch_for_interrupts();
-    Report report(options.tracking, output, false, options.inputs.size() > 1);
+    // Who writes into the pipe may be live.
+    const auto pipes = std::count(options.inputs.begin(), options.inputs.end(), "-");
+    Report report(options.tracking, output, pipes > 0, options.inputs.size() > 1);
     std::size_t done = 0;
     int status = kDone;
     for (const std::string &input : options.inputs) {
@@ -182,16 +185,20 @@ Command add_track_command(CLI::App &app)
         ->add_option("INPUT", options->inputs,
                      "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "
                      "standard input")
+        ->type_name("FILE")
         ->required();
     options->tracking.add_to(*parser);
     parser->add_option("--start", options->start, "Begin at this second of the input")
-        ->check(limits(0, kLongest, "seconds"));
+        ->check(limits(0, kLongest, "seconds"))
+        ->type_name("SEC");
     parser->add_option("--duration", options->duration, "End after so many seconds")
-        ->check(limits(0.001, kLongest, "seconds"));
+        ->check(limits(0.001, kLongest, "seconds"))
+        ->type_name("SEC");
     CLI::Option *const raw = parser->add_flag(
         "--raw", options->raw, "The input is 16-bit little-endian samples without a header");
     parser->add_option("--raw-rate", options->raw_rate, "Its sample rate in Hz")
         ->check(limits(1000, kHighestRawRate, "Hz"))
+        ->type_name("HZ")
         ->capture_default_str()
         ->needs(raw);
     parser->add_option("--raw-channels", options->raw_channels, "Its interleaved channels")
