@@ -20,28 +20,28 @@ Samples read_audio(const char *path)
 // Channel 0 is the scene's times gain0, channel 1 the scene's times gain1, with drift samples more
 // every second, and copy times channel 0, and noise.
 struct Spoilt {
-    int status;
     const char *verdict;
-    float gain0, gain1, copy, noise, offset;
     double lead0, drift;
+    int status;
+    float gain0, gain1, copy, noise, offset;
 };
 
 TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
 {
     const Spoilt cases[] = {
-        {0, "usable", 1, 1, 0, 0, 0, 0, 0},
-        {0, "usable", 0.1f, 0.3f, 0, 0, 0, 0, 0},
-        {0, "usable: clipped", 9, 9, 0, 0, 0, 0, 0},
-        {0, "usable: DC offset", 1, 1, 0, 0, 0.1f, 0, 0},
-        {0, "usable: level mismatch", 1, 0.1f, 0, 0, 0, 0, 0},
-        {3, "UNUSABLE: DC offset", 0.1f, 0.1f, 0, 0, 0.5f, 0, 0},
-        {3, "UNUSABLE: dead channel", 1, 0, 0, 1e-4f, 0, 0, 0},
-        {3, "UNUSABLE: identical channels", 1, 0, 0.5f, 0, 0, 0, 0},
-        {3, "UNUSABLE: inverted polarity", 1, -1, 0, 0, 0, 0, 0},
-        {3, "UNUSABLE: too quiet", 1e-4f, 1e-4f, 0, 0, 0, 0, 0},
-        {3, "UNUSABLE: no common sound", 1, 0, 0, 0.3f, 0, 0, 0},
-        {3, "UNUSABLE: impossible lag", 1, 1, 0, 0, 0, 300, 0},
-        {3, "UNUSABLE: drifting lag", 1, 1, 0, 0, 0, 0, 4},
+        {"usable", 0, 0, 0, 1, 1, 0, 0, 0},
+        {"usable", 0, 0, 0, 0.1f, 0.3f, 0, 0, 0},
+        {"usable: clipped", 0, 0, 0, 9, 9, 0, 0, 0},
+        {"usable: DC offset", 0, 0, 0, 1, 1, 0, 0, 0.1f},
+        {"usable: level mismatch", 0, 0, 0, 1, 0.1f, 0, 0, 0},
+        {"UNUSABLE: DC offset", 0, 0, 3, 0.1f, 0.1f, 0, 0, 0.5f},
+        {"UNUSABLE: dead channel", 0, 0, 3, 1, 0, 0, 1e-4f, 0},
+        {"UNUSABLE: identical channels", 0, 0, 3, 1, 0, 0.5f, 0, 0},
+        {"UNUSABLE: inverted polarity", 0, 0, 3, 1, -1, 0, 0, 0},
+        {"UNUSABLE: too quiet", 0, 0, 3, 1e-4f, 1e-4f, 0, 0, 0},
+        {"UNUSABLE: no common sound", 0, 0, 3, 1, 0, 0, 0.3f, 0},
+        {"UNUSABLE: impossible lag", 300, 0, 3, 1, 1, 0, 0, 0},
+        {"UNUSABLE: drifting lag", 0, 4, 3, 1, 1, 0, 0, 0},
     };
     run("simulate -a -30 -s 5.8cm -d 6 --snr 20 -o good.wav");
     const Samples good = read_audio("good.wav");
