@@ -14,7 +14,7 @@ packages=
 for group in "$@"; do
     case $group in
     build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
-    tools) packages="$packages libsndfile1-dev libsamplerate0-dev libcli11-dev" ;;
+    tools) packages="$packages libsndfile1-dev libsamplerate0-dev libasound2-dev libcli11-dev" ;;
     test) packages="$packages libgtest-dev python3" ;;
     check) packages="$packages clang-format clang-tidy" ;;
     demo) packages="$packages alsa-utils" ;;

@@ -1,57 +1,13 @@
 // SPDX-License-Identifier: MIT
-// test_tool.cpp - the command-line tool as a user runs it: EZOSSL_TOOL is the path of the binary.
+// test_tool.cpp - the command-line tool: scenes and their angles, refusals.
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <random>
 
-#include <gtest/gtest.h>
-#include <sndfile.hh>
-#include <unistd.h>
+#include "tool_fixture.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Samples = std::vector<float>;
-
-std::string contents(const char *path)
-{
-    std::ifstream stream(path);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void write_audio(const char *path, int rate, int channels, const Samples &samples)
-{
-    SndfileHandle file(path, SFM_WRITE, SF_FORMAT_WAV | SF_FORMAT_FLOAT, channels, rate);
-    const auto count = static_cast<sf_count_t>(samples.size());
-    ASSERT_EQ(file.write(samples.data(), count), count) << path;
-}
-
-// Every test has a directory of its own; what the tool says is in the files out and err.
-struct Tool : ::testing::Test {
-    const fs::path previous = fs::current_path();
-    const fs::path directory =
-        fs::path(::testing::TempDir()) / ("ezossl_" + std::to_string(getpid()));
-
-    Tool()
-    {
-        fs::create_directories(directory);
-        fs::current_path(directory);
-    }
-    ~Tool() override
-    {
-        fs::current_path(previous);
-        fs::remove_all(directory);
-    }
-    static int run(const std::string &arguments, const std::string &out = "out")
-    {
-        const std::string command = "'" EZOSSL_TOOL "' " + arguments + " >" + out + " 2>err";
-        return WEXITSTATUS(std::system(command.c_str()));
-    }
-};
 
 TEST_F(Tool, FindsTheAngleOfItsOwnScenes)
 {
@@ -64,7 +20,8 @@ TEST_F(Tool, FindsTheAngleOfItsOwnScenes)
             lines.ignore(200, '\n'); // the header; anything else but a line per block ends the loop
             std::string from, to, unit, accepted;
             int found, blocks = 0;
-            for (; lines >> from >> to >> found >> unit >> accepted; blocks++)
+            for (; lines >> from >> to >> found >> unit >> accepted;
+                 lines.ignore(200, '\n'), blocks++)
                 EXPECT_NEAR(found, angle, 8) << name;
             EXPECT_EQ(blocks, 2 * std::stoi(rate) / 4096) << name << contents("err");
         }
@@ -106,7 +63,6 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "track text.wav -s 5", "text.wav: not a readable sound file"},
         {1, "track mono.wav -s 5", "mono.wav: 1 channel; needs 2"},
         {1, "track three.wav -s 5", "three.wav: 3 channels; needs 2"},
-        {1, "track cd.wav -s 5", "44100 Hz; needs 8000, 16000, 32000 or 48000 Hz"},
         {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
         {2, "track cd.wav", "--spacing is required"},

@@ -7,10 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <sndfile.h>
+
+#include "wav_header.h"
 
 // Sample rates that the library takes, in Hz.
 constexpr int kSampleRates[] = {8000, 16000, 32000, 48000};
@@ -21,27 +24,47 @@ struct CloseSoundFile {
 };
 using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
+// 16-bit little-endian samples without a header.
+struct RawFormat {
+    int rate; // Hz
+    int channels;
+};
+
 // A sound file that is read from start to end. Every member throws a Failure that names the file.
 class AudioReader
 {
 public:
-    explicit AudioReader(const std::string &path);
+    // The path - is standard input. A pipe has to carry WAV, or samples without a header.
+    explicit AudioReader(const std::string &path, std::optional<RawFormat> raw = std::nullopt);
+    ~AudioReader();
+    AudioReader(const AudioReader &) = delete;
+    AudioReader &operator=(const AudioReader &) = delete;
 
     const std::string &path() const { return path_; }
     int rate() const { return info_.samplerate; }
     int channels() const { return info_.channels; }
-    // Samples per channel as the header has it; a huge number for a stream that does not tell.
+    // Samples per channel that are there; a huge number for a stream that does not tell.
     sf_count_t length() const { return info_.frames; }
+    // Samples per channel that the header promises, which may be more; 0 if it does not say.
+    sf_count_t promised() const { return promised_; }
+    // Whether the encoding throws away what the ear does not miss, such as the phase.
+    bool is_lossy() const;
 
-    // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only. Refuses
-    // samples that are not a number. (Reading 16-bit integers instead would wrap or scale what a
-    // float file holds, depending on its peak.)
+    // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only, or where
+    // the file is damaged. Refuses samples that are not a number. (Reading 16-bit integers instead
+    // would wrap or scale what a float file holds, depending on its peak.)
     std::size_t read(float *samples, std::size_t count);
 
 private:
+    void open(int descriptor);
+    void open_samples(int descriptor, const WavHeader &header);
+
     std::string path_;
     SF_INFO info_{};
     SoundFile file_;
+    sf_count_t promised_ = 0;
+    sf_count_t position_ = 0;
+    bool is_raw_ = false;
 };
 
 // Full scale 1 to 16 bits, rounded to the nearest. What lies beyond full scale is clamped, and

@@ -4,6 +4,7 @@
 #include "data_output.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstring>
 #include <string>
@@ -12,15 +13,6 @@
 #include <unistd.h>
 
 #include "failure.h"
-
-namespace {
-
-[[noreturn]] void fail()
-{
-    throw Failure(std::string("cannot write to standard output: ") + std::strerror(errno));
-}
-
-} // namespace
 
 DataOutput::DataOutput()
 {
@@ -40,6 +32,16 @@ DataOutput::~DataOutput()
     std::fclose(file_);
 }
 
+void DataOutput::redirect(const std::string &path)
+{
+    pending_.emplace(path);
+    std::FILE *const file = std::fopen(pending_->working_path().c_str(), "we");
+    if (file == nullptr)
+        fail();
+    std::fclose(file_);
+    file_ = file;
+}
+
 void DataOutput::print(const char *format, ...)
 {
     va_list arguments;
@@ -50,10 +52,30 @@ void DataOutput::print(const char *format, ...)
         fail();
 }
 
-void DataOutput::finish()
+void DataOutput::flush()
 {
     if (std::fflush(file_) != 0)
         fail();
+}
+
+void DataOutput::finish()
+{
+    flush();
+    if (pending_)
+        pending_->commit();
+}
+
+bool DataOutput::is_terminal() const
+{
+    return isatty(fileno(file_)) != 0;
+}
+
+void DataOutput::fail() const
+{
+    if (errno == EPIPE)
+        throw EndWith{128 + SIGPIPE};
+    const std::string target = pending_ ? pending_->target() : "standard output";
+    throw Failure("cannot write to " + target + ": " + std::strerror(errno));
 }
 
 void show_library_messages(bool show)

@@ -6,10 +6,22 @@
 
 #include <stdexcept>
 
+enum ExitStatus { kDone = 0, kError = 1, kUsage = 2, kInterrupted = 130 };
+
 // Reaches main(), which prints the text on standard error and ends with exit status 1. The text
 // says what is wrong, with the value, and what to do.
 struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
+};
+
+// The same for a command line that cannot be meant so: exit status 2.
+struct UsageFailure : Failure {
+    using Failure::Failure;
+};
+
+// Ends the program when everything is said already.
+struct EndWith {
+    int status;
 };
 
 #endif

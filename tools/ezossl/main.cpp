@@ -7,17 +7,20 @@
 #include <filesystem>
 #include <sstream>
 
+#include "check.h"
+#include "demo.h"
 #include "failure.h"
+#include "geometry.h"
+#include "live.h"
 #include "options.h"
 #include "simulate.h"
 #include "track.h"
 
 namespace {
 
-enum ExitStatus { kDone = 0, kError = 1, kUsage = 2 };
-
 using AddCommand = Command (*)(CLI::App &app);
-constexpr AddCommand kCommands[] = {add_track_command, add_simulate_command};
+constexpr AddCommand kCommands[] = {add_track_command,    add_live_command,     add_check_command,
+                                    add_simulate_command, add_geometry_command, add_demo_command};
 
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
@@ -30,8 +33,20 @@ std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 bool is_file_name(const std::string &argument)
 {
     std::error_code ignored;
-    return argument.rfind('-', 0) != 0 && (argument.find_first_of("./") != std::string::npos ||
-                                           std::filesystem::exists(argument, ignored));
+    return argument == "-" ||
+           (argument.rfind('-', 0) != 0 && (argument.find_first_of("./") != std::string::npos ||
+                                            std::filesystem::exists(argument, ignored)));
+}
+
+// "--on-change 5" is meant like "--on-change=5"; what is no number behind it is an input.
+void join_on_change(std::vector<std::string> &arguments)
+{
+    const auto option = std::find(arguments.begin(), arguments.end(), "--on-change");
+    if (option == arguments.end() || option + 1 == arguments.end() ||
+        (option + 1)->find_first_not_of("0123456789") != std::string::npos)
+        return;
+    *option += "=" + *(option + 1);
+    arguments.erase(option + 1);
 }
 
 std::vector<std::string> command_line(int argc, char **argv, const std::vector<Command> &commands)
@@ -43,6 +58,7 @@ std::vector<std::string> command_line(int argc, char **argv, const std::vector<C
     if (!arguments.empty() && std::none_of(commands.begin(), commands.end(), is_first) &&
         is_file_name(arguments.front()))
         arguments.insert(arguments.begin(), "track");
+    join_on_change(arguments);
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
     return arguments;
 }
@@ -94,6 +110,11 @@ int main(int argc, char **argv)
     try {
         DataOutput output;
         return run(argc, argv, output);
+    } catch (const EndWith &end) {
+        return end.status;
+    } catch (const UsageFailure &failure) {
+        std::fprintf(stderr, "ezossl: %s\n", failure.what());
+        return kUsage;
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "ezossl: %s\n", failure.what());
         return kError;

@@ -1,19 +1,32 @@
 // SPDX-License-Identifier: MIT
-// scene.h - what two microphones hear of a far source without a room: for trying things out.
+// scene.h - what two microphones hear of a source, in a room or far off without one.
 
 #ifndef EZOSSL_TOOL_SCENE_H
 #define EZOSSL_TOOL_SCENE_H
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <random>
 #include <vector>
 
+#include "room.h"
+
 struct SceneSettings {
-    int rate;          // Hz
-    double spacing_cm; // of the microphones
-    int temperature;   // degrees Celsius
-    double snr_db;     // the source while it sounds, to the noise of each microphone
+    int rate;                 // Hz
+    double spacing_cm;        // of the microphones
+    int temperature;          // degrees Celsius
+    double snr_db;            // the direct sound while it sounds, to the noise of each microphone
+    double mismatch_db = 0.0; // gain of microphone 1 over microphone 0, noise included
+    std::optional<RoomSettings> room; // none: the source is far and there are no echoes
+};
+
+// Where the source is while it sounds once, in degrees; in a room it stays at `from`.
+struct Placement {
+    double from;
+    double to;
+
+    double at(double part) const { return from + part * (to - from); }
 };
 
 // White Gaussian noise of variance 1. Not from std::normal_distribution, which differs from one
@@ -36,10 +49,11 @@ std::vector<float> make_noise(std::size_t length, NoiseSource &noise);
 // microphone 0, where the angle is positive.
 double far_field_delay(double angle, const SceneSettings &settings);
 
-// The source heard from one angle after another, as interleaved 16-bit samples: half the delay on
-// either channel, independent white noise added, the highest peak of the scene at 0.7 of full
-// scale. The source must not be silent.
-std::vector<int16_t> make_scene(const std::vector<float> &source, const std::vector<double> &angles,
+// The source heard from one placement after another, as interleaved 16-bit samples: independent
+// white noise added, the highest peak of the scene at 0.7 of full scale. The source must not be
+// silent.
+std::vector<int16_t> make_scene(const std::vector<float> &source,
+                                const std::vector<Placement> &placements,
                                 const SceneSettings &settings, NoiseSource &noise);
 
 // Root mean square of the source over the stretches of 10 ms less than 40 dB below the loudest one:

@@ -1,140 +1,177 @@
 // SPDX-License-Identifier: MIT
-// track.cpp - see track.h. The file goes through in constant memory, frame by frame.
+// track.cpp - see track.h. Files go through in constant memory, chunk by chunk.
 
 #include "track.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include "audio_file.h"
 #include "failure.h"
-#include "localizer.h"
+#include "interrupt.h"
+#include "progress.h"
+#include "report.h"
+#include "text.h"
+#include "tracker.h"
+#include "tracking_options.h"
 
 namespace {
 
+constexpr std::size_t kChunk = 512;     // samples per channel
+constexpr int kBestRate = 16000;        // Hz
+constexpr int kLowestRate = 8000;       // Hz
+constexpr double kLongest = 86400.0;    // seconds
+constexpr int kHighestRawRate = 384000; // Hz
+
 struct TrackOptions {
-    std::string file;
-    ArrayOptions array;
-    int gate_db = -80;
-    int block_frames = 32;
+    std::vector<std::string> inputs;
+    TrackingOptions tracking;
+    double start = 0.0;    // seconds
+    double duration = 0.0; // seconds; 0 is to the end
+    bool raw = false;
+    int raw_rate = kBestRate;
+    int raw_channels = EZOSSL_MIC_COUNT;
+
+    void remark(const std::string &text) const
+    {
+        if (!tracking.quiet)
+            note(text);
+    }
 };
 
-// What is told at the end. Angles are whole degrees, so counting them is enough for the median.
-class Summary
+// The rate that the user wants, or the input's own if the library takes it.
+int working_rate(const TrackOptions &options, const AudioReader &audio)
 {
-public:
-    void add(const BlockAnswer &answer)
-    {
-        blocks_++;
-        if (answer.no_angle_because != nullptr)
-            return;
-        decided_++;
-        const int index = answer.angle + 90;
-        count_of_angle_.at(static_cast<std::size_t>(index))++;
-    }
-
-    long blocks() const { return blocks_; }
-
-    void print(const std::string &path, double dropped_seconds, std::size_t clamped) const
-    {
-        std::fprintf(stderr, "%s: %ld blocks, %ld decided (%.0f %%)", path.c_str(), blocks_,
-                     decided_,
-                     100.0 * static_cast<double>(decided_) / static_cast<double>(blocks_));
-        if (decided_ > 0)
-            std::fprintf(stderr, ", median %g degrees", median());
-        if (dropped_seconds > 0.0)
-            std::fprintf(stderr, ", last %.3f s dropped: less than a block", dropped_seconds);
-        if (clamped > 0)
-            std::fprintf(stderr, ", %zu samples beyond full scale clamped", clamped);
-        std::fputc('\n', stderr);
-    }
-
-private:
-    // Of an even number of angles, the mean of the two in the middle.
-    double median() const
-    {
-        return 0.5 * (nth_angle((decided_ - 1) / 2) + nth_angle(decided_ / 2));
-    }
-
-    int nth_angle(long n) const
-    {
-        const auto *count = count_of_angle_.begin();
-        for (long passed = *count; passed <= n;)
-            passed += *++count;
-        return static_cast<int>(count - count_of_angle_.begin()) - 90;
-    }
-
-    long blocks_ = 0;
-    long decided_ = 0;
-    std::array<long, 181> count_of_angle_{};
-};
-
-void check_suitable(const AudioReader &audio, int block_frames)
-{
-    if (audio.channels() == 1)
-        throw Failure(audio.path() + ": 1 channel; needs 2, one per microphone");
-    if (audio.channels() != EZOSSL_MIC_COUNT)
-        throw Failure(audio.path() + ": " + std::to_string(audio.channels()) +
-                      " channels; needs 2, one per microphone (to pick two: sox IN OUT remix 1 2)");
-    if (!is_supported_rate(audio.rate()))
-        throw Failure(audio.path() + ": " + std::to_string(audio.rate()) +
-                      " Hz; needs 8000, 16000, 32000 or 48000 Hz (to convert: sox IN -r 48000 OUT,"
-                      " or ffmpeg -i IN -ar 48000 OUT)");
-    const sf_count_t block_samples = sf_count_t{block_frames} * EZOSSL_FRAME_LENGTH;
-    if (audio.length() < block_samples)
-        throw Failure(audio.path() + ": " + std::to_string(audio.length()) +
-                      " samples are shorter than one block of " + std::to_string(block_samples) +
-                      (audio.length() > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
+    if (options.tracking.rate != 0)
+        return options.tracking.rate;
+    if (is_supported_rate(audio.rate()))
+        return audio.rate();
+    const int rate = audio.rate() < kBestRate ? kLowestRate : kBestRate;
+    options.remark(format_text("%s: %d Hz is brought to %d Hz (-r chooses another rate)",
+                               audio.path().c_str(), audio.rate(), rate));
+    return rate;
 }
 
-void print_block(DataOutput &output, double start, double end, const BlockAnswer &answer,
-                 int block_frames)
+sf_count_t samples_in(double seconds, const AudioReader &audio)
 {
-    char direction[32];
-    if (answer.no_angle_because != nullptr)
-        std::snprintf(direction, sizeof direction, "none: %s", answer.no_angle_because);
-    else
-        std::snprintf(direction, sizeof direction, "%+d deg", answer.angle);
-    output.print("%9.3f %9.3f  %-22s  %3d/%d\n", start, end, direction, answer.accepted_frames,
-                 block_frames);
+    return std::llround(seconds * audio.rate());
 }
 
+void skip_to_start(const TrackOptions &options, AudioReader &audio, std::vector<float> &chunk)
+{
+    for (sf_count_t left = samples_in(options.start, audio); left > 0 && interrupts() == 0;) {
+        const std::size_t got =
+            audio.read(chunk.data(), std::min(kChunk, static_cast<std::size_t>(left)));
+        if (got == 0)
+            throw Failure(audio.path() + format_text(": ends before --start %g s", options.start));
+        left -= static_cast<sf_count_t>(got);
+    }
+}
+
+// Samples per channel that went in.
+sf_count_t feed(const TrackOptions &options, AudioReader &audio, Tracker &tracker,
+                std::vector<float> &chunk)
+{
+    const sf_count_t limit =
+        options.duration > 0.0 ? samples_in(options.duration, audio) : SF_COUNT_MAX;
+    Progress progress(audio, options.tracking.quiet);
+    sf_count_t done = 0;
+    while (done < limit) {
+        const auto left = static_cast<std::size_t>(limit - done);
+        const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
+        if (interrupts() > 0)
+            throw EndWith{kInterrupted};
+        if (got == 0)
+            break;
+        tracker.add(chunk.data(), got);
+        done += static_cast<sf_count_t>(got);
+        progress.show(done);
+    }
+    tracker.finish();
+    return done;
+}
+
+void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf_count_t used)
+{
+    const sf_count_t there = samples_in(options.start, audio) + used;
+    const bool is_at_end = options.duration == 0.0 || used < samples_in(options.duration, audio);
+    if (is_at_end && there < audio.promised())
+        options.remark(format_text("%s: is truncated: the header says %.3f s, there are %.3f s",
+                                   audio.path().c_str(),
+                                   static_cast<double>(audio.promised()) / audio.rate(),
+                                   static_cast<double>(there) / audio.rate()));
+}
+
+[[noreturn]] void fail_without_block(const std::string &path, const Tracker &tracker,
+                                     const LocalizerSettings &settings)
+{
+    if (tracker.samples() == 0)
+        throw Failure(path + ": holds no samples; record it again");
+    throw Failure(
+        format_text("%s: %zu samples are shorter than one block of %d%s", path.c_str(),
+                    tracker.samples(), settings.block_frames * EZOSSL_FRAME_LENGTH,
+                    tracker.samples() > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
+}
+
+void track_input(const TrackOptions &options, const std::string &input, Report &report)
+{
+    std::optional<RawFormat> raw;
+    if (options.raw)
+        raw = RawFormat{options.raw_rate, options.raw_channels};
+    AudioReader audio(input, raw);
+    InputLayout layout = options.tracking.layout(audio.path(), audio.rate(), audio.channels());
+    layout.start = options.start;
+    if (audio.is_lossy())
+        options.remark(audio.path() + ": its compression alters the phase, on which the angle "
+                                      "rests; better record WAV or FLAC");
+    const LocalizerSettings settings = options.tracking.settings(working_rate(options, audio));
+    Tracker tracker(layout, settings, [&report](const Block &block, const auto &delays) {
+        report.block(block, delays);
+    });
+    std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
+
+    skip_to_start(options, audio, chunk);
+    report.begin({input, layout, settings});
+    const sf_count_t used = feed(options, audio, tracker, chunk);
+    warn_if_truncated(options, audio, used);
+    if (report.blocks() == 0)
+        fail_without_block(audio.path(), tracker, settings);
+    Summary summary;
+    summary.dropped_seconds = static_cast<double>(tracker.open_samples()) / settings.sample_rate;
+    summary.clamped = tracker.clamped();
+    summary.wrapped = tracker.wrapped();
+    report.end(summary);
+}
+
+// An input that fails does not stop the others.
 void track(const TrackOptions &options, DataOutput &output)
 {
-    AudioReader audio(options.file);
-    check_suitable(audio, options.block_frames);
-    std::srand(1); // the library draws from rand(): the same file gives the same answer
-    Localizer localizer({audio.rate(), options.array.spacing_cm, options.array.temperature,
-                         options.gate_db, options.block_frames});
-    Summary summary;
-    const double block_seconds =
-        static_cast<double>(options.block_frames) * EZOSSL_FRAME_LENGTH / audio.rate();
-    float samples[kFrameSamples];
-    int16_t frame[kFrameSamples];
-    std::size_t clamped = 0;
-    std::size_t got;
-    int frames = 0; // in the block so far
-
-    output.print("%9s %9s  %-22s  %s\n", "from [s]", "to [s]", "direction", "frames accepted");
-    while ((got = audio.read(samples, EZOSSL_FRAME_LENGTH)) == EZOSSL_FRAME_LENGTH) {
-        to_int16(samples, frame, kFrameSamples, clamped);
-        localizer.add_frame(frame);
-        if (++frames < options.block_frames)
-            continue;
-        frames = 0;
-        const double start = static_cast<double>(summary.blocks()) * block_seconds;
-        const BlockAnswer answer = localizer.finish_block();
-        print_block(output, start, start + block_seconds, answer, options.block_frames);
-        summary.add(answer);
+    options.tracking.check(options.inputs);
+    watch_for_interrupts();
+    // Who writes into the pipe may be live.
+    const auto pipes = std::count(options.inputs.begin(), options.inputs.end(), "-");
+    Report report(options.tracking, output, pipes > 0, options.inputs.size() > 1);
+    std::size_t done = 0;
+    int status = kDone;
+    for (const std::string &input : options.inputs) {
+        try {
+            track_input(options, input, report);
+            done++;
+        } catch (const UsageFailure &failure) {
+            note(failure.what());
+            status = kUsage;
+        } catch (const Failure &failure) {
+            note(failure.what());
+            status = std::max<int>(status, kError);
+        }
+        if (interrupts() > 0)
+            throw EndWith{kInterrupted};
     }
-    if (summary.blocks() == 0)
-        throw Failure(audio.path() + ": ends before its first block, unlike its header says");
-    output.finish();
-    const double dropped =
-        static_cast<double>(frames) * EZOSSL_FRAME_LENGTH + static_cast<double>(got);
-    summary.print(audio.path(), dropped / audio.rate(), clamped);
+    if (done > 0)
+        report.commit();
+    if (status != kDone)
+        throw EndWith{status};
 }
 
 } // namespace
@@ -143,15 +180,30 @@ Command add_track_command(CLI::App &app)
 {
     const auto options = std::make_shared<TrackOptions>();
     CLI::App *const parser =
-        app.add_subcommand("track", "Print the direction of the sound in a two-channel file");
-    parser->add_option("FILE", options->file, "Sound file; microphone 0 is its first channel")
+        app.add_subcommand("track", "Print the direction of the sound in two-channel files");
+    parser
+        ->add_option("INPUT", options->inputs,
+                     "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "
+                     "standard input")
+        ->type_name("FILE")
         ->required();
-    options->array.add_to(*parser);
-    parser->add_option("-g,--gate", options->gate_db, "Blocks at or below this level get no angle")
-        ->check(limits(-80, 0, "dB of full scale"))
-        ->capture_default_str();
-    parser->add_option("-b,--block", options->block_frames, "Frames of 128 samples in a block")
-        ->check(limits(1, 10000, "frames"))
-        ->capture_default_str();
+    options->tracking.add_to(*parser);
+    parser->add_option("--start", options->start, "Begin at this second of the input")
+        ->check(limits(0, kLongest, "seconds"))
+        ->type_name("SEC");
+    parser->add_option("--duration", options->duration, "End after so many seconds")
+        ->check(limits(0.001, kLongest, "seconds"))
+        ->type_name("SEC");
+    CLI::Option *const raw = parser->add_flag(
+        "--raw", options->raw, "The input is 16-bit little-endian samples without a header");
+    parser->add_option("--raw-rate", options->raw_rate, "Its sample rate in Hz")
+        ->check(limits(1000, kHighestRawRate, "Hz"))
+        ->type_name("HZ")
+        ->capture_default_str()
+        ->needs(raw);
+    parser->add_option("--raw-channels", options->raw_channels, "Its interleaved channels")
+        ->check(limits(2, 64, "channels"))
+        ->capture_default_str()
+        ->needs(raw);
     return {parser, [options](DataOutput &output) { track(*options, output); }};
 }

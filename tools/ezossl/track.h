@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// track.h - the command `ezossl track`: a two-channel sound file in, a line per block out.
+// track.h - the command `ezossl track`: two-channel sound files in, a line per block out.
 
 #ifndef EZOSSL_TOOL_TRACK_H
 #define EZOSSL_TOOL_TRACK_H

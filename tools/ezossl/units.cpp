@@ -12,6 +12,8 @@ namespace {
 
 constexpr double kClosestCm = 0.1;
 constexpr double kWidestCm = 1000.0;
+constexpr double kNarrowestRoom = 1.5; // metres
+constexpr double kWidestRoom = 50.0;
 
 struct Unit {
     std::string_view name;
@@ -48,6 +50,24 @@ double parse_spacing_cm(const std::string &text)
                       "' must be 1 mm ... 10 m; a plain number is in "
                       "centimetres");
     return spacing;
+}
+
+std::array<double, 3> parse_room_size(const std::string &text)
+{
+    std::array<double, 3> size{};
+    const char *at = text.data();
+    const char *const end = text.data() + text.size();
+    for (std::size_t i = 0; i < size.size(); i++) {
+        const auto [rest, error] = std::from_chars(at, end, size[i]);
+        const bool is_last = i + 1 == size.size();
+        const bool goes_on = is_last ? rest == end : rest != end && *rest == 'x';
+        if (error != std::errc() || !goes_on)
+            throw Failure("room '" + text + "' is no size; write it in metres like 5x4x3");
+        if (!(size[i] >= kNarrowestRoom && size[i] <= kWidestRoom))
+            throw Failure("room '" + text + "' must be 1.5 ... 50 m along each axis");
+        at = rest + 1;
+    }
+    return size;
 }
 
 double speed_of_sound(int temperature)

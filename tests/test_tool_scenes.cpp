@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// test_tool_scenes.cpp - scenes that the tool makes, and the faults that it finds in spoilt ones.
+
+#include <cmath>
+#include <random>
+#include <sstream>
+
+#include "tool_fixture.h"
+
+namespace {
+
+Samples read_audio(const char *path)
+{
+    SndfileHandle file(path);
+    Samples samples(static_cast<std::size_t>(file.frames() * file.channels()));
+    file.read(samples.data(), static_cast<sf_count_t>(samples.size()));
+    return samples;
+}
+
+// Channel 0 is the scene's times gain0, channel 1 the scene's times gain1, with drift samples more
+// every second, and copy times channel 0, and noise.
+struct Spoilt {
+    const char *verdict;
+    double lead0, drift;
+    int status;
+    float gain0, gain1, copy, noise, offset;
+};
+
+TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
+{
+    const Spoilt cases[] = {
+        {"usable", 0, 0, 0, 1, 1, 0, 0, 0},
+        {"usable", 0, 0, 0, 0.1f, 0.3f, 0, 0, 0},
+        {"usable: clipped", 0, 0, 0, 9, 9, 0, 0, 0},
+        {"usable: DC offset", 0, 0, 0, 1, 1, 0, 0, 0.1f},
+        {"usable: level mismatch", 0, 0, 0, 1, 0.1f, 0, 0, 0},
+        {"UNUSABLE: DC offset", 0, 0, 3, 0.1f, 0.1f, 0, 0, 0.5f},
+        {"UNUSABLE: dead channel", 0, 0, 3, 1, 0, 0, 1e-4f, 0},
+        {"UNUSABLE: identical channels", 0, 0, 3, 1, 0, 0.5f, 0, 0},
+        {"UNUSABLE: inverted polarity", 0, 0, 3, 1, -1, 0, 0, 0},
+        {"UNUSABLE: too quiet", 0, 0, 3, 1e-4f, 1e-4f, 0, 0, 0},
+        {"UNUSABLE: no common sound", 0, 0, 3, 1, 0, 0, 0.3f, 0},
+        {"UNUSABLE: impossible lag", 300, 0, 3, 1, 1, 0, 0, 0},
+        {"UNUSABLE: drifting lag", 0, 4, 3, 1, 1, 0, 0, 0},
+    };
+    run("simulate -a -30 -s 5.8cm -d 6 --snr 20 -o good.wav");
+    const Samples good = read_audio("good.wav");
+    const std::size_t length = good.size() / 2 - 400;
+    ASSERT_EQ(length, 95600u) << contents("err");
+    const auto at = [&](double place, std::size_t channel) { // straight lines between the samples
+        const auto n = static_cast<std::size_t>(place);
+        const auto part = static_cast<float>(place - static_cast<double>(n));
+        return good[2 * n + channel] * (1 - part) + good[2 * n + 2 + channel] * part;
+    };
+    std::mt19937 generator(1);
+    for (const Spoilt &c : cases) {
+        Samples spoilt;
+        for (std::size_t n = 0; n < length; n++) {
+            const auto place = static_cast<double>(n);
+            const float noise = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
+            const float first = c.gain0 * at(place + c.lead0, 0);
+            spoilt.push_back(first + c.offset);
+            spoilt.push_back(c.gain1 * at(place * (1 + c.drift / 16000), 1) + c.copy * first +
+                             c.noise * noise + c.offset);
+        }
+        write_audio("spoilt.wav", 16000, 2, spoilt);
+        EXPECT_EQ(run("check spoilt.wav -s 5.8cm"), c.status) << c.verdict;
+        const std::string line = std::string("verdict     ") + c.verdict + "\n";
+        EXPECT_NE(contents("out").find(line), std::string::npos) << line << contents("out");
+    }
+    EXPECT_EQ(run("check good.wav -s 1cm"), 3); // where a lag of 1.35 samples is too much
+    run("simulate -w -90,90 -s 20cm -d 6 -r 48000 -o walk.wav");
+    EXPECT_EQ(run("check walk.wav -s 20cm"), 0) << contents("out"); // moves, and is no drift
+}
+
+TEST_F(Tool, ScenesHaveATruthAndARoom)
+{
+    EXPECT_EQ(run("simulate -w 80,-80 -s 5 -d 1 -o walk.wav"), 0) << contents("err");
+    const std::string truth = contents("walk.csv");
+    EXPECT_EQ(truth.find("t_start,t_end,angle_deg\n0,0.1,72\n0.1,0.2,56\n"), 0u) << truth;
+
+    Samples click(48000);
+    click[0] = 1.0f;
+    write_audio("click.wav", 48000, 1, click);
+    run("simulate -i click.wav -a -30 -r 48000 -s 5.8cm --snr 120 --no-truth -o room.wav "
+        "--room 6x5x3 --rt60 0.5 --distance 2 --mismatch 6");
+    EXPECT_FALSE(fs::exists("room.csv"));
+    const Samples room = read_audio("room.wav");
+    std::size_t peak[2] = {0, 1};
+    double energy[20] = {}; // of tenths of a second
+    for (std::size_t i = 0; i < room.size(); i++) {
+        peak[i % 2] = std::fabs(room[i]) > std::fabs(room[peak[i % 2]]) ? i : peak[i % 2];
+        energy[i / 9600] += double{room[i]} * double{room[i]};
+    }
+    EXPECT_EQ(peak[0] + 1 - peak[1], 2 * 4u); // 5.8 cm x sin 30 / 343 m/s x 48000 Hz = 4.06
+    EXPECT_NEAR(room[peak[1]] / room[peak[0]], 2.0, 0.1);
+    EXPECT_NEAR(10 * std::log10(energy[1] / energy[2]), 60 * 0.1 / 0.5, 1.5);
+}
+
+TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
+{
+    // 5 cm / 343 m/s: 2.33 samples at 16000 Hz, so D 3, and lags of -2 ... 2 vote for 5 directions;
+    // 6.997 samples at 48000 Hz, so D 7, and -6 ... 6 vote for all but the two of the axis.
+    EXPECT_EQ(run("geometry -s 5cm"), 0);
+    EXPECT_NE(contents("out").find("16000         2.33     3      5 of 9"), std::string::npos);
+    EXPECT_NE(contents("out").find("48000         7.00     7      7 of 9"), std::string::npos);
+
+    EXPECT_EQ(run("demo"), 0);
+    std::ifstream steps("out");
+    int count = 0;
+    for (std::string line, meter; std::getline(steps, line);) {
+        double truth = 0.0, found = 0.0;
+        if (!(std::istringstream(line) >> truth >> found >> meter) || meter[0] != '.')
+            continue;
+        count++;
+        EXPECT_NEAR(found, truth, 12) << line;
+        EXPECT_NEAR(static_cast<double>(meter.find('#')), (90 - found) / 5, 0.5) << line;
+    }
+    EXPECT_EQ(count, 25) << contents("out");
+}
+
+} // namespace

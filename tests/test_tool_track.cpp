@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+// test_tool_track.cpp - the commands track and live: every way in, every form out, every end.
+
+#include <random>
+#include <sstream>
+
+#include <cJSON.h>
+
+#include "tool_fixture.h"
+
+namespace {
+
+constexpr std::size_t kCouples = 10000; // two blocks and a rest
+
+// Noise that reaches microphone 0 earlier. At 16 kHz and 8.6 cm, two samples are
+// asin(2 x 343 / 16000 / 0.086) = 29.9 degrees.
+Samples pair(std::size_t couples, std::size_t lead)
+{
+    std::mt19937 generator(1);
+    Samples samples(2 * couples);
+    for (std::size_t i = 2 * lead + 1; i < samples.size(); i += 2)
+        samples[i - 2 * lead - 1] = samples[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
+    return samples;
+}
+
+struct Track : Tool {
+    Track()
+    {
+        const Samples two = pair(kCouples, 2);
+        Samples four(2 * two.size());
+        for (std::size_t i = 0; i < two.size(); i++)
+            four[2 * i + 1] = two[i]; // on its channels 2 and 4
+        constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+        write_audio("two.wav", 16000, 2, two, kWav16);
+        write_audio("two.flac", 16000, 2, two, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+        write_audio("two.raw", 16000, 2, two, SF_FORMAT_RAW | SF_FORMAT_PCM_16);
+        write_audio("law.wav", 16000, 2, two, SF_FORMAT_WAV | SF_FORMAT_ULAW);
+        write_audio("four.wav", 16000, 4, four, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
+        write_audio("fast.wav", 48000, 2, pair(3 * kCouples, 6), kWav16);
+        write_audio("silent.wav", 16000, 2, Samples(8192), kWav16);
+        const std::string wav = contents("two.wav");
+        std::ofstream("cut.wav") << wav.substr(0, 44 + 4 * 5000);
+        std::ofstream("stream.wav") << wav.substr(0, 40) << std::string(4, '\0') << wav.substr(44);
+        std::ofstream("alsa.conf")
+            << "pcm.null { type null }\n"
+            << "pcm.mono { type multi slaves.a { pcm null channels 1 } "
+               "bindings.0 { slave a channel 0 } }\n"
+            << "pcm.mic { type file slave.pcm null file /dev/null format raw infile "
+            << fs::absolute("two.raw") << " }\n";
+        setenv("ALSA_CONFIG_PATH", fs::absolute("alsa.conf").c_str(), 1);
+    }
+};
+
+TEST_F(Track, FormsHoldTheSameBlocks)
+{
+    fs::rename("two.wav", "a,\"b.wav");
+    run("'a,\"b.wav' -s 8.6 -q -f csv --per-frame -b 4 --start 0.1 --duration 0.04");
+    EXPECT_EQ(contents("out") + contents("err"), // 20 lg 1/4 = -12.04
+              "file,t_start,t_end,angle_deg,status,frames_used,frames_total,level_dbfs,"
+              "frame_delays\n\"a,\"\"b.wav\",0.100000,0.132000,29,ok,4,4,-12.04,-2 -2 -2 -2\n");
+    run("'a,\"b.wav' -s 8.6");
+    const std::string table = contents("out");
+    EXPECT_EQ(table.find('#') - table.find('\n') - 1, table.find("+90") + 12) << table;
+
+    run("silent.wav 'a,\"b.wav' -s 8.6 -f jsonl");
+    std::ifstream lines("out");
+    std::string found;
+    for (std::string line; std::getline(lines, line);) {
+        cJSON *const json = cJSON_Parse(line.c_str());
+        const cJSON *const angle = cJSON_GetObjectItem(json, "angle_deg");
+        const char *const type = cJSON_GetStringValue(cJSON_GetObjectItem(json, "type"));
+        found += type != nullptr ? type : line;
+        found += angle == nullptr      ? " "
+                 : cJSON_IsNull(angle) ? "=null "
+                                       : "=" + std::to_string(angle->valueint) + " ";
+        cJSON_Delete(json);
+    }
+    EXPECT_EQ(found, "start block=null summary start block=29 block=29 summary ");
+}
+
+TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
+{
+    const std::string found = ": 2 blocks, 2 decided (100 %), median 29 degrees";
+    const std::tuple<int, std::string, std::string, std::string> cases[] = {
+        {0, "", "track -c 2,4 four.wav", found},
+        {0, "", "track two.raw --raw", found},
+        {0, "", "fast.wav -r 16000", found},
+        {0, "", "stream.wav", found},
+        {0, "cat stream.wav |", "track -", found},
+        {0, "cat two.raw |", "track - --raw", found},
+        {0, "cat law.wav |", "track - --swap", "median -29 degrees"},
+        {0, "", "two.flac --start 0.3 --duration 0.26", ": 1 blocks, 1 decided"},
+        {0, "", "track cut.wav", "the header says 0.625 s, there are 0.312 s"},
+        {0, "", "two.wav -G 40", "samples too loud for the gain wrapped around"},
+        {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
+        {1, "", "track two.wav --raw", "starts with RIFF"},
+        {2, "", "two.wav -g 1", "1 is not within -80 ... 0 dB"},
+        {2, "", "two.wav --plot o", "o: is named for two outputs"},
+        {130, "timeout --preserve-status -s INT 0.4", "two.wav --realtime", ""},
+        {130, "(head -c 9000 two.wav; sleep 1) | timeout --preserve-status 0.5", "track -", ""},
+        {0, "", "live -D mic -d 0.6 --record r.wav", found},
+        {0, "", "live -D null -d 0.3", ": 1 blocks, 0 decided"},
+        {0, "timeout --preserve-status 0.5", "live -D null --realtime", ", 0 decided (0 %)\n"},
+        {1, "", "live -D nope", "nope: no such device"},
+        {1, "", "live -D mono", "mono: is mono"},
+    };
+    for (const auto &[status, before, arguments, message] : cases) {
+        EXPECT_EQ(run(arguments + " -s 8.6 -o o", "out", before), status) << before << arguments;
+        const std::string said = contents("err");
+        EXPECT_NE(said.find(message), std::string::npos) << before << arguments << '\n' << said;
+        EXPECT_EQ(fs::remove("o"), said.find(" blocks, ") != std::string::npos) << arguments;
+        EXPECT_EQ(contents("out"), "") << arguments;
+    }
+    EXPECT_EQ(contents("r.wav").substr(44), contents("two.raw").substr(0, 4 * 9600));
+    for (const auto &file : fs::directory_iterator("."))
+        EXPECT_NE(file.path().extension(), ".part") << file;
+}
+
+} // namespace

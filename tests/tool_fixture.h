@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: MIT
+// tool_fixture.h - runs the command-line tool as a user does: EZOSSL_TOOL is the path of the binary.
+
+#ifndef EZOSSL_TOOL_FIXTURE_H
+#define EZOSSL_TOOL_FIXTURE_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sndfile.hh>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using Samples = std::vector<float>;
+
+inline std::string contents(const char *path)
+{
+    std::ifstream stream(path);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void write_audio(const char *path, int rate, int channels, const Samples &samples,
+                        int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT)
+{
+    SndfileHandle file(path, SFM_WRITE, format, channels, rate);
+    const auto count = static_cast<sf_count_t>(samples.size());
+    ASSERT_EQ(file.write(samples.data(), count), count) << path;
+}
+
+// Every test has a directory of its own; what the tool says is in the files out and err.
+struct Tool : ::testing::Test {
+    const fs::path previous = fs::current_path();
+    const fs::path directory =
+        fs::path(::testing::TempDir()) / ("ezossl_" + std::to_string(getpid()));
+
+    Tool()
+    {
+        fs::create_directories(directory);
+        fs::current_path(directory);
+    }
+    ~Tool() override
+    {
+        fs::current_path(previous);
+        fs::remove_all(directory);
+    }
+    static int run(const std::string &arguments, const std::string &out = "out",
+                   const std::string &before = "")
+    {
+        const std::string command =
+            before + " '" EZOSSL_TOOL "' " + arguments + " >" + out + " 2>err";
+        return WEXITSTATUS(std::system(command.c_str()));
+    }
+};
+
+#endif

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// lag_track.h - how the lag between two channels goes on over a recording.
+
+#ifndef EZOSSL_TOOL_LAG_TRACK_H
+#define EZOSSL_TOOL_LAG_TRACK_H
+
+#include <vector>
+
+#include "pair_correlation.h"
+
+// The line that the lag follows, and how well.
+struct LagLine {
+    double slope;     // samples per second
+    double change;    // samples from the first to the last stretch
+    double near_line; // share of the stretches whose lag lies near the line
+};
+
+double median(std::vector<double> values);
+
+// Of stretches with common sound; all zero for fewer than three.
+LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches);
+
+#endif

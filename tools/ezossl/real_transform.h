@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// real_transform.h - Fourier transform of real samples, through KISS FFT.
+
+#ifndef EZOSSL_TOOL_REAL_TRANSFORM_H
+#define EZOSSL_TOOL_REAL_TRANSFORM_H
+
+#include <cstddef>
+#include <vector>
+
+#include <kiss_fftr.h>
+
+// Of an even length; a spectrum has length / 2 + 1 bins. There and back multiplies by the length.
+class RealTransform
+{
+public:
+    RealTransform(std::size_t length, bool is_inverse)
+        : plan_(kiss_fftr_alloc(static_cast<int>(length), is_inverse ? 1 : 0, nullptr, nullptr))
+    {
+    }
+    ~RealTransform() { kiss_fftr_free(plan_); }
+    RealTransform(const RealTransform &) = delete;
+    RealTransform &operator=(const RealTransform &) = delete;
+
+    void forward(const std::vector<float> &samples, std::vector<kiss_fft_cpx> &spectrum) const
+    {
+        kiss_fftr(plan_, samples.data(), spectrum.data());
+    }
+    void inverse(const std::vector<kiss_fft_cpx> &spectrum, std::vector<float> &samples) const
+    {
+        kiss_fftri(plan_, spectrum.data(), samples.data());
+    }
+
+private:
+    kiss_fftr_cfg plan_;
+};
+
+#endif

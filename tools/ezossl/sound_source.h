@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// sound_source.h - what the source of a scene says, as mono samples.
+
+#ifndef EZOSSL_TOOL_SOUND_SOURCE_H
+#define EZOSSL_TOOL_SOUND_SOURCE_H
+
+#include <string>
+#include <vector>
+
+// The first channel of a sound file at a rate in Hz, at most `seconds` of it. Failure if there is
+// nothing to be heard.
+std::vector<float> read_source(const std::string &path, double seconds, int rate);
+
+// The samples over and over, or their beginning, in another length.
+void repeat_to(std::vector<float> &samples, std::size_t length);
+
+#endif

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// summary.cpp - see summary.h.
+
+#include "summary.h"
+
+#include "text.h"
+
+void Summary::add(const Block &block)
+{
+    blocks++;
+    if (block.status == BlockStatus::quiet)
+        quiet++;
+    if (block.status != BlockStatus::ok)
+        return;
+    decided++;
+    const int index = block.angle + 90;
+    count_of_angle_.at(static_cast<std::size_t>(index))++;
+}
+
+double Summary::decided_share() const
+{
+    return blocks > 0 ? static_cast<double>(decided) / static_cast<double>(blocks) : 0.0;
+}
+
+double Summary::median() const
+{
+    return 0.5 * (nth_angle((decided - 1) / 2) + nth_angle(decided / 2));
+}
+
+int Summary::nth_angle(long n) const
+{
+    const auto *count = count_of_angle_.begin();
+    for (long passed = *count; passed <= n;)
+        passed += *++count;
+    return static_cast<int>(count - count_of_angle_.begin()) - 90;
+}
+
+std::string to_text(const std::string &path, const Summary &summary)
+{
+    std::string text = format_text("%s: %ld blocks, %ld decided (%.0f %%)", path.c_str(),
+                                   summary.blocks, summary.decided, 100 * summary.decided_share());
+    if (summary.decided > 0)
+        text += format_text(", median %g degrees", summary.median());
+    if (summary.overruns > 0)
+        text += format_text(", %ld overruns: sound is missing", summary.overruns);
+    if (summary.dropped_seconds > 0.0)
+        text += format_text(", last %.3f s dropped: less than a block", summary.dropped_seconds);
+    if (summary.clamped > 0)
+        text += format_text(", %zu samples beyond full scale clamped", summary.clamped);
+    if (summary.wrapped > 0)
+        text += format_text(", %zu samples too loud for the gain wrapped around: lower -G",
+                            summary.wrapped);
+    return text;
+}
