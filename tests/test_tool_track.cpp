@@ -54,10 +54,11 @@ struct Track : Tool {
 TEST_F(Track, FormsHoldTheSameBlocks)
 {
     fs::rename("two.wav", "a,\"b.wav");
-    run("'a,\"b.wav' -s 8.6 -q -f csv --per-frame -b 4 --start 0.1 --duration 0.04");
+    run("'a,\"b.wav' -s 8.6 -q -f csv --per-frame -b 4 --start 0.1 --duration 0.07");
     EXPECT_EQ(contents("out") + contents("err"), // 20 lg 1/4 = -12.04
               "file,t_start,t_end,angle_deg,status,frames_used,frames_total,level_dbfs,"
-              "frame_delays\n\"a,\"\"b.wav\",0.100000,0.132000,29,ok,4,4,-12.04,-2 -2 -2 -2\n");
+              "frame_delays\n\"a,\"\"b.wav\",0.100000,0.132000,29,ok,4,4,-12.04,-2 -2 -2 -2\n"
+              "\"a,\"\"b.wav\",0.132000,0.164000,29,ok,4,4,-12.04,-2 -2 -2 -2\n");
     run("'a,\"b.wav' -s 8.6");
     const std::string table = contents("out");
     EXPECT_EQ(table.find('#') - table.find('\n') - 1, table.find("+90") + 12) << table;

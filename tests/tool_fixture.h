@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// tool_fixture.h - runs the command-line tool as a user does: EZOSSL_TOOL is the path of the binary.
+// tool_fixture.h - runs the command-line tool as a user does; EZOSSL_TOOL is its path.
 
 #ifndef EZOSSL_TOOL_FIXTURE_H
 #define EZOSSL_TOOL_FIXTURE_H

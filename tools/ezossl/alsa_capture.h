@@ -17,7 +17,7 @@
 class AlsaCapture
 {
 public:
-    // Opens the device at the rate or one near to it, with as many channels or, if it must be, more.
+    // Opens the device at the rate or one near to it, with so many channels or, if need be, more.
     // Failure says what is wrong with the device.
     AlsaCapture(const std::string &device, int rate, int channels);
 

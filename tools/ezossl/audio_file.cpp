@@ -84,8 +84,11 @@ void AudioReader::open(int descriptor)
     }
     if (is_pipe) {
         close(descriptor);
-        throw Failure(path_ + ": carries no WAV; other formats need a file, samples without a "
-                              "header need --raw");
+        if (interrupts() > 0)
+            throw EndWith{kInterrupted};
+        throw Failure(path_ +
+                      ": carries no plain WAV; other formats need a file, samples without a "
+                      "header need --raw");
     }
     lseek(descriptor, 0, SEEK_SET);
     file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));

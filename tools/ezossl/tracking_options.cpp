@@ -15,6 +15,7 @@ namespace {
 
 constexpr int kMostFrames = 10000; // in a block
 constexpr int kMostChannels = 64;
+constexpr int kMostDegrees = 180;
 
 const std::map<std::string, DelayMode> kModes = {{"vote", DelayMode::vote},
                                                  {"delay", DelayMode::time_domain}};
@@ -131,6 +132,9 @@ void TrackingOptions::check(const std::vector<std::string> &inputs,
     if (!channels.empty() && channels[0] == channels[1])
         throw UsageFailure("-c names channel " + std::to_string(channels[0]) +
                            " twice; each microphone has its own");
+    if (on_change < 0 || on_change > kMostDegrees)
+        throw UsageFailure("--on-change " + std::to_string(on_change) + " is not within 0 ... " +
+                           std::to_string(kMostDegrees) + " degrees");
     if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
         throw UsageFailure("--plot and --histogram draw one input; give one at a time");
     check_outputs({output, plot, histogram, recording}, inputs);
