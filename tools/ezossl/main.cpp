@@ -22,6 +22,36 @@ using AddCommand = Command (*)(CLI::App &app);
 constexpr AddCommand kCommands[] = {add_track_command,    add_live_command,     add_check_command,
                                     add_simulate_command, add_geometry_command, add_demo_command};
 
+// The end of each command's help: what is typed first.
+struct Examples {
+    const char *command;
+    const char *text;
+};
+constexpr Examples kExamples[] = {
+    {"track", "  ezossl track talk.wav -s 5.8cm\n"
+              "  ezossl track talk.flac -s 58mm -r 16000 -f csv -o talk.csv --plot talk.svg\n"},
+    {"live", "  ezossl live -s 5.8cm\n"
+             "  ezossl live -D hw:1,0 -s 5.8cm -d 60 --record bench.wav --on-change 5\n"},
+    {"check", "  ezossl check talk.wav -s 5.8cm\n"
+              "  ezossl check --live 10 -D hw:1,0 -s 5.8cm\n"},
+    {"simulate",
+     "  ezossl simulate --angle -30 -s 5.8cm -o x.wav\n"
+     "  ezossl simulate -i voice.wav --walk -60,60 -s 5.8cm -r 16000 --snr 20 -o x.wav\n"},
+    {"geometry", "  ezossl geometry -s 5.8cm\n"
+                 "  ezossl geometry -s 12cm -r 16000 -t 35\n"},
+    {"demo", "  ezossl demo\n"
+             "  ezossl demo | cat                 # unpaced, as into a file\n"},
+};
+
+void add_examples(CLI::App &app)
+{
+    for (const Examples &examples : kExamples) {
+        CLI::App *const parser = app.get_subcommand(examples.command);
+        const std::string before = parser->get_footer();
+        parser->footer((before.empty() ? "" : before + "\n\n") + "Examples:\n" + examples.text);
+    }
+}
+
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
     return std::string("ezossl: ") + error.what() +
@@ -85,6 +115,7 @@ int run(int argc, char **argv, DataOutput &output)
     std::vector<Command> commands;
     for (const AddCommand add : kCommands)
         commands.push_back(add(app));
+    add_examples(app);
     // Set last, as the commands would take it over.
     app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
 
