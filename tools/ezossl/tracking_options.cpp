@@ -63,12 +63,15 @@ void TrackingOptions::add_to(CLI::App &parser)
 {
     add_array_options(parser);
     add_output_options(parser);
+    // Measured with `simulate`: 400 scenes of speech, 4 to 8 cm, 20 to 40 dB above noise; of the
+    // blocks within 15 dB of a scene's loudest. The room has a reverberation time of 0.3 s.
     parser.footer(
-        "Speech is answered best at 16000 Hz: on simulated scenes 92 % of the blocks of a "
-        "sounding source had an angle there, at 48000 Hz about a sixth of those of "
-        "speech, as the peak of the correlation leaves the plausible range or a dip "
-        "outweighs it. So live captures at 16000 Hz unless -r says otherwise; files keep "
-        "their rate.");
+        "Speech is answered best at 16000 Hz: of the blocks of a speaking source 85 % had an "
+        "angle\n"
+        "there, dry or in a room; at 48000 Hz 67 %, in a room 41 %, as the peak of the "
+        "correlation\n"
+        "leaves the plausible range or a dip outweighs it. So live captures at 16000 Hz unless -r\n"
+        "says otherwise; files keep their rate.");
 }
 
 void TrackingOptions::add_array_options(CLI::App &parser)
