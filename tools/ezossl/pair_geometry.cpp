@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_geometry.cpp - see pair_geometry.h. What the library rounds to float is rounded to float here.
+// pair_geometry.cpp - see pair_geometry.h. What the library rounds to float is rounded here too.
 
 #include "pair_geometry.h"
 
