@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// pair_geometry.h - what a pair of microphones can resolve: the figures of the library for a spacing,
-// a rate and a temperature.
+// pair_geometry.h - what a pair of microphones can resolve: the figures of the library for a
+// spacing, a rate and a temperature.
 
 #ifndef EZOSSL_TOOL_PAIR_GEOMETRY_H
 #define EZOSSL_TOOL_PAIR_GEOMETRY_H
