@@ -10,6 +10,7 @@
 #include "audio_file.h"
 #include "block_counts.h"
 #include "lag_track.h"
+#include "median.h"
 #include "pair_correlation.h"
 #include "resampler.h"
 #include "text.h"

@@ -5,17 +5,9 @@
 
 #include "lag_track.h"
 
-#include <algorithm>
 #include <cmath>
 
-double median(std::vector<double> values)
-{
-    if (values.empty())
-        return 0.0;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
+#include "median.h"
 
 LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches)
 {

@@ -15,8 +15,6 @@ struct LagLine {
     double near_line; // share of the stretches whose lag lies near the line
 };
 
-double median(std::vector<double> values);
-
 // Of stretches with common sound; all zero for fewer than three.
 LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches);
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "median.h"
 #include "svg.h"
 
 std::string angle_text(double degrees)
@@ -23,13 +24,12 @@ std::size_t count_of(const std::vector<Block> &blocks, BlockStatus status)
 
 double median_angle(const std::vector<Block> &blocks)
 {
-    std::vector<int> angles;
+    std::vector<double> angles;
     for (const Block &block : blocks) {
         if (block.status == BlockStatus::ok)
             angles.push_back(block.angle);
     }
-    std::sort(angles.begin(), angles.end());
-    return 0.5 * (angles[(angles.size() - 1) / 2] + angles[angles.size() / 2]);
+    return median(angles);
 }
 
 std::string blocks_text(std::size_t count)
