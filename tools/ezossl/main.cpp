@@ -52,10 +52,27 @@ void add_examples(CLI::App &app)
     }
 }
 
+// The parser's refusals as sentences, where they are not.
+std::string sentence_of(const CLI::Error &error)
+{
+    const std::string text = error.what();
+    if (text == "--spacing is required")
+        return text + ", the distance between the microphones, such as -s 5.8cm";
+    const std::string no_conversion = "Could not convert: ";
+    if (text.rfind(no_conversion, 0) == 0)
+        return text.substr(no_conversion.size()) + " is not a whole number";
+    if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
+        return text.substr(0, at) + " can be given once only";
+    const auto colon = text.find(": ");
+    if (error.get_name() == "ValidationError" && colon != std::string::npos &&
+        text.find(' ', colon + 2) == std::string::npos)
+        return text + " is none of its values";
+    return text;
+}
+
 std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
 {
-    return std::string("ezossl: ") + error.what() +
-           "\nFor what it takes: ezossl [COMMAND] --help\n";
+    return "ezossl: " + sentence_of(error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
 }
 
 // Without a command, a file is to be tracked. What looks like a file counts as one, so that the
@@ -68,26 +85,41 @@ bool is_file_name(const std::string &argument)
                                             std::filesystem::exists(argument, ignored)));
 }
 
-// "--on-change 5" is meant like "--on-change=5"; what is no number behind it is an input.
+// "--on-change 5" is meant like "--on-change=5"; what does not look like a number behind it is an
+// input.
 void join_on_change(std::vector<std::string> &arguments)
 {
     const auto option = std::find(arguments.begin(), arguments.end(), "--on-change");
     if (option == arguments.end() || option + 1 == arguments.end() ||
-        (option + 1)->find_first_not_of("0123456789") != std::string::npos)
+        (option + 1)->find_first_not_of("-.0123456789") != std::string::npos)
         return;
     *option += "=" + *(option + 1);
     arguments.erase(option + 1);
 }
 
-std::vector<std::string> command_line(int argc, char **argv, const std::vector<Command> &commands)
+// Puts in the command that was left out, and refuses what is neither a command nor a file.
+void complete_command(std::vector<std::string> &arguments)
+{
+    const auto is_command = [](const std::string &argument) {
+        return std::any_of(
+            std::begin(kExamples), std::end(kExamples),
+            [&argument](const Examples &examples) { return argument == examples.command; });
+    };
+    if (arguments.empty() || std::any_of(arguments.begin(), arguments.end(), is_command))
+        return;
+    if (arguments.front() == "help")
+        arguments.front() = "--help";
+    else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))
+        arguments.insert(arguments.begin(), "track");
+    else if (arguments.front().rfind('-', 0) != 0)
+        throw UsageFailure("there is no command and no file '" + arguments.front() +
+                           "'; for the commands: ezossl --help");
+}
+
+std::vector<std::string> command_line(int argc, char **argv)
 {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
-    const auto is_first = [&](const Command &command) {
-        return command.parser->get_name() == arguments.front();
-    };
-    if (!arguments.empty() && std::none_of(commands.begin(), commands.end(), is_first) &&
-        is_file_name(arguments.front()))
-        arguments.insert(arguments.begin(), "track");
+    complete_command(arguments);
     join_on_change(arguments);
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
     return arguments;
@@ -120,7 +152,7 @@ int run(int argc, char **argv, DataOutput &output)
     app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
 
     try {
-        app.parse(command_line(argc, argv, commands));
+        app.parse(command_line(argc, argv));
         if (app.get_subcommands().empty())
             throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError &reason) {

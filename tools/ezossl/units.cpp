@@ -3,6 +3,8 @@
 
 #include "units.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <string_view>
 
@@ -24,8 +26,11 @@ constexpr Unit kUnits[] = {{"", 1.0}, {"cm", 1.0}, {"mm", 0.1}, {"m", 100.0}};
 // Centimetres in one of the unit; 0 if there is no such unit.
 double centimetres_per(std::string_view name)
 {
+    const auto same_letter = [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) == b;
+    };
     for (const Unit &unit : kUnits) {
-        if (unit.name == name)
+        if (std::equal(name.begin(), name.end(), unit.name.begin(), unit.name.end(), same_letter))
             return unit.centimetres;
     }
     return 0.0;
