@@ -59,17 +59,22 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
     const auto files = count_files();
     const std::tuple<int, std::string, const char *> refusals[] = {
         {1, "missing.wav -s 5", "missing.wav: no such file"},
+        {1, "-s 5 -q missing.wav", "missing.wav: no such file"},
+        {2, "trak -s 5", "there is no command and no file 'trak'"},
         {1, "track directory -s 5", "directory: is a directory"},
         {1, "track text.wav -s 5", "text.wav: not a readable sound file"},
         {1, "track mono.wav -s 5", "mono.wav: 1 channel; needs 2"},
         {1, "track three.wav -s 5", "three.wav: 3 channels; needs 2"},
         {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
-        {2, "track cd.wav", "--spacing is required"},
+        {2, "cd.wav", "--spacing is required, the distance between the microphones"},
+        {2, "cd.wav -s 5 -s 6", "--spacing can be given once only"},
+        {2, "cd.wav -s 5 -r 16k", "--rate: 16k is none of its values"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},
         {2, "track cd.wav -s 11m", "spacing '11m' must be"},
         {2, "track cd.wav -s nan", "spacing 'nan' must be"},
         {2, "track cd.wav -s 5inch", "spacing '5inch' is no length"},
+        {2, "track cd.wav -s 5 -t 20.5", "--temperature = 20.5 is not a whole number"},
         {2, "track cd.wav -s 5 -t 86", "86 is not within -40 ... 85"},
         {2, "track cd.wav -s 5 --bogus", "not expected: --bogus"},
         {2, "simulate -a 91 -s 5 -o x.wav", "91 is not within -90 ... 90"},
@@ -91,7 +96,7 @@ TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
 {
     run("simulate -a -60,0,30 -s 5.8cm -d 1 --snr 0 -o x.wav --truth x.csv");
     EXPECT_EQ(contents("x.csv"), "t_start,t_end,angle_deg\n0,1,-60\n1,2,0\n2,3,30\n");
-    run("simulate -a -60,0,30 -s 58mm -d 1 --snr 0 -o same.wav");
+    run("simulate -a -60,0,30 -s 58MM -d 1 --snr 0 -o same.wav");
     EXPECT_EQ(contents("same.wav"), contents("x.wav"));
     run("track x.wav -s 5.8");
     const std::string out = contents("out"), err = contents("err");
