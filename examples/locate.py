@@ -43,7 +43,7 @@ class Locator:
     """An instance of the library; use it in a with statement."""
 
     def __init__(self, library, rate, spacing_cm):
-        self.library = library
+        self.lib = library
         # Of 32-bit integers, so that it is aligned; kept, as the instance lives in it.
         self.buffer = (ctypes.c_int32 * (library.EzoSsl_GetBufferSize() // 4 + 1))()
         init = SslInit(FRAME_LENGTH, rate, spacing_cm, 0, MICROPHONES)
@@ -58,16 +58,16 @@ class Locator:
         return self
 
     def __exit__(self, *_):
-        self.library.EzoSsl_Free(self.ssl)
+        self.lib.EzoSsl_Free(self.ssl)
 
     def angle(self, frames):
         """The angle of a block of frames in degrees, or None."""
         delay, angle = ctypes.c_int32(), ctypes.c_int32()
         for frame in frames:
-            if self.library.EzoSsl_Run(self.ssl, frame, ctypes.byref(delay)) != OK:
+            if self.lib.EzoSsl_Run(self.ssl, frame, ctypes.byref(delay)) != OK:
                 raise ValueError("the library refused a frame")
-        code = self.library.EzoSsl_Get_Direction(self.ssl, ctypes.byref(angle))
-        self.library.EzoSsl_Reset_Mapping(self.ssl)
+        code = self.lib.EzoSsl_Get_Direction(self.ssl, ctypes.byref(angle))
+        self.lib.EzoSsl_Reset_Mapping(self.ssl)
         return angle.value if code == OK else None
 
 
@@ -90,14 +90,14 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("wav", help="16-bit WAV file, microphone 0 first")
     parser.add_argument("spacing", type=float, help="distance of the microphones in cm")
-    parser.add_argument("--library", help="the shared library",
+    parser.add_argument("--library", dest="lib", help="the shared library",
                         default=os.environ.get("EZOSSL_LIBRARY", "libezossl.so.1"))
     options = parser.parse_args()
     # The library's messages go to descriptor 1: that becomes standard error.
     descriptor = os.dup(1)
     os.dup2(2, 1)
     try:
-        library = load(options.library)
+        library = load(options.lib)
     except OSError as error:
         sys.exit(f"locate.py: {error}; name the library with --library or EZOSSL_LIBRARY")
     try:

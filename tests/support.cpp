@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -45,10 +46,9 @@ Environment::~Environment()
 
 std::string write_file(const std::string &name, const std::string &contents)
 {
-    static const std::string directory = [] {
-        std::string path = testing::TempDir() + "ezossl_XXXXXX";
-        return std::string(mkdtemp(path.data()));
-    }();
+    static const std::string directory =
+        testing::TempDir() + "ezossl_tests_" + std::to_string(getpid());
+    std::filesystem::create_directories(directory);
     std::string path = directory + "/" + name;
     std::ofstream(path, std::ios::binary) << contents;
     return path;
