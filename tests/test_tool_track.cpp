@@ -79,6 +79,26 @@ TEST_F(Track, FormsHoldTheSameBlocks)
     EXPECT_EQ(found, "start block=null summary start block=29 block=29 summary ");
 }
 
+// The samples begin behind the header, whatever length it says, and whatever else it holds.
+TEST_F(Track, StreamedFilesGiveWhatIntactOnesGive)
+{
+    for (const int format : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
+        write_audio("x.wav", 16000, 2, pair(kCouples, 2), SF_FORMAT_WAV | format);
+        const std::string intact = contents("x.wav");
+        const std::string form = "x.wav -s 8.6 -b 1 -f csv --per-frame";
+        ASSERT_EQ(run(form, "expected"), 0);
+        const std::size_t data = intact.find("data");
+        for (const std::string &size : {std::string(4, '\0'), std::string(4, '\xff')}) {
+            std::ofstream("x.wav")
+                << intact.substr(0, data) << "LIST" << '\2' << std::string(3, '\0') << "ab"
+                << "data" << size << intact.substr(data + 8);
+            EXPECT_EQ(run(form), 0);
+            EXPECT_EQ(contents("out"), contents("expected")) << format;
+            EXPECT_NE(contents("err").find("10000 samples found"), std::string::npos);
+        }
+    }
+}
+
 TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
 {
     const std::string found = ": 2 blocks, 2 decided (100 %), median 29 degrees";

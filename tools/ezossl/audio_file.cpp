@@ -118,8 +118,13 @@ void AudioReader::open_samples(int descriptor, const WavHeader &header)
         info_.frames = header.is_streamed() ? kUnknownLength : promised_;
         return;
     }
-    info_.frames -= offset / header.bytes_per_frame();
+    // In bytes, as the header need not be as long as a whole number of samples.
+    const sf_count_t bytes = lseek(descriptor, 0, SEEK_END) - offset;
+    info_.frames = std::max<sf_count_t>(bytes, 0) / header.bytes_per_frame();
     sf_command(file_.get(), SFC_SET_RAW_START_OFFSET, &offset, sizeof offset);
+    // The offset counts from the next seek on; until then the header would be read as samples.
+    if (sf_seek(file_.get(), 0, SEEK_SET) != 0)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
 bool AudioReader::is_lossy() const

@@ -103,6 +103,14 @@ void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf
                                    static_cast<double>(there) / audio.rate()));
 }
 
+void remark_on_length(const TrackOptions &options, const AudioReader &audio)
+{
+    if (!options.raw && audio.promised() == 0 && audio.length() > 0 &&
+        audio.length() < SF_COUNT_MAX)
+        options.remark(format_text("%s: the header does not say how long it is; %lld samples found",
+                                   audio.path().c_str(), static_cast<long long>(audio.length())));
+}
+
 [[noreturn]] void fail_without_block(const std::string &path, const Tracker &tracker,
                                      const LocalizerSettings &settings)
 {
@@ -131,6 +139,7 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     });
     std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
 
+    remark_on_length(options, audio);
     skip_to_start(options, audio, chunk);
     report.begin({input, layout, settings});
     const sf_count_t used = feed(options, audio, tracker, chunk);
