@@ -80,15 +80,14 @@ sf_count_t feed(const TrackOptions &options, AudioReader &audio, Tracker &tracke
     while (done < limit) {
         const auto left = static_cast<std::size_t>(limit - done);
         const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
-        if (interrupts() > 0)
-            throw EndWith{kInterrupted};
-        if (got == 0)
+        if (interrupts() > 0 || got == 0)
             break;
         tracker.add(chunk.data(), got);
         done += static_cast<sf_count_t>(got);
         progress.show(done);
     }
-    tracker.finish();
+    if (interrupts() == 0)
+        tracker.finish();
     return done;
 }
 
@@ -122,6 +121,17 @@ void remark_on_length(const TrackOptions &options, const AudioReader &audio)
                     tracker.samples() > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
 }
 
+[[noreturn]] void end_interrupted(const TrackOptions &options, double seconds, const Report &report)
+{
+    std::string text = format_text("interrupted at %.1f s", seconds);
+    const std::string &output = options.tracking.output;
+    if (!output.empty())
+        text += "; " + output + " was not written";
+    note(text);
+    report.summarize();
+    throw EndWith{kInterrupted};
+}
+
 void track_input(const TrackOptions &options, const std::string &input, Report &report)
 {
     std::optional<RawFormat> raw;
@@ -143,7 +153,10 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     skip_to_start(options, audio, chunk);
     report.begin({input, layout, settings});
     const sf_count_t used = feed(options, audio, tracker, chunk);
-    warn_if_truncated(options, audio, used);
+    if (interrupts() > 0)
+        end_interrupted(options, options.start + static_cast<double>(used) / audio.rate(), report);
+    if (tracker.samples() > 0)
+        warn_if_truncated(options, audio, used);
     if (report.blocks() == 0)
         fail_without_block(audio.path(), tracker, settings);
     Summary summary;
