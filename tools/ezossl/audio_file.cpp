@@ -26,6 +26,8 @@ bool is_supported_rate(int rate)
 namespace {
 
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
+// A damaged Ogg file gets a length near the largest number from libsndfile.
+constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
 
 int open_standard_input()
 {
@@ -96,6 +98,10 @@ void AudioReader::open(int descriptor)
         throw Failure(path_ + ": not a readable sound file: " + sf_strerror(nullptr) +
                       " (samples without a header need --raw)");
     promised_ = wav ? wav->frames() : info_.frames;
+    if (promised_ >= kUnknownFrom) {
+        promised_ = 0;
+        info_.frames = kUnknownLength;
+    }
 }
 
 // From where the descriptor stands, samples and nothing else.
