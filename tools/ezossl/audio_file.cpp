@@ -26,6 +26,8 @@ bool is_supported_rate(int rate)
 namespace {
 
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
+// A damaged Ogg file gets a length near the largest number from libsndfile.
+constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
 
 int open_standard_input()
 {
@@ -96,6 +98,10 @@ void AudioReader::open(int descriptor)
         throw Failure(path_ + ": not a readable sound file: " + sf_strerror(nullptr) +
                       " (samples without a header need --raw)");
     promised_ = wav ? wav->frames() : info_.frames;
+    if (promised_ >= kUnknownFrom) {
+        promised_ = 0;
+        info_.frames = kUnknownLength;
+    }
 }
 
 // From where the descriptor stands, samples and nothing else.
@@ -118,8 +124,13 @@ void AudioReader::open_samples(int descriptor, const WavHeader &header)
         info_.frames = header.is_streamed() ? kUnknownLength : promised_;
         return;
     }
-    info_.frames -= offset / header.bytes_per_frame();
+    // In bytes, as the header need not be as long as a whole number of samples.
+    const sf_count_t bytes = lseek(descriptor, 0, SEEK_END) - offset;
+    info_.frames = std::max<sf_count_t>(bytes, 0) / header.bytes_per_frame();
     sf_command(file_.get(), SFC_SET_RAW_START_OFFSET, &offset, sizeof offset);
+    // The offset counts from the next seek on; until then the header would be read as samples.
+    if (sf_seek(file_.get(), 0, SEEK_SET) != 0)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
 bool AudioReader::is_lossy() const

@@ -118,10 +118,15 @@ void Report::end(Summary rest)
         draw(*plot_, angle_plot_svg(drawn_, input_.name));
     if (histogram_)
         draw(*histogram_, angle_rose_svg(drawn_, input_.name));
-    if (options_.quiet)
-        return;
-    std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
-    advise(summary_);
+    summarize();
+    if (!options_.quiet)
+        advise(summary_);
+}
+
+void Report::summarize() const
+{
+    if (!options_.quiet)
+        std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
 }
 
 void Report::advise(const Summary &summary) const

@@ -23,6 +23,8 @@ public:
     void block(const Block &block, const std::vector<int> &delays);
     // The summary is complete but for the blocks, which are counted here.
     void end(Summary rest);
+    // Tells on standard error what was found so far.
+    void summarize() const;
     // Puts what was written to its place; without it, there are no files.
     void commit();
 

@@ -37,8 +37,9 @@ int Summary::nth_angle(long n) const
 
 std::string to_text(const std::string &path, const Summary &summary)
 {
-    std::string text = format_text("%s: %ld blocks, %ld decided (%.0f %%)", path.c_str(),
-                                   summary.blocks, summary.decided, 100 * summary.decided_share());
+    std::string text =
+        format_text("%s: %ld block%s, %ld decided (%.0f %%)", path.c_str(), summary.blocks,
+                    summary.blocks == 1 ? "" : "s", summary.decided, 100 * summary.decided_share());
     if (summary.decided > 0)
         text += format_text(", median %g degrees", summary.median());
     if (summary.overruns > 0)

@@ -80,15 +80,14 @@ sf_count_t feed(const TrackOptions &options, AudioReader &audio, Tracker &tracke
     while (done < limit) {
         const auto left = static_cast<std::size_t>(limit - done);
         const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
-        if (interrupts() > 0)
-            throw EndWith{kInterrupted};
-        if (got == 0)
+        if (interrupts() > 0 || got == 0)
             break;
         tracker.add(chunk.data(), got);
         done += static_cast<sf_count_t>(got);
         progress.show(done);
     }
-    tracker.finish();
+    if (interrupts() == 0)
+        tracker.finish();
     return done;
 }
 
@@ -103,6 +102,14 @@ void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf
                                    static_cast<double>(there) / audio.rate()));
 }
 
+void remark_on_length(const TrackOptions &options, const AudioReader &audio)
+{
+    if (!options.raw && audio.promised() == 0 && audio.length() > 0 &&
+        audio.length() < SF_COUNT_MAX)
+        options.remark(format_text("%s: the header does not say how long it is; %lld samples found",
+                                   audio.path().c_str(), static_cast<long long>(audio.length())));
+}
+
 [[noreturn]] void fail_without_block(const std::string &path, const Tracker &tracker,
                                      const LocalizerSettings &settings)
 {
@@ -112,6 +119,17 @@ void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf
         format_text("%s: %zu samples are shorter than one block of %d%s", path.c_str(),
                     tracker.samples(), settings.block_frames * EZOSSL_FRAME_LENGTH,
                     tracker.samples() > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
+}
+
+[[noreturn]] void end_interrupted(const TrackOptions &options, double seconds, const Report &report)
+{
+    std::string text = format_text("interrupted at %.1f s", seconds);
+    const std::string &output = options.tracking.output;
+    if (!output.empty())
+        text += "; " + output + " was not written";
+    note(text);
+    report.summarize();
+    throw EndWith{kInterrupted};
 }
 
 void track_input(const TrackOptions &options, const std::string &input, Report &report)
@@ -131,10 +149,14 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     });
     std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
 
+    remark_on_length(options, audio);
     skip_to_start(options, audio, chunk);
     report.begin({input, layout, settings});
     const sf_count_t used = feed(options, audio, tracker, chunk);
-    warn_if_truncated(options, audio, used);
+    if (interrupts() > 0)
+        end_interrupted(options, options.start + static_cast<double>(used) / audio.rate(), report);
+    if (tracker.samples() > 0)
+        warn_if_truncated(options, audio, used);
     if (report.blocks() == 0)
         fail_without_block(audio.path(), tracker, settings);
     Summary summary;
