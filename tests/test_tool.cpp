@@ -81,6 +81,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "simulate -a 0 -s 5 -i mono.wav -o x.wav", "mono.wav: holds no sound"},
         {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
         {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
+        {1, "simulate -a 0 -s 5 -i mono.wav -o ./mono.wav", "is the input and would be"},
+        {2, "simulate -a 0 -s 5 -o -", "a WAV file cannot go to standard output"},
         {1, "simulate -a 0 -s 5 -o x.wav --truth no/x.csv", "no/x.csv: cannot be written"},
     };
     for (const auto &[status, arguments, reason] : refusals) {

@@ -16,6 +16,7 @@
 
 #include "failure.h"
 #include "interrupt.h"
+#include "text.h"
 
 bool is_supported_rate(int rate)
 {
@@ -133,13 +134,25 @@ void AudioReader::open_samples(int descriptor, const WavHeader &header)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
-bool AudioReader::is_lossy() const
+std::string AudioReader::encoding_remark() const
 {
     static constexpr int kLossy[] = {SF_FORMAT_VORBIS,         SF_FORMAT_OPUS,
                                      SF_FORMAT_MPEG_LAYER_I,   SF_FORMAT_MPEG_LAYER_II,
                                      SF_FORMAT_MPEG_LAYER_III, SF_FORMAT_GSM610};
     const int encoding = info_.format & SF_FORMAT_SUBMASK;
-    return std::find(std::begin(kLossy), std::end(kLossy), encoding) != std::end(kLossy);
+    if (std::find(std::begin(kLossy), std::end(kLossy), encoding) == std::end(kLossy))
+        return "";
+    return path_ + ": its compression alters the phase, on which the angle rests; better record "
+                   "WAV or FLAC";
+}
+
+std::string AudioReader::length_remark(sf_count_t there) const
+{
+    if (there >= promised_)
+        return "";
+    return format_text("%s: is truncated: the header says %.3f s, there are %.3f s", path_.c_str(),
+                       static_cast<double>(promised_) / rate(),
+                       static_cast<double>(there) / rate());
 }
 
 std::size_t AudioReader::read(float *samples, std::size_t count)

@@ -47,8 +47,11 @@ public:
     sf_count_t length() const { return info_.frames; }
     // Samples per channel that the header promises, which may be more; 0 if it does not say.
     sf_count_t promised() const { return promised_; }
-    // Whether the encoding throws away what the ear does not miss, such as the phase.
-    bool is_lossy() const;
+    // What to tell of an encoding that throws away what the ear does not miss, such as the phase;
+    // empty for others.
+    std::string encoding_remark() const;
+    // What to tell if only `there` samples per channel were found; empty if that is all.
+    std::string length_remark(sf_count_t there) const;
 
     // Up to `count` interleaved samples per channel, full scale 1; fewer at the end only, or where
     // the file is damaged. Refuses samples that are not a number. (Reading 16-bit integers instead

@@ -41,7 +41,7 @@ void print_findings(const Diagnosis &diagnosis, DataOutput &output)
     std::string names;
     for (const Finding &finding : diagnosis.findings) {
         const FindingKind &kind = *finding.kind;
-        output.print("%-10s  %s: %s. This means: %s. What to do: %s.\n",
+        output.print("%-10s  %s: %s\n            %s\n            What to do: %s\n",
                      kind.is_fault ? "FAULT" : "warning", kind.name, finding.measured.c_str(),
                      kind.meaning, kind.remedy);
         names += (names.empty() ? ": " : ", ") + std::string(kind.name);

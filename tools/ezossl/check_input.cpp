@@ -12,6 +12,7 @@
 #include "failure.h"
 #include "interrupt.h"
 #include "resampler.h"
+#include "text.h"
 
 namespace {
 
@@ -77,11 +78,17 @@ PairSamples read_pair(const std::string &path, const TrackingOptions &options)
     PairCollector collector(options.layout(audio.path(), audio.rate(), audio.channels()), rate);
     std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
     auto left = static_cast<std::size_t>(kLongestSeconds * audio.rate());
+    sf_count_t there = 0;
     while (const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left))) {
         collector.add(chunk.data(), got);
         left -= got;
+        there += static_cast<sf_count_t>(got);
     }
     const bool is_cut = left == 0 && audio.read(chunk.data(), 1) > 0;
+    for (const std::string &remark :
+         {audio.encoding_remark(), is_cut ? std::string() : audio.length_remark(there)})
+        if (!remark.empty())
+            note(remark);
     return {audio.path(), rate, collector.finish(), is_cut};
 }
 

@@ -52,6 +52,9 @@ constexpr FindingKind kDrift = {true, "drifting lag",
 constexpr FindingKind kImpossible = {true, "impossible lag",
     "no source can be there: the spacing is larger than stated, or one channel is late",
     "state the real spacing with -s, or record both with one device"};
+constexpr FindingKind kLongLag = {false, "long lag",
+    "the spacing may be larger than stated: angles come out too large, up to 90",
+    "measure the spacing, and state it with -s"};
 constexpr FindingKind kNoDirections = {true, "no directions",
     "no fault of the channels was found, yet the library decides none",
     "record a source that is nearer, louder or in a room with less echo"};
@@ -70,7 +73,8 @@ constexpr double kCopyLeastRms = 30.0;    // steps of 16 bits: a copy must be to
 constexpr double kOffsetShare = 0.01;     // of full scale
 constexpr double kClippedShare = 0.0005;  // of the samples
 constexpr double kLargeOffsetRatio = 5.0; // to the sound; from here on angles go to 0
-constexpr double kLagMargin = 0.75;       // samples beyond the longest lag
+constexpr double kLagMargin = 0.75;       // samples beyond the longest lag: impossible
+constexpr double kLagDoubt = 0.35;        // and doubtful
 constexpr double kFewShare = 0.2;         // of the blocks with sound
 constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
 constexpr int kLowerRateHz = 16000;
@@ -92,14 +96,14 @@ bool find_missing_sound(const std::vector<int16_t> &samples, int gate_db, Diagno
     if (high > rms_of_db(gate_db) && (low < 0.5 || high > low * std::pow(10.0, kDeadDb / 20.0))) {
         diagnosis.findings.push_back(
             {&kDeadChannel,
-             format_text("channel %zu has %.1f dB of full scale, channel %zu %.1f dB", fainter,
-                         level_db(low), 1 - fainter, level_db(high))});
+             format_text("microphone %zu has %.1f dB of full scale, microphone %zu %.1f dB",
+                         fainter, level_db(low), 1 - fainter, level_db(high))});
         return true;
     }
     const CopyFit copy = fit_copy(samples, channels[0], channels[1]);
     if (low > kCopyLeastRms && copy.residual < kCopyResidual) {
         diagnosis.findings.push_back(
-            {&kIdentical, format_text("channel 1 is channel 0 times %.3f", copy.factor)});
+            {&kIdentical, format_text("microphone 1 is microphone 0 times %.3f", copy.factor)});
         return true;
     }
     return false;
@@ -144,8 +148,8 @@ void find_mismatch(Diagnosis &diagnosis)
         level_db(diagnosis.channels[1].rms) - level_db(diagnosis.channels[0].rms);
     if (std::fabs(difference) > kMismatchDb)
         diagnosis.findings.push_back(
-            {&kMismatch, format_text("channel 1 is %.1f dB %s channel 0", std::fabs(difference),
-                                     difference > 0.0 ? "above" : "below")});
+            {&kMismatch, format_text("microphone 1 is %.1f dB %s microphone 0",
+                                     std::fabs(difference), difference > 0.0 ? "above" : "below")});
 }
 
 // ---- The channels against each other ---------------------------------------------------------
@@ -187,6 +191,10 @@ void find_lag_faults(const Stretches &common, Diagnosis &diagnosis)
         diagnosis.findings.push_back(
             {&kImpossible, format_text("the lag is %+.1f samples, the stated spacing allows %.1f",
                                        diagnosis.median_lag, diagnosis.longest_lag)});
+    else if (share_of(common, is_beyond, diagnosis.longest_lag + kLagDoubt) > 0.5)
+        diagnosis.findings.push_back(
+            {&kLongLag, format_text("the lag is %+.2f samples, the stated spacing allows %.2f",
+                                    diagnosis.median_lag, diagnosis.longest_lag)});
     if (share_of(common, is_upside_down, 0.0) > 0.5)
         diagnosis.findings.push_back(
             {&kInverted, format_text("the correlation goes down to %.2f and up to %.2f only",
@@ -214,7 +222,7 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     else if (!all.empty())
         diagnosis.findings.push_back(
             {&kNoCommonSound,
-             format_text("no correlation at any lag up to %d ms, in none of %zu stretches",
+             format_text("no correlation at any lag up to %d ms in any of %zu stretches",
                          250 * correlation_length(settings.rate) / settings.rate, all.size())});
 }
 

@@ -55,8 +55,9 @@ struct SimulateOptions {
     {
         if (no_truth)
             return "";
-        return truth.empty() ? std::filesystem::path(output).replace_extension(".csv").string()
-                             : truth;
+        return truth.empty()
+                   ? std::filesystem::path(output).replace_extension(".truth.csv").string()
+                   : truth;
     }
 };
 
@@ -108,6 +109,22 @@ void write_truth(const PendingFile &file, const std::vector<Placement> &placemen
         throw Failure(file.target() + ": cannot be written");
 }
 
+// Refuses outputs that would take the place of the input, or of each other.
+void check_names(const SimulateOptions &options)
+{
+    const std::string truth = options.truth_path();
+    if (options.output == "-")
+        throw UsageFailure(
+            "a WAV file cannot go to standard output; name a file, such as -o x.wav");
+    if (truth == options.output)
+        throw Failure(options.output + ": is the name of both scene and truth; give two names");
+    for (const std::string &name : {options.output, truth}) {
+        std::error_code ignored; // of names that do not exist
+        if (!options.input.empty() && std::filesystem::equivalent(name, options.input, ignored))
+            throw Failure(name + ": is the input and would be overwritten; choose another name");
+    }
+}
+
 void report(const SimulateOptions &options, const SceneSettings &settings, double seconds)
 {
     std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:", options.output.c_str(),
@@ -119,7 +136,8 @@ void report(const SimulateOptions &options, const SceneSettings &settings, doubl
                      far_field_delay(angle, settings));
         separator = options.walk.empty() ? "," : " walking to";
     }
-    std::fputc('\n', stderr);
+    const std::string truth = options.truth_path();
+    std::fprintf(stderr, "%s%s\n", truth.empty() ? "" : "; truth in ", truth.c_str());
 }
 
 SceneSettings scene_settings(const SimulateOptions &options)
@@ -133,11 +151,10 @@ SceneSettings scene_settings(const SimulateOptions &options)
 
 void simulate(const SimulateOptions &options)
 {
+    check_names(options);
     PendingFile output(options.output);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
-    if (truth_path == options.output)
-        throw Failure(options.output + ": is the name of both scene and truth; give two names");
     if (!truth_path.empty())
         truth.emplace(truth_path);
 
@@ -232,7 +249,7 @@ Command add_simulate_command(CLI::App &app)
     parser->add_option("-o,--output", options->output, "16-bit WAV file to write")->required();
     auto *const truth = parser->add_option(
         "--truth", options->truth,
-        "CSV file for the true angles (default: the name of the output with .csv)");
+        "CSV file for the true angles (default: that of the output, ending .truth.csv)");
     parser->add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
     return {parser, [options](DataOutput &) { simulate(*options); }};
 }

@@ -35,7 +35,7 @@ struct TrackOptions {
 
     void remark(const std::string &text) const
     {
-        if (!tracking.quiet)
+        if (!tracking.quiet && !text.empty())
             note(text);
     }
 };
@@ -95,11 +95,8 @@ void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf
 {
     const sf_count_t there = samples_in(options.start, audio) + used;
     const bool is_at_end = options.duration == 0.0 || used < samples_in(options.duration, audio);
-    if (is_at_end && there < audio.promised())
-        options.remark(format_text("%s: is truncated: the header says %.3f s, there are %.3f s",
-                                   audio.path().c_str(),
-                                   static_cast<double>(audio.promised()) / audio.rate(),
-                                   static_cast<double>(there) / audio.rate()));
+    if (is_at_end)
+        options.remark(audio.length_remark(there));
 }
 
 void remark_on_length(const TrackOptions &options, const AudioReader &audio)
@@ -140,9 +137,7 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     AudioReader audio(input, raw);
     InputLayout layout = options.tracking.layout(audio.path(), audio.rate(), audio.channels());
     layout.start = options.start;
-    if (audio.is_lossy())
-        options.remark(audio.path() + ": its compression alters the phase, on which the angle "
-                                      "rests; better record WAV or FLAC");
+    options.remark(audio.encoding_remark());
     const LocalizerSettings settings = options.tracking.settings(working_rate(options, audio));
     Tracker tracker(layout, settings, [&report](const Block &block, const auto &delays) {
         report.block(block, delays);
