@@ -33,6 +33,7 @@ struct WriterStyle {
     bool per_frame;
     bool color;
     bool many_inputs; // so that each needs its name
+    bool utf8;        // rather than ASCII
 };
 
 std::unique_ptr<BlockWriter> make_table_writer(DataOutput &output, const WriterStyle &style);

@@ -12,6 +12,7 @@
 
 #include "failure.h"
 #include "interrupt.h"
+#include "meter.h"
 #include "plot.h"
 #include "text.h"
 
@@ -24,7 +25,8 @@ constexpr int kBestRate = 16000;   // Hz
 std::unique_ptr<BlockWriter> make_writer(const TrackingOptions &options, DataOutput &output,
                                          bool many_inputs)
 {
-    const WriterStyle style = {options.per_frame, wants_color(options, output), many_inputs};
+    const WriterStyle style = {options.per_frame, wants_color(options, output), many_inputs,
+                               output.is_terminal() && locale_is_utf8()};
     switch (options.format) {
     case OutputFormat::csv:
         return make_csv_writer(output, style);

@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int kMeterWidth = 37; // a cell per five degrees
+constexpr int kMeterWidth = 25; // with it a row fits into 79 columns
 
 std::string direction(const Block &block)
 {
@@ -15,13 +15,13 @@ std::string direction(const Block &block)
     case BlockStatus::ok:
         return format_text("%+d deg", block.angle);
     case BlockStatus::quiet:
-        return "none: too quiet";
+        return "too quiet";
     case BlockStatus::undecided:
-        return "none: undecided";
+        return "undecided";
     case BlockStatus::impossible:
         break;
     }
-    return "none: impossible delay";
+    return "impossible";
 }
 
 class TableWriter : public BlockWriter
@@ -43,9 +43,9 @@ public:
         const bool is_ok = block.status == BlockStatus::ok;
         const char *const color = !style_.color ? "" : is_ok ? "\033[32m" : "\033[2m";
         const auto angle = is_ok ? std::optional<int>(block.angle) : std::nullopt;
-        output_.print("%s%9.3f %9.3f  %-22s  %5d/%-5d %6.1f  %s%s\n", color, block.start, block.end,
+        output_.print("%s%9.3f %9.3f  %-10s  %4d/%-4d %6.1f  %s%s\n", color, block.start, block.end,
                       direction(block).c_str(), block.frames_used, block.frames_total, block.level,
-                      direction_meter(angle, kMeterWidth, true).c_str(),
+                      direction_meter(angle, kMeterWidth, !style_.utf8).c_str(),
                       style_.color ? "\033[0m" : "");
         if (style_.per_frame)
             write_delays(delays);
@@ -57,8 +57,8 @@ private:
     {
         if (style_.many_inputs)
             output_.print("%s\n", name_.c_str());
-        output_.print("%9s %9s  %-22s  %-11s %6s  %s\n", "from [s]", "to [s]", "direction",
-                      "frames used", "dBFS", "+90               0               -90");
+        output_.print("%9s %9s  %-10s  %-9s %6s  %s%s\n", "from [s]", "to [s]", "direction",
+                      "frames", "dBFS", style_.utf8 ? " " : "", "+90         0         -90");
     }
 
     void write_delays(const std::vector<int> &delays)

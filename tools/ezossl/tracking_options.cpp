@@ -136,8 +136,7 @@ void TrackingOptions::check(const std::vector<std::string> &inputs,
         throw UsageFailure("-c names channel " + std::to_string(channels[0]) +
                            " twice; each microphone has its own");
     if (on_change < 0 || on_change > kMostDegrees)
-        throw UsageFailure("--on-change " + std::to_string(on_change) + " is not within 0 ... " +
-                           std::to_string(kMostDegrees) + " degrees");
+        throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
         throw UsageFailure("--plot and --histogram draw one input; give one at a time");
     check_outputs({output, plot, histogram, recording}, inputs);
