@@ -68,6 +68,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
         {2, "cd.wav", "--spacing is required, the distance between the microphones"},
+        {1, "- -s 5 </dev/null", "standard input: is empty"},
+        {2, "track - - -s 5", "- can be given once"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given once only"},
         {2, "cd.wav -s 5 -r 16k", "--rate: 16k is none of its values"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},

@@ -178,16 +178,21 @@ void list_capture_devices(DataOutput &output)
     void **devices = nullptr;
     if (const int code = snd_device_name_hint(-1, "pcm", &devices); code < 0)
         throw Failure(std::string("the devices cannot be listed: ") + snd_strerror(code));
+    bool is_any = false;
     for (void **device = devices; *device != nullptr; device++) {
         const Text name = hint(*device, "NAME");
         const Text direction = hint(*device, "IOID"); // none is both
         const Text description = hint(*device, "DESC");
         if (!name || (direction && std::string(direction.get()) != "Input"))
             continue;
+        is_any = is_any || std::string(name.get()) != "null"; // which hears silence
         std::string text = description ? description.get() : "";
         std::replace(text.begin(), text.end(), '\n', ' ');
         output.print("%s\t%s\n", name.get(), text.c_str());
     }
     snd_device_name_free_hint(devices);
     output.finish();
+    if (!is_any)
+        note("no capture device found: no microphone is plugged in, or this user may not open it "
+             "(see the group audio)");
 }

@@ -90,8 +90,13 @@ void AudioReader::open(int descriptor)
         if (interrupts() > 0)
             throw EndWith{kInterrupted};
         throw Failure(path_ +
-                      ": carries no plain WAV; other formats need a file, samples without a "
-                      "header need --raw");
+                      ": is empty or carries no plain WAV; other formats need a file, samples "
+                      "without a header need --raw");
+    }
+    lseek(descriptor, 0, SEEK_SET);
+    if (char first = 0; ::read(descriptor, &first, 1) == 0) { // such as /dev/null
+        close(descriptor);
+        throw Failure(path_ + ": is empty; record it again");
     }
     lseek(descriptor, 0, SEEK_SET);
     file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));

@@ -11,8 +11,23 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Renaming onto a symbolic link would replace the link, not the file behind it.
+std::string behind_links(const std::string &target)
+{
+    std::error_code error;
+    if (!fs::is_symlink(target, error))
+        return target;
+    const fs::path place = fs::weakly_canonical(target, error);
+    return error ? target : place.string();
+}
+
+} // namespace
+
 PendingFile::PendingFile(const std::string &target)
-    : target_(target), working_path_(target + "." + std::to_string(getpid()) + ".part")
+    : target_(target), place_(behind_links(target)),
+      working_path_(place_ + "." + std::to_string(getpid()) + ".part")
 {
     if (target.empty())
         throw Failure("the name of the file to write is empty");
@@ -32,7 +47,7 @@ PendingFile::~PendingFile()
 void PendingFile::commit()
 {
     std::error_code error;
-    fs::rename(working_path_, target_, error);
+    fs::rename(working_path_, place_, error);
     if (error)
         throw Failure(target_ + ": cannot be written: " + error.message());
 }

@@ -6,7 +6,8 @@
 
 #include <string>
 
-// Write to working_path(), beside the target, then commit(). Without commit() nothing is left.
+// Write to working_path(), beside the target (beside what a symbolic link leads to), then commit().
+// Without commit() nothing is left.
 class PendingFile
 {
 public:
@@ -22,6 +23,7 @@ public:
 
 private:
     std::string target_;
+    std::string place_; // the target, or where it leads as a symbolic link
     std::string working_path_;
 };
 

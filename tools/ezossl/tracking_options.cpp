@@ -137,6 +137,8 @@ void TrackingOptions::check(const std::vector<std::string> &inputs,
                            " twice; each microphone has its own");
     if (on_change < 0 || on_change > kMostDegrees)
         throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1)
+        throw UsageFailure("- can be given once; standard input ends only once");
     if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
         throw UsageFailure("--plot and --histogram draw one input; give one at a time");
     check_outputs({output, plot, histogram, recording}, inputs);
