@@ -55,7 +55,7 @@ void add_examples(CLI::App &app)
 // The parser's refusals as sentences, where they are not.
 std::string sentence_of(const CLI::Error &error)
 {
-    const std::string text = error.what();
+    std::string text = error.what();
     if (text == "--spacing is required")
         return text + ", the distance between the microphones, such as -s 5.8cm";
     const std::string no_conversion = "Could not convert: ";
