@@ -84,6 +84,9 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
         {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
         {1, "simulate -a 0 -s 5 -i mono.wav -o ./mono.wav", "is the input and would be"},
+        {1, "simulate -a 0 -s 5 -o x.wav --truth ./x.wav", "the name of both scene and truth"},
+        {2, "simulate -s 5 -o x.wav", "say where the sound comes from: either --angle -30"},
+        {2, "simulate -a 0 -w 0,9 -s 5 -o x.wav", "say where the sound comes from: either"},
         {2, "simulate -a 0 -s 5 -o -", "a WAV file cannot go to standard output"},
         {1, "simulate -a 0 -s 5 -o x.wav --truth no/x.csv", "no/x.csv: cannot be written"},
     };

@@ -69,6 +69,21 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         EXPECT_NE(contents("out").find(line), std::string::npos) << line << contents("out");
     }
     EXPECT_EQ(run("check good.wav -s 1cm"), 3); // where a lag of 1.35 samples is too much
+    // The parts of a finding have lines of their own, and names that -c would take.
+    Samples three;
+    for (std::size_t i = 0; i < good.size(); i += 2)
+        three.insert(three.end(), {0.0f, good[i], good[i + 1] / 10});
+    write_audio("three.ogg", 16000, 3, three, SF_FORMAT_OGG | SF_FORMAT_VORBIS);
+    EXPECT_EQ(run("check three.ogg -s 4cm -c 2,3"), 0) << contents("out");
+    const std::string text = contents("out");
+    EXPECT_NE(text.find("verdict     usable: lossy compression, level mismatch\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find("microphone 1 (channel 3) is "), std::string::npos) << text;
+    run("simulate -a 90 -s 7cm -d 2 -o wide.wav");
+    EXPECT_EQ(run("check wide.wav -s 5.8cm"), 0); // 3.27 samples, where 2.71 are allowed
+    EXPECT_NE(contents("out").find("more than 5.8 cm allow (2.71):\n"), std::string::npos)
+        << contents("out");
     run("simulate -w -90,90 -s 20cm -d 6 -r 48000 -o walk.wav");
     EXPECT_EQ(run("check walk.wav -s 20cm"), 0) << contents("out"); // moves, and is no drift
 }

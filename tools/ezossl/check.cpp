@@ -4,6 +4,7 @@
 #include "check.h"
 
 #include <memory>
+#include <sstream>
 
 #include "alsa_capture.h"
 #include "audio_file.h"
@@ -15,6 +16,8 @@
 namespace {
 
 constexpr int kUnusable = 3; // exit status
+constexpr int kIndent = 12;
+constexpr std::size_t kWidth = 79;
 
 struct CheckOptions {
     std::string input;
@@ -36,14 +39,37 @@ void print_measurements(const PairSamples &input, const Diagnosis &diagnosis, Da
     output.print("directions  %d of %d blocks with sound\n", diagnosis.decided, diagnosis.blocks);
 }
 
+// Breaks lines between words; the first is indented already.
+void print_wrapped(const std::string &text, DataOutput &output)
+{
+    std::istringstream words(text);
+    std::size_t column = kIndent;
+    for (std::string word; words >> word;) {
+        const bool is_first = column == kIndent;
+        if (!is_first && column + 1 + word.size() > kWidth) {
+            output.print("\n%*s", kIndent, "");
+            column = kIndent;
+        } else if (!is_first) {
+            output.print(" ");
+            column++;
+        }
+        output.print("%s", word.c_str());
+        column += word.size();
+    }
+    output.print("\n");
+}
+
 void print_findings(const Diagnosis &diagnosis, DataOutput &output)
 {
     std::string names;
     for (const Finding &finding : diagnosis.findings) {
         const FindingKind &kind = *finding.kind;
-        output.print("%-10s  %s: %s\n            %s\n            What to do: %s\n",
-                     kind.is_fault ? "FAULT" : "warning", kind.name, finding.measured.c_str(),
-                     kind.meaning, kind.remedy);
+        output.print("%-12s", kind.is_fault ? "FAULT" : "warning");
+        print_wrapped(kind.name + (": " + finding.measured), output);
+        output.print("%*s", kIndent, "");
+        print_wrapped(kind.meaning, output);
+        output.print("%*s", kIndent, "");
+        print_wrapped(std::string("What to do: ") + kind.remedy, output);
         names += (names.empty() ? ": " : ", ") + std::string(kind.name);
     }
     output.print("verdict     %s%s\n", diagnosis.is_usable() ? "usable" : "UNUSABLE",
@@ -61,8 +87,12 @@ void check(const CheckOptions &options, DataOutput &output)
     if (input.couples() < shortest_input(input.rate))
         throw Failure(input.name + ": shorter than a second; give at least that much");
     const Diagnosis diagnosis =
-        diagnose(input.samples, {input.rate, tracking.array.spacing_cm, tracking.array.temperature,
-                                 tracking.gate_db});
+        diagnose(input.samples, {input.rate,
+                                 tracking.array.spacing_cm,
+                                 tracking.array.temperature,
+                                 tracking.gate_db,
+                                 {input.layout.microphone[0] + 1, input.layout.microphone[1] + 1},
+                                 input.is_lossy});
     print_measurements(input, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
@@ -78,19 +108,24 @@ Command add_check_command(CLI::App &app)
     TrackingOptions &tracking = options->tracking;
     CLI::App *const parser = app.add_subcommand(
         "check", "Tell whether a recording or a device is usable, and name the fault");
-    parser->add_option("INPUT", options->input,
-                       "Sound file; microphone 0 is the first channel. - is standard input");
+    parser
+        ->add_option("INPUT", options->input,
+                     "Sound file; microphone 0 is the first channel. - is standard input")
+        ->type_name("FILE");
     CLI::Option *const live =
         parser
             ->add_option("--live", options->live_seconds,
                          "Instead, so many seconds of what the microphones hear now")
-            ->check(limits(1, kLongestSeconds, "seconds"));
+            ->check(limits(1, kLongestSeconds, "seconds"))
+            ->type_name("SEC");
     parser->add_option("-D,--device", options->device, "ALSA device for --live")
+        ->type_name("NAME")
         ->capture_default_str()
         ->needs(live);
     tracking.array.add_to(*parser);
     parser->add_option("-g,--gate", tracking.gate_db, "Blocks at or below this level are no sound")
         ->check(limits(-80, 0, "dB of full scale"))
+        ->type_name("DBFS")
         ->capture_default_str();
     parser
         ->add_option("-c,--channels", tracking.channels,

@@ -75,7 +75,8 @@ PairSamples read_pair(const std::string &path, const TrackingOptions &options)
 {
     AudioReader audio(path);
     const int rate = working_rate(audio.rate(), options);
-    PairCollector collector(options.layout(audio.path(), audio.rate(), audio.channels()), rate);
+    const InputLayout layout = options.layout(audio.path(), audio.rate(), audio.channels());
+    PairCollector collector(layout, rate);
     std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
     auto left = static_cast<std::size_t>(kLongestSeconds * audio.rate());
     sf_count_t there = 0;
@@ -85,11 +86,11 @@ PairSamples read_pair(const std::string &path, const TrackingOptions &options)
         there += static_cast<sf_count_t>(got);
     }
     const bool is_cut = left == 0 && audio.read(chunk.data(), 1) > 0;
-    for (const std::string &remark :
-         {audio.encoding_remark(), is_cut ? std::string() : audio.length_remark(there)})
-        if (!remark.empty())
-            note(remark);
-    return {audio.path(), rate, collector.finish(), is_cut};
+    const std::string remark = is_cut ? std::string() : audio.length_remark(there);
+    if (!remark.empty())
+        note(remark);
+    const bool is_lossy = !audio.encoding_remark().empty();
+    return {audio.path(), rate, collector.finish(), is_cut, layout, is_lossy};
 }
 
 PairSamples capture_pair(const std::string &device, double seconds, const TrackingOptions &options)
@@ -101,7 +102,8 @@ PairSamples capture_pair(const std::string &device, double seconds, const Tracki
     watch_for_interrupts();
     AlsaCapture capture(device, wanted_rate, wanted_channels);
     const int rate = working_rate(capture.rate(), options);
-    PairCollector collector(options.layout(device, capture.rate(), capture.channels()), rate);
+    const InputLayout layout = options.layout(device, capture.rate(), capture.channels());
+    PairCollector collector(layout, rate);
     std::vector<int16_t> samples(kChunk * static_cast<std::size_t>(capture.channels()));
     std::vector<float> scaled(samples.size());
     auto left = static_cast<std::size_t>(std::lround(seconds * capture.rate()));
@@ -114,5 +116,5 @@ PairSamples capture_pair(const std::string &device, double seconds, const Tracki
         collector.add(scaled.data(), got);
         left -= got;
     }
-    return {device, rate, collector.finish(), false};
+    return {device, rate, collector.finish(), false, layout, false};
 }

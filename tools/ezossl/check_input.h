@@ -17,6 +17,8 @@ struct PairSamples {
     int rate;                     // Hz; one that the library takes
     std::vector<int16_t> samples; // interleaved
     bool is_cut;                  // there was more
+    InputLayout layout;           // of what they were picked from
+    bool is_lossy;
 
     std::size_t couples() const { return samples.size() / EZOSSL_MIC_COUNT; }
 };

@@ -22,6 +22,9 @@ namespace {
 constexpr FindingKind kTooQuiet = {true, "too quiet",
     "blocks at or below the gate get no direction",
     "raise the capture gain, or record a louder sound"};
+constexpr FindingKind kLossy = {false, "lossy compression",
+    "lossy compression changes the phase: angles of such a file cannot be trusted",
+    "record WAV or FLAC"};
 constexpr FindingKind kDeadChannel = {true, "dead channel",
     "one microphone is not heard, so there is no direction",
     "check its wiring, its supply and the capture channel"};
@@ -84,26 +87,36 @@ double rms_of_db(double db)
     return 32768.0 * std::pow(10.0, db / 20.0);
 }
 
+// The library counts microphones from 0, users and -c count channels from 1.
+std::string microphone(std::size_t index, const DiagnosisSettings &settings)
+{
+    return format_text("microphone %zu (channel %d)", index, settings.channels[index]);
+}
+
 // ---- The channels by themselves --------------------------------------------------------------
 
 // What leaves nothing else to be judged.
-bool find_missing_sound(const std::vector<int16_t> &samples, int gate_db, Diagnosis &diagnosis)
+bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                        Diagnosis &diagnosis)
 {
     const ChannelStatistics(&channels)[2] = diagnosis.channels;
     const std::size_t fainter = channels[0].rms <= channels[1].rms ? 0 : 1;
     const double low = channels[fainter].rms;
     const double high = channels[1 - fainter].rms;
-    if (high > rms_of_db(gate_db) && (low < 0.5 || high > low * std::pow(10.0, kDeadDb / 20.0))) {
+    if (high > rms_of_db(settings.gate_db) &&
+        (low < 0.5 || high > low * std::pow(10.0, kDeadDb / 20.0))) {
         diagnosis.findings.push_back(
             {&kDeadChannel,
-             format_text("microphone %zu has %.1f dB of full scale, microphone %zu %.1f dB",
-                         fainter, level_db(low), 1 - fainter, level_db(high))});
+             format_text("%s has %.1f dB of full scale, %s %.1f dB",
+                         microphone(fainter, settings).c_str(), level_db(low),
+                         microphone(1 - fainter, settings).c_str(), level_db(high))});
         return true;
     }
     const CopyFit copy = fit_copy(samples, channels[0], channels[1]);
     if (low > kCopyLeastRms && copy.residual < kCopyResidual) {
         diagnosis.findings.push_back(
-            {&kIdentical, format_text("microphone 1 is microphone 0 times %.3f", copy.factor)});
+            {&kIdentical, format_text("%s is %s times %.3f", microphone(1, settings).c_str(),
+                                      microphone(0, settings).c_str(), copy.factor)});
         return true;
     }
     return false;
@@ -142,14 +155,15 @@ void find_clipping(Diagnosis &diagnosis)
                                     first.peak, second.peak)});
 }
 
-void find_mismatch(Diagnosis &diagnosis)
+void find_mismatch(const DiagnosisSettings &settings, Diagnosis &diagnosis)
 {
     const double difference =
         level_db(diagnosis.channels[1].rms) - level_db(diagnosis.channels[0].rms);
     if (std::fabs(difference) > kMismatchDb)
         diagnosis.findings.push_back(
-            {&kMismatch, format_text("microphone 1 is %.1f dB %s microphone 0",
-                                     std::fabs(difference), difference > 0.0 ? "above" : "below")});
+            {&kMismatch, format_text("%s is %.1f dB %s %s", microphone(1, settings).c_str(),
+                                     std::fabs(difference), difference > 0.0 ? "above" : "below",
+                                     microphone(0, settings).c_str())});
 }
 
 // ---- The channels against each other ---------------------------------------------------------
@@ -175,7 +189,8 @@ bool is_beyond(const StretchCorrelation &stretch, double limit)
     return std::fabs(stretch.strongest().lag) > limit;
 }
 
-void find_lag_faults(const Stretches &common, Diagnosis &diagnosis)
+void find_lag_faults(const Stretches &common, const DiagnosisSettings &settings,
+                     Diagnosis &diagnosis)
 {
     const double limit = diagnosis.longest_lag + kLagMargin;
     const double beyond = share_of(common, is_beyond, limit);
@@ -193,8 +208,10 @@ void find_lag_faults(const Stretches &common, Diagnosis &diagnosis)
                                        diagnosis.median_lag, diagnosis.longest_lag)});
     else if (share_of(common, is_beyond, diagnosis.longest_lag + kLagDoubt) > 0.5)
         diagnosis.findings.push_back(
-            {&kLongLag, format_text("the lag is %+.2f samples, the stated spacing allows %.2f",
-                                    diagnosis.median_lag, diagnosis.longest_lag)});
+            {&kLongLag, format_text("the lag of %.2f samples is more than %g cm allow (%.2f): "
+                                    "is the spacing right?",
+                                    std::fabs(diagnosis.median_lag), settings.spacing_cm,
+                                    diagnosis.longest_lag)});
     if (share_of(common, is_upside_down, 0.0) > 0.5)
         diagnosis.findings.push_back(
             {&kInverted, format_text("the correlation goes down to %.2f and up to %.2f only",
@@ -218,7 +235,7 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     diagnosis.common = static_cast<int>(common.size());
     diagnosis.median_lag = median(lags);
     if (!common.empty())
-        find_lag_faults(common, diagnosis);
+        find_lag_faults(common, settings, diagnosis);
     else if (!all.empty())
         diagnosis.findings.push_back(
             {&kNoCommonSound,
@@ -290,17 +307,20 @@ Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings 
     const BlockCounts counts = count_blocks(samples, localizer_settings(settings, settings.rate));
     diagnosis.blocks = counts.with_sound;
     diagnosis.decided = counts.decided;
+    if (settings.is_lossy)
+        diagnosis.findings.push_back(
+            {&kLossy, "the encoding leaves out what the ear misses least"});
     if (counts.loud == 0) {
         diagnosis.findings.push_back(
             {&kTooQuiet,
              format_text("no block is above the gate of %d dB of full scale", settings.gate_db)});
         return diagnosis;
     }
-    if (find_missing_sound(samples, settings.gate_db, diagnosis))
+    if (find_missing_sound(samples, settings, diagnosis))
         return diagnosis;
     find_offset(diagnosis);
     find_clipping(diagnosis);
-    find_mismatch(diagnosis);
+    find_mismatch(settings, diagnosis);
     compare_channels(samples, settings, diagnosis);
     if (diagnosis.is_usable())
         find_few_directions(samples, settings, counts, diagnosis);

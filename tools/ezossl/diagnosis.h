@@ -16,6 +16,8 @@ struct DiagnosisSettings {
     double spacing_cm; // of the microphones, as stated
     int temperature;   // degrees Celsius
     int gate_db;       // dB of full scale
+    int channels[2];   // of the microphones, from 1, as the user knows them
+    bool is_lossy;     // whether the samples went through a lossy compression
 };
 
 // What can be found: a fault makes the input unusable, a warning does not.

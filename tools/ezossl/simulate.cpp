@@ -116,10 +116,13 @@ void check_names(const SimulateOptions &options)
     if (options.output == "-")
         throw UsageFailure(
             "a WAV file cannot go to standard output; name a file, such as -o x.wav");
-    if (truth == options.output)
+    std::error_code ignored; // of names that do not exist
+    const auto whole = [&ignored](const std::string &name) {
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
+    };
+    if (!truth.empty() && whole(truth) == whole(options.output))
         throw Failure(options.output + ": is the name of both scene and truth; give two names");
     for (const std::string &name : {options.output, truth}) {
-        std::error_code ignored; // of names that do not exist
         if (!options.input.empty() && std::filesystem::equivalent(name, options.input, ignored))
             throw Failure(name + ": is the input and would be overwritten; choose another name");
     }
@@ -151,6 +154,8 @@ SceneSettings scene_settings(const SimulateOptions &options)
 
 void simulate(const SimulateOptions &options)
 {
+    if (options.angles.empty() == options.walk.empty())
+        throw UsageFailure("say where the sound comes from: either --angle -30 or --walk -90,90");
     check_names(options);
     PendingFile output(options.output);
     std::optional<PendingFile> truth;
@@ -176,35 +181,43 @@ void simulate(const SimulateOptions &options)
 
 void add_source_options(CLI::App &parser, SimulateOptions &options)
 {
-    auto *const places = parser.add_option_group("Direction of the source");
-    places
-        ->add_option("-a,--angle", options.angles,
-                     "One or several (-30,0,45), one after another in the file")
+    parser
+        .add_option("-a,--angle", options.angles,
+                    "Where the sound comes from; several (-30,0,45) one after another")
         ->delimiter(',')
+        ->type_name("DEG")
         ->check(limits(-90, 90, "degrees"));
-    places->add_option("-w,--walk", options.walk, "From one angle to another (-90,90), evenly")
+    parser
+        .add_option("-w,--walk", options.walk, "Instead, evenly from one angle to another (-90,90)")
         ->delimiter(',')
         ->expected(2)
+        ->type_name("DEG,DEG")
         ->check(limits(-90, 90, "degrees"));
-    places->require_option(1);
-    parser.add_option("-i,--input", options.input,
-                      "Sound of the source (first channel); without it, white noise");
+    parser
+        .add_option("-i,--input", options.input,
+                    "Sound of the source (first channel); without it, white noise")
+        ->type_name("FILE");
     parser
         .add_option("-d,--duration", options.seconds,
                     "Seconds per angle (default: the whole input; 4 for noise)")
-        ->check(limits(0.1, kLongestSeconds, "seconds"));
-    parser.add_option("-r,--rate", options.rate, "Sample rate of the scene in Hz")
+        ->check(limits(0.1, kLongestSeconds, "seconds"))
+        ->type_name("SEC");
+    parser.add_option("-r,--rate", options.rate, "Sample rate of the scene")
         ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->type_name("HZ")
         ->capture_default_str();
     parser
         .add_option("--snr", options.snr_db,
                     "Level of the direct sound over each microphone's noise")
         ->check(limits(-60, 120, "dB"))
+        ->type_name("DB")
         ->capture_default_str();
     parser.add_option("--mismatch", options.mismatch_db, "Gain of microphone 1 over microphone 0")
         ->check(limits(-60, 60, "dB"))
+        ->type_name("DB")
         ->capture_default_str();
     parser.add_option("--seed", options.seed, "Of the noise; another seed, another noise")
+        ->type_name("NUMBER")
         ->capture_default_str();
 }
 
@@ -225,13 +238,16 @@ void add_room_options(CLI::App &parser, SimulateOptions &options)
                     }
                 },
                 ""))
+            ->type_name("WxDxH")
             ->excludes("--walk");
     parser.add_option("--rt60", options.rt60, "Time in which the room's echoes fall by 60 dB")
         ->check(limits(0.1, 1.0, "seconds"))
+        ->type_name("SEC")
         ->capture_default_str()
         ->needs(room);
     parser.add_option("--distance", options.distance, "From the source to the pair in the room")
         ->check(limits(0.2, 10.0, "metres"))
+        ->type_name("M")
         ->capture_default_str()
         ->needs(room);
 }
@@ -246,10 +262,15 @@ Command add_simulate_command(CLI::App &app)
     add_source_options(*parser, *options);
     options->array.add_to(*parser);
     add_room_options(*parser, *options);
-    parser->add_option("-o,--output", options->output, "16-bit WAV file to write")->required();
-    auto *const truth = parser->add_option(
-        "--truth", options->truth,
-        "CSV file for the true angles (default: that of the output, ending .truth.csv)");
+    parser->add_option("-o,--output", options->output, "16-bit WAV file to write")
+        ->type_name("FILE")
+        ->required();
+    auto *const truth =
+        parser
+            ->add_option(
+                "--truth", options->truth,
+                "CSV file for the true angles (default: that of the output, ending .truth.csv)")
+            ->type_name("FILE");
     parser->add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
     return {parser, [options](DataOutput &) { simulate(*options); }};
 }
