@@ -12,8 +12,17 @@
 #include <unistd.h>
 
 namespace {
+
 constexpr uint32_t kGuard = 0xC0FFEE11;
-}
+
+// The files of this run; they go when it ends.
+struct Folder {
+    const std::string path = testing::TempDir() + "ezossl_tests_" + std::to_string(getpid());
+    Folder() { std::filesystem::create_directories(path); }
+    ~Folder() { std::filesystem::remove_all(path); }
+};
+
+} // namespace
 
 std::string printed_by(const std::function<void()> &work)
 {
@@ -46,10 +55,8 @@ Environment::~Environment()
 
 std::string write_file(const std::string &name, const std::string &contents)
 {
-    static const std::string directory =
-        testing::TempDir() + "ezossl_tests_" + std::to_string(getpid());
-    std::filesystem::create_directories(directory);
-    std::string path = directory + "/" + name;
+    static const Folder folder;
+    std::string path = folder.path + "/" + name;
     std::ofstream(path, std::ios::binary) << contents;
     return path;
 }
