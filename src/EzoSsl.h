@@ -128,7 +128,7 @@ enum {
 
 /** Every code that an operation returns. The values never change. */
 enum EzoSslCode {
-    EZOSSL_OK = 0,
+    EZOSSL_OK = 0,                        /**< done */
     EZOSSL_DUMP_FILE = -1,                /**< an input dump file could not be opened */
     EZOSSL_NOT_INITIALISED = 0x10000101,  /**< EzoSsl_Init is owed */
     EZOSSL_CONFIG_NULL = 0x10000102,      /**< ssl_config is NULL */
