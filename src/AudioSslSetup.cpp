@@ -98,6 +98,7 @@ SslHandle *ssl_set_up(void *working_buffer, const SslInit *ssl_init, const char 
     std::memset(working_buffer, 0, EzoSsl_GetBufferSize());
     auto *const handle = static_cast<SslHandle *>(working_buffer);
     ssl_carve(handle, level);
+    fft_start();
     if (check_init(&init, level) != EZOSSL_OK)
         return nullptr;
     fill_settings(handle, &init, level);

@@ -78,16 +78,18 @@
  * and aligned to at least 4 bytes. The handle is the buffer's address. The instance holds addresses
  * into its own buffer: do not copy or move it. The library allocates nothing for its state and
  * never frees the buffer. While the level file is read (GetBufferSize, Init, Reset, GetAPIVersion)
- * its contents are held on the heap and released before the call returns; Run uses no heap, and
- * makes no system call but for the input dump. All other pointers are read or written during
- * the call only.
+ * its contents are held on the heap and released before the call returns. So are, where the library
+ * is built on Ne10, the tables of the transform in Init and Reset. Run uses no heap, and makes no
+ * system call but for the input dump. All other pointers are read or written during the call only.
  *
  *
  * ## Threads
  *
  * The library starts no thread and takes no lock. Use one instance from one thread at a time;
  * separate instances are independent. (Two threads in GetBufferSize, Init, Reset or GetAPIVersion
- * at once both let cJSON note where it stopped; nobody reads that note.)
+ * at once both let cJSON note where it stopped; nobody reads that note.) Where the library is built
+ * on Ne10, the first Init of the process initialises Ne10, and others at once wait for it; only a
+ * program that calls ne10_init() itself must do so before.
  *
  *
  * ## What is process-wide
@@ -188,9 +190,9 @@ EZOSSL_API uint32_t EzoSsl_GetBufferSize(void);
  * @param working_buffer  EzoSsl_GetBufferSize() bytes, aligned to 4; its contents are overwritten
  * @param ssl_init        read only
  * @return the handle, which is the buffer's address; or NULL, with a message, for a NULL argument,
- * a buffer that is not aligned, a value that SslInit does not allow, or an input dump that is asked
- * for and cannot be written. With the first two the buffer is untouched; after the others every
- * operation on it is refused. */
+ * a buffer that is not aligned, a value that SslInit does not allow, an input dump that is asked
+ * for and cannot be written, or, built on Ne10, an exhausted heap. With the first two the buffer is
+ * untouched; after the others every operation on it is refused. */
 EZOSSL_API SslHandle *EzoSsl_Init(void *working_buffer, const SslInit *ssl_init);
 
 /** The same as EzoSsl_Init over the instance's own buffer: nothing survives, Config, Set_Shape and

@@ -9,6 +9,11 @@
 #include <cstdio>
 #include <cstring>
 
+void fft_start()
+{
+    fft_backend_start();
+}
+
 void fft_init(FftContext *ctx)
 {
     if (ctx == nullptr) {

@@ -30,6 +30,10 @@ constexpr uint32_t fft_get_buffer_size(uint32_t points)
     return 18 * points + 96 * (points / 32 + 1) + 556;
 }
 
+// Initialises the FFT library, once in a process; any number of threads may call it. Comes before
+// fft_init. A failure prints the library's own line; transforms work all the same.
+void fft_start();
+
 // Builds the plan for fft_size points inside the region that fft_cfg points to, which must hold
 // fft_get_buffer_size(fft_size) bytes. A failure prints a line; a plan that cannot be built also
 // leaves fft_cfg NULL.
@@ -38,7 +42,8 @@ void fft_init(FftContext *ctx);
 // Transforms `data`, an array of points + 2 floats, in place.
 //   kFftForward  points real samples become points / 2 + 1 bins,
 //                X[k] = sum over n of x[n] exp(-2 pi i k n / points), not scaled
-//   kFftInverse  bins become samples, scaled by `points`; the last two floats become 0
+//   kFftInverse  bins become samples, scaled by 1 or `points`, as the FFT library does; the last two
+//                floats become 0
 // Any other direction, and `points` other than fft_size, do nothing. `aux1` and `aux2` are only
 // tested for NULL. A NULL argument prints a line; where a transform is still possible, it follows.
 void fft_rdft(FftContext *ctx, int32_t points, int32_t direction, float *data, const float *aux1,
