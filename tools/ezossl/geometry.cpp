@@ -36,7 +36,8 @@ std::string explanations()
 {
     std::string text;
     for (const Explanation &explanation : kExplanations)
-        text += format_text("%-13s%s\n", explanation.name, wrapped(explanation.text, 13).c_str());
+        text += format_text("%s%-13s%s", text.empty() ? "" : "\n", explanation.name,
+                            wrapped(explanation.text, 13).c_str());
     return text;
 }
 

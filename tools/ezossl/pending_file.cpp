@@ -32,8 +32,7 @@ PendingFile::PendingFile(const std::string &target)
     if (target.empty())
         throw Failure("the name of the file to write is empty");
     if (target == "-")
-        throw UsageFailure("a file of its own cannot go to standard output; give it a name instead "
-                           "of - (./- if that is its name)");
+        throw UsageFailure("-: this file cannot go to standard output; give it a name");
     std::error_code error;
     const fs::file_status status = fs::status(target, error);
     // Renaming would put a plain file in the place of a device.

@@ -185,7 +185,8 @@ void draw_level(SvgDrawing &drawing, const std::vector<Block> &blocks, const Tim
         const double start = first->start;
         for (; first != blocks.end() && std::floor(time.x(first->start)) <= column; ++first) {
             highest = std::max(highest, first->level);
-            lowest = std::min(lowest, first->level);
+            if (std::isfinite(first->level))
+                lowest = std::min(lowest, first->level);
             end = first->end;
         }
         const bool was_gap = std::exchange(is_gap, !std::isfinite(highest));
