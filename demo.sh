@@ -36,7 +36,7 @@ locate() {
     summary=$("$tool" track "$scene" --spacing "$spacing" 2>&1 >/dev/null)
     blocks=$(sed -nE 's/.* ([0-9]+) blocks, .*/\1/p' <<<"$summary")
     decided=$(sed -nE 's/.* ([0-9]+) decided .*/\1/p' <<<"$summary")
-    median=$(sed -nE 's/.* median ([-0-9.]+) degrees.*/\1/p' <<<"$summary")
+    median=$(sed -nE 's/.* median [+]?([-0-9.]+) deg.*/\1/p' <<<"$summary")
     if ! awk -v a="$truth" -v b="${median:-none}" -v t="$tolerance" \
         'BEGIN { exit !(b != "none" && a - b <= t && b - a <= t) }'; then
         verdict="not within $tolerance degrees"

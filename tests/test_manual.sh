@@ -21,6 +21,7 @@ require simulate "$(xargs -n 1 <<<"$commands")" help
 for command in $commands; do
     require "$command" "$(offered '')" completion
     require ".SS $command" "$manual" manual
+    ! "$1" "$command" --help | grep -E '.{81}' || { echo "^ too wide for a terminal" && exit 1; }
     options=$("$1" "$command" --help | sed -nE 's/^ +(-., ?)?(--[a-z0-9-]+).*/\2/p')
     for option in $options; do
         require "$option" "$(offered "$command" --)" "completion of $command"

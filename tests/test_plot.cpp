@@ -15,7 +15,8 @@ namespace {
 void add_block(std::vector<Block> &blocks, BlockStatus status, int angle = 0)
 {
     const double start = 0.25 * static_cast<double>(blocks.size());
-    blocks.push_back({start, start + 0.25, status, angle, 30, 32, -HUGE_VAL});
+    const double level = status == BlockStatus::quiet ? -HUGE_VAL : -20.0;
+    blocks.push_back({start, start + 0.25, status, angle, 30, 32, level});
 }
 
 // Separate parts of the path of a style.
@@ -38,6 +39,7 @@ TEST(Plot, MarksWhatTheBlocksAre)
     EXPECT_EQ(parts(plot, "mark"), 4) << plot;
     EXPECT_EQ(parts(plot, "quiet"), 2) << plot; // neighbours join
     EXPECT_EQ(parts(plot, "undecided") + parts(plot, "impossible"), 2) << plot;
+    EXPECT_EQ(parts(plot, "level"), 3) << plot; // with gaps where there is digital silence
     const std::string rose = angle_rose_svg(blocks, "x");
     for (const char *text : {"+85° to +90°: 2 blocks, 50 %", ">4 of 9 blocks with an angle (44 %), "
                                                              "median +60°<"})
@@ -56,7 +58,8 @@ TEST(Plot, IsSmallAndWellFormedWhateverItShows)
         for (const auto &draw : {angle_plot_svg, angle_rose_svg}) {
             const std::string svg = draw(blocks, std::string(200, 'x') + "<&\">\x01\xE9 \xC3\xA9");
             EXPECT_LT(svg.size(), 500000u);
-            EXPECT_NE(svg.find("x&lt;&amp;&quot;&gt;?? \xC3\xA9</title>"), std::string::npos);
+            EXPECT_NE(svg.find("x&lt;&amp;&quot;&gt;\xEF\xBF\xBD\xEF\xBF\xBD \xC3\xA9</title>"),
+                      std::string::npos);
             std::ofstream(file) << svg;
             EXPECT_EQ(std::system(("python3 -c 'import sys, xml.dom.minidom as xml; "
                                    "xml.parse(sys.argv[1])' " +

@@ -70,6 +70,7 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {2, "cd.wav", "--spacing is required, the distance between the microphones"},
         {1, "- -s 5 </dev/null", "standard input: is empty"},
         {2, "track - - -s 5", "- can be given once"},
+        {2, "-s 5", "there is no command and no file in '-s 5'"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given once only"},
         {2, "cd.wav -s 5 -r 16k", "--rate: 16k is none of its values"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},
@@ -87,7 +88,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "simulate -a 0 -s 5 -o x.wav --truth ./x.wav", "the name of both scene and truth"},
         {2, "simulate -s 5 -o x.wav", "say where the sound comes from: either --angle -30"},
         {2, "simulate -a 0 -w 0,9 -s 5 -o x.wav", "say where the sound comes from: either"},
-        {2, "simulate -a 0 -s 5 -o -", "a WAV file cannot go to standard output"},
+        {2, "simulate -a 0 -s 5 -o -", "cannot go to standard output"},
+        {2, "simulate -a 0 -s 5 -o x.wav --truth -", "cannot go to standard output"},
         {1, "simulate -a 0 -s 5 -o x.wav --truth no/x.csv", "no/x.csv: cannot be written"},
     };
     for (const auto &[status, arguments, reason] : refusals) {
@@ -108,7 +110,8 @@ TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
     run("track x.wav -s 5.8");
     const std::string out = contents("out"), err = contents("err");
     EXPECT_NE(out.find(" deg "), std::string::npos) << out << err;
-    for (const char *arguments : {"x.wav -s 58mm", "track x.wav -s '0.058 m' -t 20 -b 32 -g -80"}) {
+    for (const char *arguments :
+         {"x.wav -s 58mm -o -", "track x.wav -s '0.058 m' -t 20 -b 32 -g -80"}) {
         run(arguments);
         EXPECT_EQ(contents("out") + contents("err"), out + err) << arguments;
     }

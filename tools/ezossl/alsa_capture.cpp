@@ -15,7 +15,7 @@ namespace {
 constexpr unsigned kPeriodMicroseconds = 10000;  // how long a sample waits at most
 constexpr unsigned kBufferMicroseconds = 500000; // how long nobody may look before sound is lost
 constexpr int kWaitMilliseconds = 200;           // so long a signal may go unnoticed
-constexpr int kPatience = 25;                    // waits in a row without sound
+constexpr int kPatience = 25;                    // attempts in a row without sound
 constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert well
 
 struct Advice {
@@ -92,10 +92,10 @@ void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
     unsigned most = 0;
     require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not tell its channels");
     if (most < static_cast<unsigned>(wanted))
-        throw Failure(format_text(
-            "%s: %s (%u channels of %d); choose another device with -D", device_.c_str(),
-            most == 1 ? "is mono, one microphone gives no direction" : "has too few microphones",
-            most, wanted));
+        throw Failure(device_ + ": " +
+                      (most == 1 ? "is mono, one microphone gives no direction"
+                                 : format_text("has no channel %d, only %u", wanted, most)) +
+                      "; choose another device with -D");
     auto channels = static_cast<unsigned>(wanted);
     require(snd_pcm_hw_params_set_channels_min(pcm_.get(), hardware, &channels),
             "does not tell its channels");
@@ -137,35 +137,37 @@ std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
     snd_pcm_sframes_t got = snd_pcm_readi(pcm_.get(), samples, count);
     if (got == -EAGAIN) {
         const int ready = snd_pcm_wait(pcm_.get(), kWaitMilliseconds);
-        empty_waits_ += ready == 0 ? 1 : 0;
-        if (empty_waits_ > kPatience)
-            throw Failure(
-                format_text("%s: delivers no sound for %d s; check the microphones and -D",
-                            device_.c_str(), kPatience * kWaitMilliseconds / 1000));
-        got = ready < 0 && ready != -EINTR ? ready : 0;
+        got = ready < 0 ? ready : 0;
+        if (ready > 0 || ready == -EINTR)
+            return 0;
     }
     if (got < 0)
         recover(static_cast<int>(got));
-    if (got <= 0)
-        return 0;
-    empty_waits_ = 0;
-    return static_cast<std::size_t>(got);
+    attempts_ = got > 0 ? 0 : attempts_ + 1;
+    if (attempts_ > kPatience)
+        throw Failure(device_ + ": delivers no sound; check the microphones and -D");
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
 }
 
 void AlsaCapture::recover(int error)
 {
-    if (error == -EPIPE)
-        overruns_++;
+    overruns_ += error == -EPIPE ? 1 : 0;
+    suspends_ += error == -ESTRPIPE ? 1 : 0;
     require(snd_pcm_recover(pcm_.get(), error, 1), nullptr);
-    if (snd_pcm_state(pcm_.get()) == SND_PCM_STATE_PREPARED)
-        require(snd_pcm_start(pcm_.get()), "cannot be started again");
+    if (snd_pcm_state(pcm_.get()) == SND_PCM_STATE_RUNNING)
+        return;
+    require(snd_pcm_prepare(pcm_.get()), "cannot be prepared again");
+    require(snd_pcm_start(pcm_.get()), "cannot be started again");
 }
 
 void AlsaCapture::require(int code, const char *what) const
 {
-    if (code < 0)
-        throw Failure(device_ + ": " + (what != nullptr ? std::string(what) + ": " : "") +
-                      describe(code));
+    if (code >= 0)
+        return;
+    if (what == nullptr)
+        throw Failure(device_ + ": " + describe(code));
+    // That something is invalid says no more than what it is.
+    throw Failure(device_ + ": " + what + (code == -EINVAL ? "" : ": " + describe(code)));
 }
 
 void show_alsa_messages(bool show)

@@ -25,6 +25,8 @@ public:
     int channels() const { return channels_; }
     // Times that the device had to drop sound because nobody took it in time.
     long overruns() const { return overruns_; }
+    // Times that the machine slept in between.
+    long suspends() const { return suspends_; }
 
     // What has come, at most `count` samples per channel, as soon as there is some; 0 if there was
     // none for a moment, or a signal came. Failure when the device stays silent for long.
@@ -46,7 +48,8 @@ private:
     int rate_ = 0;
     int channels_ = 0;
     long overruns_ = 0;
-    int empty_waits_ = 0; // in a row
+    long suspends_ = 0;
+    int attempts_ = 0; // in a row, without sound
 };
 
 // The library of ALSA prints to standard error what it tells its caller as well.

@@ -27,7 +27,7 @@ bool is_supported_rate(int rate)
 namespace {
 
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
-// A damaged Ogg file gets a length near the largest number from libsndfile.
+// An Ogg file whose end is missing gets a length near the largest number from libsndfile.
 constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
 
 int open_standard_input()
@@ -107,6 +107,7 @@ void AudioReader::open(int descriptor)
     if (promised_ >= kUnknownFrom) {
         promised_ = 0;
         info_.frames = kUnknownLength;
+        lacks_end_ = true;
     }
 }
 
@@ -153,6 +154,9 @@ std::string AudioReader::encoding_remark() const
 
 std::string AudioReader::length_remark(sf_count_t there) const
 {
+    if (lacks_end_)
+        return format_text("%s: is truncated: its end is missing, there are %.3f s", path_.c_str(),
+                           static_cast<double>(there) / rate());
     if (there >= promised_)
         return "";
     return format_text("%s: is truncated: the header says %.3f s, there are %.3f s", path_.c_str(),

@@ -68,6 +68,7 @@ private:
     sf_count_t promised_ = 0;
     sf_count_t position_ = 0;
     bool is_raw_ = false;
+    bool lacks_end_ = false;
 };
 
 // Full scale 1 to 16 bits, rounded to the nearest. What lies beyond full scale is clamped, and

@@ -4,20 +4,19 @@
 #include "check.h"
 
 #include <memory>
-#include <sstream>
 
 #include "alsa_capture.h"
 #include "audio_file.h"
 #include "check_input.h"
 #include "diagnosis.h"
 #include "failure.h"
+#include "text.h"
 #include "tracking_options.h"
 
 namespace {
 
 constexpr int kUnusable = 3; // exit status
 constexpr int kIndent = 12;
-constexpr std::size_t kWidth = 79;
 
 struct CheckOptions {
     std::string input;
@@ -39,24 +38,9 @@ void print_measurements(const PairSamples &input, const Diagnosis &diagnosis, Da
     output.print("directions  %d of %d blocks with sound\n", diagnosis.decided, diagnosis.blocks);
 }
 
-// Breaks lines between words; the first is indented already.
 void print_wrapped(const std::string &text, DataOutput &output)
 {
-    std::istringstream words(text);
-    std::size_t column = kIndent;
-    for (std::string word; words >> word;) {
-        const bool is_first = column == kIndent;
-        if (!is_first && column + 1 + word.size() > kWidth) {
-            output.print("\n%*s", kIndent, "");
-            column = kIndent;
-        } else if (!is_first) {
-            output.print(" ");
-            column++;
-        }
-        output.print("%s", word.c_str());
-        column += word.size();
-    }
-    output.print("\n");
+    output.print("%s\n", wrapped(text, kIndent).c_str());
 }
 
 void print_findings(const Diagnosis &diagnosis, DataOutput &output)

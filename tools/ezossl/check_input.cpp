@@ -116,5 +116,8 @@ PairSamples capture_pair(const std::string &device, double seconds, const Tracki
         collector.add(scaled.data(), got);
         left -= got;
     }
+    if (const long gaps = capture.overruns() + capture.suspends(); gaps > 0)
+        note(device + ": sound is missing in " + counted(gaps, "place") +
+             ", which may pass for a fault; check again");
     return {device, rate, collector.finish(), false, layout, false};
 }

@@ -101,7 +101,7 @@ void demo(DataOutput &output)
     }
     output.print("\n%d of %d blocks have a direction", score.decided, kSteps);
     if (score.decided > 0)
-        output.print(", mean absolute error %.1f degrees", score.sum_of_errors / score.decided);
+        output.print(", mean absolute error %.1f deg", score.sum_of_errors / score.decided);
     output.print("\n");
     output.finish();
 }

@@ -8,24 +8,38 @@
 
 #include "audio_file.h"
 #include "pair_geometry.h"
+#include "text.h"
 #include "units.h"
 
 namespace {
 
-constexpr char kHelp[] =
-    "longest lag  samples that sound needs from one microphone to the other\n"
-    "D            the limit that the library counts with: the longest lag in float arithmetic,\n"
-    "             cut to whole samples, plus one; frames with lags beyond D + 3 are rejected\n"
-    "directions   every frame votes for the nearest of nine directions k, 22.5 degrees apart,\n"
-    "             that expect a delay of D cos(k pi / 8) (with the D of 25 degrees Celsius).\n"
-    "             Counted are those that a possible lag votes for: a whole number of samples,\n"
-    "             no more than the longest lag, within -(D + 3) ... D + 3 and -128 ... 127\n"
-    "first step   angle of a lag of one sample. Angles between whole lags come from the mean\n"
-    "             over a block and from the shape of the correlation's peak\n"
-    "seen up to   angle of the longest lag that a frame can show: 127 samples\n"
-    "\n"
-    "Modes: bf_mode 0, spectral, sees lags of -128 ... 127 samples. bf_mode 1, time-domain, sees\n"
-    "lags below 128 and locates nothing, as both its frames carry microphone 0.";
+struct Explanation {
+    const char *name;
+    const char *text;
+};
+constexpr Explanation kExplanations[] = {
+    {"longest lag", "samples that sound needs from one microphone to the other"},
+    {"D", "the limit that the library counts with: the longest lag in float arithmetic, cut to "
+          "whole samples, plus one; frames with lags beyond D + 3 are rejected"},
+    {"directions", "every frame votes for the nearest of nine directions k, 22.5 degrees apart, "
+                   "that expect a delay of D cos(k pi / 8) (with the D of 25 degrees Celsius). "
+                   "Counted are those that a possible lag votes for: a whole number of samples, "
+                   "no more than the longest lag, within -(D + 3) ... D + 3 and -128 ... 127"},
+    {"first step", "angle of a lag of one sample. Angles between whole lags come from the mean "
+                   "over a block and from the shape of the correlation's peak"},
+    {"seen up to", "angle of the longest lag that a frame can show: 127 samples"},
+    {"modes", "bf_mode 0, spectral, sees lags of -128 ... 127 samples. bf_mode 1, time-domain, "
+              "sees lags below 128 and locates nothing, as both its frames carry microphone 0"},
+};
+
+std::string explanations()
+{
+    std::string text;
+    for (const Explanation &explanation : kExplanations)
+        text += format_text("%s%-13s%s", text.empty() ? "" : "\n", explanation.name,
+                            wrapped(explanation.text, 13).c_str());
+    return text;
+}
 
 struct GeometryOptions {
     ArrayOptions array;
@@ -40,7 +54,7 @@ double widest_spacing_cm(int rate, int temperature)
 void print_spacing(const ArrayOptions &array, DataOutput &output)
 {
     const double speed = speed_of_sound(array.temperature);
-    output.print("spacing %g cm at %d degrees Celsius: sound takes %.1f us at %.1f m/s\n",
+    output.print("spacing %g cm at %d deg Celsius: sound takes %.1f us at %.1f m/s\n",
                  array.spacing_cm, array.temperature, array.spacing_cm * 1e4 / speed, speed);
 }
 
@@ -109,6 +123,6 @@ Command add_geometry_command(CLI::App &app)
     options->array.add_to(*parser);
     parser->add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
         ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))));
-    parser->footer(kHelp);
+    parser->footer(explanations());
     return {parser, [options](DataOutput &output) { show_geometry(*options, output); }};
 }

@@ -6,6 +6,7 @@
 #include <cJSON.h>
 
 #include "block_writer.h"
+#include "utf8.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ public:
 
     void begin(const InputInfo &input) override
     {
-        name_ = input.name;
+        name_ = valid_utf8(input.name);
         const LocalizerSettings &settings = input.settings;
         Object object("start", name_);
         object.add("version", EZOSSL_VERSION);
@@ -100,6 +101,7 @@ public:
         else
             object.add_null("median_deg");
         object.add("overruns", static_cast<double>(summary.overruns));
+        object.add("suspends", static_cast<double>(summary.suspends));
         object.add("dropped_s", rounded(summary.dropped_seconds, 1e6));
         object.add("clamped_samples", static_cast<double>(summary.clamped));
         object.add("wrapped_samples", static_cast<double>(summary.wrapped));

@@ -113,6 +113,7 @@ void listen(const LiveOptions &options, DataOutput &output)
     summary.clamped = tracker.clamped();
     summary.wrapped = tracker.wrapped();
     summary.overruns = device.overruns();
+    summary.suspends = device.suspends();
     report.end(summary);
     report.commit();
     if (failure)

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <sstream>
 
 #include "check.h"
@@ -14,6 +15,7 @@
 #include "live.h"
 #include "options.h"
 #include "simulate.h"
+#include "text.h"
 #include "track.h"
 
 namespace {
@@ -52,9 +54,42 @@ void add_examples(CLI::App &app)
     }
 }
 
-// The parser's refusals as sentences, where they are not.
-std::string sentence_of(const CLI::Error &error)
+// The parser's help in lines that fit the terminal.
+class HelpFormatter : public CLI::Formatter
 {
+public:
+    std::string make_option(const CLI::Option *option, bool is_positional) const override
+    {
+        const std::string name = make_option_name(option, is_positional);
+        // Without the value of a flag that may take one: it shows in the description.
+        return entry(name.substr(0, name.find('{')) + make_option_opts(option),
+                     option->get_description());
+    }
+    std::string make_subcommand(const CLI::App *command) const override
+    {
+        return entry(command->get_name(), command->get_description());
+    }
+
+private:
+    std::string entry(const std::string &name, const std::string &description) const
+    {
+        const std::size_t indent = get_column_width();
+        std::string text = "  " + name;
+        text += text.size() < indent ? std::string(indent - text.size(), ' ')
+                                     : '\n' + std::string(indent, ' ');
+        return text + wrapped(description, indent) + '\n';
+    }
+};
+
+// The parser's refusals as sentences, where they are not.
+std::string sentence_of(const CLI::App &app, const CLI::Error &error)
+{
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+        const std::string extras = CLI::detail::join(app.remaining(true), " ");
+        return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
+                                                   "'; such as: ezossl FILE -s 5.8cm"
+                                             : "not expected: " + extras;
+    }
     std::string text = error.what();
     if (text == "--spacing is required")
         return text + ", the distance between the microphones, such as -s 5.8cm";
@@ -70,9 +105,9 @@ std::string sentence_of(const CLI::Error &error)
     return text;
 }
 
-std::string describe_usage_error(const CLI::App *, const CLI::Error &error)
+std::string describe_usage_error(const CLI::App *app, const CLI::Error &error)
 {
-    return "ezossl: " + sentence_of(error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
+    return "ezossl: " + sentence_of(*app, error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
 }
 
 // Without a command, a file is to be tracked. What looks like a file counts as one, so that the
@@ -140,6 +175,7 @@ int run(int argc, char **argv, DataOutput &output)
     CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
     app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
     app.failure_message(describe_usage_error);
+    app.formatter(std::make_shared<HelpFormatter>());
     app.require_subcommand(0, 1); // none is refused below, so that a wrong option is told first
     app.fallthrough();            // -v may stand behind the command
     bool verbose = false;

@@ -31,6 +31,8 @@ PendingFile::PendingFile(const std::string &target)
 {
     if (target.empty())
         throw Failure("the name of the file to write is empty");
+    if (target == "-")
+        throw UsageFailure("-: this file cannot go to standard output; give it a name");
     std::error_code error;
     const fs::file_status status = fs::status(target, error);
     // Renaming would put a plain file in the place of a device.

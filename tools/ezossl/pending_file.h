@@ -11,7 +11,7 @@
 class PendingFile
 {
 public:
-    // Refuses a target that exists and is no regular file.
+    // Refuses a target that exists and is no regular file, and -, which is no file.
     explicit PendingFile(const std::string &target);
     ~PendingFile();
     PendingFile(const PendingFile &) = delete;

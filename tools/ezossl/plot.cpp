@@ -171,11 +171,12 @@ void draw_level_axis(SvgDrawing &drawing, double floor)
 }
 
 // A step per block; blocks that start in the same unit of width become one step from their highest
-// level to their lowest.
+// level to their lowest. Digital silence has no level: a gap.
 void draw_level(SvgDrawing &drawing, const std::vector<Block> &blocks, const TimeAxis &time,
                 double floor)
 {
     SvgPath line;
+    bool is_gap = true;
     for (auto first = blocks.begin(); first != blocks.end();) {
         const double column = std::floor(time.x(first->start));
         double highest = -std::numeric_limits<double>::infinity();
@@ -184,11 +185,15 @@ void draw_level(SvgDrawing &drawing, const std::vector<Block> &blocks, const Tim
         const double start = first->start;
         for (; first != blocks.end() && std::floor(time.x(first->start)) <= column; ++first) {
             highest = std::max(highest, first->level);
-            lowest = std::min(lowest, first->level);
+            if (std::isfinite(first->level))
+                lowest = std::min(lowest, first->level);
             end = first->end;
         }
+        const bool was_gap = std::exchange(is_gap, !std::isfinite(highest));
+        if (is_gap)
+            continue;
         const SvgPoint from = {time.x(start), level_y(highest, floor)};
-        line.empty() ? line.move(from) : line.line(from);
+        was_gap ? line.move(from) : line.line(from);
         line.line({time.x(end), level_y(lowest, floor)});
     }
     drawing.path("level", line);

@@ -114,6 +114,7 @@ void Report::end(Summary rest)
     summary_.clamped = rest.clamped;
     summary_.wrapped = rest.wrapped;
     summary_.overruns = rest.overruns;
+    summary_.suspends = rest.suspends;
     writer_->end(summary_);
     output_.flush();
     if (plot_)

@@ -171,7 +171,7 @@ Point Room::source_at(double angle_deg) const
             continue;
         char text[256];
         std::snprintf(text, sizeof text,
-                      "at %+g degrees and %g m the source would not stand inside the room of "
+                      "at %+g deg and %g m the source would not stand inside the room of "
                       "%gx%gx%g m; make --distance smaller or --room larger",
                       angle_deg, settings_.distance, settings_.size[0], settings_.size[1],
                       settings_.size[2]);

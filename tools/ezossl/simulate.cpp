@@ -113,9 +113,6 @@ void write_truth(const PendingFile &file, const std::vector<Placement> &placemen
 void check_names(const SimulateOptions &options)
 {
     const std::string truth = options.truth_path();
-    if (options.output == "-")
-        throw UsageFailure(
-            "a WAV file cannot go to standard output; name a file, such as -o x.wav");
     std::error_code ignored; // of names that do not exist
     const auto whole = [&ignored](const std::string &name) {
         return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
@@ -135,7 +132,7 @@ void report(const SimulateOptions &options, const SceneSettings &settings, doubl
     const char *separator = "";
     const std::vector<double> &angles = options.walk.empty() ? options.angles : options.walk;
     for (const double angle : angles) {
-        std::fprintf(stderr, "%s %+g degrees (delay %+.3f samples)", separator, angle,
+        std::fprintf(stderr, "%s %+g deg (delay %+.3f samples)", separator, angle,
                      far_field_delay(angle, settings));
         separator = options.walk.empty() ? "," : " walking to";
     }
@@ -156,12 +153,12 @@ void simulate(const SimulateOptions &options)
 {
     if (options.angles.empty() == options.walk.empty())
         throw UsageFailure("say where the sound comes from: either --angle -30 or --walk -90,90");
-    check_names(options);
     PendingFile output(options.output);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
     if (!truth_path.empty())
         truth.emplace(truth_path);
+    check_names(options);
 
     const SceneSettings settings = scene_settings(options);
     const std::vector<Placement> placements = options.placements();

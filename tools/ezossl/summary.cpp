@@ -37,19 +37,22 @@ int Summary::nth_angle(long n) const
 
 std::string to_text(const std::string &path, const Summary &summary)
 {
-    std::string text =
-        format_text("%s: %ld block%s, %ld decided (%.0f %%)", path.c_str(), summary.blocks,
-                    summary.blocks == 1 ? "" : "s", summary.decided, 100 * summary.decided_share());
+    std::string text = format_text("%s: %s, %ld decided (%.0f %%)", path.c_str(),
+                                   counted(summary.blocks, "block").c_str(), summary.decided,
+                                   100 * summary.decided_share());
     if (summary.decided > 0)
-        text += format_text(", median %g degrees", summary.median());
+        text += format_text(", median %+g deg", summary.median());
     if (summary.overruns > 0)
-        text += format_text(", %ld overruns: sound is missing", summary.overruns);
+        text += ", " + counted(summary.overruns, "overrun") + ": sound is missing";
+    if (summary.suspends > 0)
+        text += ", " + counted(summary.suspends, "suspend") + " of the machine: sound is missing";
     if (summary.dropped_seconds > 0.0)
         text += format_text(", last %.3f s dropped: less than a block", summary.dropped_seconds);
     if (summary.clamped > 0)
-        text += format_text(", %zu samples beyond full scale clamped", summary.clamped);
+        text += ", " + counted(static_cast<long>(summary.clamped), "sample") +
+                " beyond full scale clamped";
     if (summary.wrapped > 0)
-        text += format_text(", %zu samples too loud for the gain wrapped around: lower -G",
-                            summary.wrapped);
+        text += ", " + counted(static_cast<long>(summary.wrapped), "sample") +
+                " too loud for the gain wrapped around: lower -G";
     return text;
 }

@@ -18,6 +18,7 @@ struct Summary {
     std::size_t clamped = 0;      // samples beyond full scale
     std::size_t wrapped = 0;      // samples that the gain took beyond 16 bits
     long overruns = 0;
+    long suspends = 0; // of the machine, while it listened
 
     void add(const Block &block);
     double decided_share() const; // of all blocks

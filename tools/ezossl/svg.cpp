@@ -5,6 +5,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <string_view>
+
+#include "utf8.h"
 
 namespace {
 
@@ -53,44 +56,12 @@ text{fill:#e6edf3}
 </style>
 )";
 
-constexpr unsigned char kNoLead = 0;
-
-// Bytes of the UTF-8 sequence that starts with this byte; kNoLead if none does.
-unsigned sequence_length(unsigned char lead)
+// The characters that no XML document can hold: control characters, and the last two of a plane.
+bool is_xml_character(std::string_view character)
 {
-    if (lead < 0x80)
-        return 1;
-    if (lead >= 0xC2 && lead < 0xE0)
-        return 2;
-    if (lead >= 0xE0 && lead < 0xF0)
-        return 3;
-    return lead >= 0xF0 && lead < 0xF5 ? 4 : kNoLead;
-}
-
-bool is_xml_character(char32_t code, unsigned length)
-{
-    if (length == 1)
-        return (code >= 0x20 && code != 0x7F) || code == '\t' || code == '\n';
-    if (length == 3)
-        return code >= 0x800 && (code < 0xD800 || code > 0xDFFF) && code < 0xFFFE;
-    return length == 2 || (code >= 0x10000 && code <= 0x10FFFF);
-}
-
-// The character at the start of the text, if XML can hold it; otherwise nothing.
-std::string_view leading_character(std::string_view text)
-{
-    const auto lead = static_cast<unsigned char>(text.front());
-    const unsigned length = sequence_length(lead);
-    if (length == kNoLead || length > text.size())
-        return {};
-    char32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
-    for (unsigned i = 1; i < length; i++) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if ((byte & 0xC0u) != 0x80)
-            return {};
-        code = code << 6 | (byte & 0x3Fu);
-    }
-    return is_xml_character(code, length) ? text.substr(0, length) : std::string_view();
+    const auto first = static_cast<unsigned char>(character.front());
+    const bool is_control = (first < 0x20 && first != '\t' && first != '\n') || first == 0x7F;
+    return !is_control && character != "\xEF\xBF\xBE" && character != "\xEF\xBF\xBF";
 }
 
 std::string escaped(std::string_view character)
@@ -132,10 +103,11 @@ std::string svg_number(double value)
 std::string xml_text(const std::string &text)
 {
     std::string result;
-    for (std::string_view rest = text; !rest.empty();) {
+    const std::string valid = valid_utf8(text);
+    for (std::string_view rest = valid; !rest.empty();) {
         const std::string_view character = leading_character(rest);
-        result += character.empty() ? "?" : escaped(character);
-        rest.remove_prefix(character.empty() ? 1 : character.size());
+        result += is_xml_character(character) ? escaped(character) : std::string(kReplacement);
+        rest.remove_prefix(character.size());
     }
     return result;
 }

@@ -16,7 +16,7 @@ struct SvgPoint {
 std::string svg_number(double value);
 
 // Text as XML takes it. What no XML document can hold (control characters, bytes that are not
-// UTF-8, as in the name of an old file) becomes a question mark.
+// UTF-8, as in the name of an old file) becomes U+FFFD.
 std::string xml_text(const std::string &text);
 
 // The outline of a path, step by step.

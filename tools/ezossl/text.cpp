@@ -5,6 +5,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <sstream>
 
 std::string format_text(const char *format, ...)
 {
@@ -18,6 +19,29 @@ std::string format_text(const char *format, ...)
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     return text;
+}
+
+std::string counted(long count, const char *thing)
+{
+    return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
+}
+
+std::string wrapped(const std::string &text, std::size_t indent)
+{
+    std::istringstream words(text);
+    std::string result;
+    std::size_t column = indent;
+    for (std::string word; words >> word; column += word.size()) {
+        if (column > indent && column + 1 + word.size() > kTextWidth) {
+            result += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            result += ' ';
+            column++;
+        }
+        result += word;
+    }
+    return result;
 }
 
 void note(const std::string &text)

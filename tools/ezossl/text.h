@@ -4,9 +4,18 @@
 #ifndef EZOSSL_TOOL_TEXT_H
 #define EZOSSL_TOOL_TEXT_H
 
+#include <cstddef>
 #include <string>
 
 std::string format_text(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+// "1 block", "2 blocks"
+std::string counted(long count, const char *thing);
+
+// Broken between words into lines of at most kTextWidth columns. The first line starts at the
+// column `indent`, where the others are brought to.
+constexpr std::size_t kTextWidth = 79;
+std::string wrapped(const std::string &text, std::size_t indent);
 
 // A line on standard error, after the name of the program; for what does not end it.
 void note(const std::string &text);

@@ -58,15 +58,19 @@ sf_count_t samples_in(double seconds, const AudioReader &audio)
     return std::llround(seconds * audio.rate());
 }
 
-void skip_to_start(const TrackOptions &options, AudioReader &audio, std::vector<float> &chunk)
+// Samples per channel that were skipped.
+sf_count_t skip_to_start(const TrackOptions &options, AudioReader &audio, std::vector<float> &chunk)
 {
-    for (sf_count_t left = samples_in(options.start, audio); left > 0 && interrupts() == 0;) {
-        const std::size_t got =
-            audio.read(chunk.data(), std::min(kChunk, static_cast<std::size_t>(left)));
-        if (got == 0)
+    const sf_count_t wanted = samples_in(options.start, audio);
+    sf_count_t done = 0;
+    while (done < wanted && interrupts() == 0) {
+        const auto left = static_cast<std::size_t>(wanted - done);
+        const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
+        if (got == 0 && interrupts() == 0)
             throw Failure(audio.path() + format_text(": ends before --start %g s", options.start));
-        left -= static_cast<sf_count_t>(got);
+        done += static_cast<sf_count_t>(got);
     }
+    return done;
 }
 
 // Samples per channel that went in.
@@ -145,11 +149,11 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
 
     remark_on_length(options, audio);
-    skip_to_start(options, audio, chunk);
+    const sf_count_t skipped = skip_to_start(options, audio, chunk);
     report.begin({input, layout, settings});
     const sf_count_t used = feed(options, audio, tracker, chunk);
     if (interrupts() > 0)
-        end_interrupted(options, options.start + static_cast<double>(used) / audio.rate(), report);
+        end_interrupted(options, static_cast<double>(skipped + used) / audio.rate(), report);
     if (tracker.samples() > 0)
         warn_if_truncated(options, audio, used);
     if (report.blocks() == 0)

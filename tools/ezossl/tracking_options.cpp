@@ -65,13 +65,10 @@ void TrackingOptions::add_to(CLI::App &parser)
     add_output_options(parser);
     // Measured with `simulate`: 400 scenes of speech, 4 to 8 cm, 20 to 40 dB above noise; of the
     // blocks within 15 dB of a scene's loudest. The room has a reverberation time of 0.3 s.
-    parser.footer(
-        "Speech is answered best at 16000 Hz: of the blocks of a speaking source 85 % had an "
-        "angle\n"
-        "there, dry or in a room; at 48000 Hz 67 %, in a room 41 %, as the peak of the "
-        "correlation\n"
-        "leaves the plausible range or a dip outweighs it. So live captures at 16000 Hz unless -r\n"
-        "says otherwise; files keep their rate.");
+    parser.footer("Speech is answered best at 16000 Hz: of the blocks of a speaking source 85 %\n"
+                  "had an angle there, dry or in a room; at 48000 Hz 67 %, in a room 41 %, as the\n"
+                  "peak of the correlation leaves the plausible range or a dip outweighs it. So\n"
+                  "live captures at 16000 Hz unless -r says otherwise; files keep their rate.");
 }
 
 void TrackingOptions::add_array_options(CLI::App &parser)
@@ -115,7 +112,10 @@ void TrackingOptions::add_output_options(CLI::App &parser)
 {
     add_choice(parser, "-f,--format", format, kFormats,
                "table (default), csv, or jsonl: an object per line");
-    parser.add_option("-o,--output", output, "Write to this file; it appears when it is whole")
+    parser
+        .add_option_function<std::string>(
+            "-o,--output", [this](const std::string &name) { output = name == "-" ? "" : name; },
+            "Write to this file, which appears when it is whole; - is standard output")
         ->type_name("FILE");
     parser.add_flag("--per-frame", per_frame, "Also the delay of every frame, in samples");
     parser.add_flag("--on-change{10}", on_change,

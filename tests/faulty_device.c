@@ -1,0 +1,99 @@
+/* SPDX-License-Identifier: MIT
+ * faulty_device.c - a capture device for ALSA that fails as its configuration says; what is not
+ * given does not fail:
+ *
+ *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  forever 1
+ *              rate HZ  channels COUNT  bits COUNT }
+ *
+ * It refuses to open, or has the fault once (or for ever) after so many frames. Until then there is
+ * always sound, noise that is two samples later on each odd channel than on the one before.
+ */
+
+#include <alsa/asoundlib.h>
+#include <alsa/pcm_external.h>
+
+#include <fcntl.h>
+
+enum { REFUSE, FAULT, AFTER, FOREVER, RATE, CHANNELS, BITS, SETTINGS };
+static const char *const names[SETTINGS] = {"refuse", "fault",    "after", "forever",
+                                            "rate",   "channels", "bits"};
+enum { CHUNK = 160, LEAD = 2 };
+
+static snd_pcm_ioplug_t device; /* the only one of a process */
+static long settings[SETTINGS] = {[RATE] = 16000, [CHANNELS] = 2, [BITS] = 16};
+static long delivered; /* frames */
+
+static int stay(snd_pcm_ioplug_t *io)
+{
+    (void)io;
+    return 0;
+}
+
+static int wake_not(snd_pcm_ioplug_t *io)
+{
+    (void)io;
+    return -ENOSYS; /* as most devices do: they have to be prepared anew */
+}
+
+static snd_pcm_sframes_t point(snd_pcm_ioplug_t *io)
+{
+    return (snd_pcm_sframes_t)((io->appl_ptr + CHUNK) % io->buffer_size);
+}
+
+static int16_t noise(long n)
+{
+    const uint32_t mixed = ((uint32_t)n ^ 0x5bd1e995u) * 2654435761u;
+    return (int16_t)((int)(((mixed ^ mixed >> 15) * 2246822519u) >> 19) - 4096);
+}
+
+static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_area_t *areas,
+                                 snd_pcm_uframes_t offset, snd_pcm_uframes_t size)
+{
+    const long fault = settings[FAULT];
+    if (fault != 0 && delivered >= settings[AFTER]) {
+        settings[FAULT] *= settings[FOREVER];
+        snd_pcm_ioplug_set_state(io, fault == EPIPE      ? SND_PCM_STATE_XRUN
+                                     : fault == ESTRPIPE ? SND_PCM_STATE_SUSPENDED
+                                                         : SND_PCM_STATE_DISCONNECTED);
+        return -fault;
+    }
+    for (unsigned channel = 0; channel < io->channels; channel++)
+        for (snd_pcm_uframes_t n = 0; n < size; n++) {
+            const size_t bit = areas[channel].first + (offset + n) * areas[channel].step;
+            int16_t *sample = (int16_t *)((char *)areas[channel].addr + bit / 8);
+            *sample = noise(delivered + (long)n - LEAD * (channel % 2));
+        }
+    delivered += (long)size;
+    return (snd_pcm_sframes_t)size;
+}
+
+static const snd_pcm_ioplug_callback_t callbacks = {
+    .start = stay, .stop = stay, .resume = wake_not, .pointer = point, .transfer = deliver};
+
+SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
+{
+    (void)root;
+    for (int i = 0; i < SETTINGS; i++) {
+        snd_config_t *setting = NULL;
+        if (snd_config_search(conf, names[i], &setting) == 0)
+            snd_config_get_integer(setting, &settings[i]);
+    }
+    device.version = SND_PCM_IOPLUG_VERSION;
+    device.name = "Faulty device";
+    device.callback = &callbacks;
+    device.poll_fd = open("/dev/zero", O_RDONLY | O_CLOEXEC); /* always has something to read */
+    device.poll_events = POLLIN;
+    const int error = settings[REFUSE] != 0 ? (int)-settings[REFUSE]
+                                            : snd_pcm_ioplug_create(&device, name, stream, mode);
+    if (error < 0)
+        return error;
+    const unsigned format = settings[BITS] == 16 ? SND_PCM_FORMAT_S16 : SND_PCM_FORMAT_S32;
+    const unsigned channels = (unsigned)settings[CHANNELS];
+    const unsigned rate = (unsigned)settings[RATE];
+    snd_pcm_ioplug_set_param_list(&device, SND_PCM_IOPLUG_HW_FORMAT, 1, &format);
+    snd_pcm_ioplug_set_param_minmax(&device, SND_PCM_IOPLUG_HW_CHANNELS, channels, channels);
+    snd_pcm_ioplug_set_param_minmax(&device, SND_PCM_IOPLUG_HW_RATE, rate, rate);
+    *pcmp = device.pcm;
+    return 0;
+}
+SND_PCM_PLUGIN_SYMBOL(faulty);
