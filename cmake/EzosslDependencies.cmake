@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+#
 # What the library needs: KISS FFT (float) and cJSON.
 
 find_package(PkgConfig REQUIRED)

@@ -8,6 +8,7 @@
 #   test    GoogleTest, and Python for its example and its XML parser
 #   check   formatting and static analysis
 #   demo    the voices that demo.sh places
+#   package what makes Debian packages
 set -euo pipefail
 
 packages=
@@ -18,8 +19,10 @@ for group in "$@"; do
     test) packages="$packages libgtest-dev python3" ;;
     check) packages="$packages clang-format clang-tidy" ;;
     demo) packages="$packages alsa-utils" ;;
+    package) packages="$packages dpkg-dev file" ;;
     *)
-        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo" >&2
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo," \
+            package >&2
         exit 2
         ;;
     esac
@@ -30,14 +33,16 @@ if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
     exit 1
 fi
 
+# A library may be there for other architectures as well, or only.
+native="(all|$(dpkg --print-architecture))"
 missing=
 for package in $packages; do
-    state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) || state=
+    states=$(dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null) || true
     # pkg-config is a name that other packages provide as well.
     if [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; then
         continue
     fi
-    [ "$state" = installed ] || missing="$missing $package"
+    grep -qxE "$native installed" <<<"$states" || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0
 

@@ -1,0 +1,20 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# packages.sh [PRESET] - builds the preset (release; arm64 and armhf cross compile) as Debian packages,
+# in build/package-PRESET, and has lintian look at them where it is installed.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+preset=${1:-release}
+build=build/package-$preset
+cmake/install-packages.sh build tools package
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
+cmake --preset "$preset" -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DEZOSSL_BUILD_TESTS=OFF \
+    -DEZOSSL_BUILD_TOOLS=ON
+cmake --build "$build" --parallel "$(nproc)"
+rm -f "$build"/*.deb
+cpack --config "$build/CPackConfig.cmake" -B "$build"
+if command -v lintian >/dev/null; then
+    lintian --fail-on error --display-info "$build"/*.deb
+fi
+ls -l "$build"/*.deb
