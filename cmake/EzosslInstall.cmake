@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
 # Install rules, and what find_package() and pkg-config need of the installed files. The components
-# are the Debian packages that they become; "documentation" is what those have in a form of their own.
+# are the Debian packages that they become; "documentation" is what those have in their own form.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -31,12 +31,16 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake DESTINATION ${config_dir}
     COMPONENT libezossl-dev)
 
-# Paths in the .pc file start at the file itself: the tree may be moved.
+# Paths in the .pc file start at the file itself: the tree may be moved. Not so the system's own.
 set(prefix ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH libdir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH includedir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 cmake_path(RELATIVE_PATH prefix BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
     OUTPUT_VARIABLE prefix_of_pc)
+string(PREPEND prefix_of_pc "\${pcfiledir}/")
+if(prefix STREQUAL "/usr")
+    set(prefix_of_pc ${prefix})
+endif()
 list(JOIN EZOSSL_FFT_REQUIRES_PRIVATE " " fft_requires)
 list(JOIN EZOSSL_FFT_LIBS_PRIVATE " " fft_libs)
 configure_file(cmake/ezossl.pc.in ezossl.pc @ONLY)

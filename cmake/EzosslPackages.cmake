@@ -9,6 +9,7 @@ endif()
 
 set(debian ${PROJECT_BINARY_DIR}/debian) # the files made for the packages
 set(CPACK_GENERATOR DEB)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/EzosslDebFinish.cmake)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL libezossl1 libezossl-dev)
 if(TARGET ezossl_tool)
@@ -30,8 +31,6 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
-# Name, section, summary and description of a package. SECTION may carry Multi-Arch on a line of its
-# own: CPack has no variable for that field.
 function(describe package section text)
     string(TOUPPER ${package} id)
     set(CPACK_DEBIAN_${id}_PACKAGE_NAME ${package} PARENT_SCOPE)
@@ -39,21 +38,21 @@ function(describe package section text)
     set(CPACK_DEBIAN_${id}_DESCRIPTION ${text} PARENT_SCOPE)
 endfunction()
 string(TOLOWER "${PROJECT_DESCRIPTION}" summary)
-describe(libezossl1 "libs\nMulti-Arch: same" "${summary} (library)
+describe(libezossl1 libs "${summary} (library)
 A program passes in frames of samples and has the direction of the dominant
 sound after every block, in whole degrees, through a C interface.")
-describe(libezossl-dev "libdevel\nMulti-Arch: same" "${summary} (development)
-Header and static library of libezossl, and its files for CMake and pkg-config.")
+describe(libezossl-dev libdevel "${summary} (development)
+What a program that uses libezossl is compiled with: the header, the static
+library, and files by which CMake and pkg-config find them.")
 describe(ezossl-tools sound "${summary} (command line)
 ezossl finds the direction of sound in recordings and live from a sound card,
 checks the wiring of the microphones, and simulates scenes to try it with.")
-set(CPACK_DEBIAN_LIBEZOSSL1_PACKAGE_CONTROL_EXTRA ${debian}/triggers)
 set(CPACK_COMPONENT_LIBEZOSSL-DEV_DEPENDS libezossl1)
 set(CPACK_DEBIAN_LIBEZOSSL-DEV_PACKAGE_DEPENDS "libkissfft-dev, libcjson-dev")
 set(CPACK_COMPONENT_EZOSSL-TOOLS_DEPENDS libezossl1)
 
 # What the packages have besides.
-file(CONFIGURE OUTPUT ${debian}/triggers CONTENT "activate-noawait ldconfig\n")
+file(MAKE_DIRECTORY ${debian})
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/cmake/debian-files.sh ${debian}
     ${CPACK_DEBIAN_PACKAGE_MAINTAINER} COMMAND_ERROR_IS_FATAL ANY)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# debian-files.sh FOLDER MAINTAINER - makes what every Debian package has of the project's own files:
-# copyright, changelog (and changelog.gz), and the manual page, compressed, in FOLDER.
+# debian-files.sh FOLDER MAINTAINER - makes what Debian packages have of the project's own files, in
+# FOLDER: copyright, changelog (also compressed), and the manual page, compressed.
 set -euo pipefail
 export LC_ALL=C
 folder=$(realpath "$1") maintainer=$2

@@ -37,7 +37,8 @@ fi
 native="(all|$(dpkg --print-architecture))"
 missing=
 for package in $packages; do
-    states=$(dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null) || true
+    states=$(dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null) ||
+        states=
     # pkg-config is a name that other packages provide as well.
     if [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; then
         continue
