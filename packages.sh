@@ -4,6 +4,7 @@
 # Debian packages in build/package-PRESET; lintian looks at them where it is installed.
 set -euo pipefail
 cd "$(dirname "$0")"
+umask 022 # of the folders in the packages
 
 preset=${1:-release}
 build=build/package-$preset
