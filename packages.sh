@@ -10,8 +10,8 @@ preset=${1:-release}
 build=build/package-$preset
 cmake/install-packages.sh build tools package
 export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
-cmake --preset "$preset" -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DEZOSSL_BUILD_TESTS=OFF \
-    -DEZOSSL_BUILD_TOOLS=ON
+cmake --preset "$preset" -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DEZOSSL_PACKAGES=ON \
+    -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON
 cmake --build "$build" --parallel "$(nproc)"
 rm -f "$build"/*.deb
 cpack --config "$build/CPackConfig.cmake" -B "$build"

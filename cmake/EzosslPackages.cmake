@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 #
-# Debian packages by CPack, one of each component, for the architecture that is compiled for. They
-# install below /usr: other builds have none. packages.sh makes such a build, and the packages.
+# Debian packages by CPack, one of each component, for the architecture that is compiled for.
+# packages.sh sets what is asked for here, and makes them.
 
-if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    return()
+if(NOT EZOSSL_INSTALL OR NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    message(FATAL_ERROR "EZOSSL_PACKAGES needs -DEZOSSL_INSTALL=ON -DCMAKE_INSTALL_PREFIX=/usr")
 endif()
 
 set(debian ${PROJECT_BINARY_DIR}/debian) # the files made for the packages
