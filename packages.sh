@@ -8,7 +8,10 @@ umask 022 # of the folders in the packages
 
 preset=${1:-release}
 build=build/package-$preset
-cmake/install-packages.sh build tools package
+case $preset in
+arm64 | armhf) cmake/install-packages.sh build tools package "$preset" ;;
+*) cmake/install-packages.sh build tools package ;;
+esac
 export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
 cmake --preset "$preset" -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DEZOSSL_PACKAGES=ON \
     -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON

@@ -9,9 +9,20 @@
 #   check   formatting and static analysis
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages
+#   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
 
 packages=
+architectures= # foreign ones
+foreign() {
+    local package
+    packages="$packages $2 qemu-user"
+    for package in libkissfft-dev libcjson-dev libsndfile1-dev libsamplerate0-dev libasound2-dev \
+        libgtest-dev; do
+        packages="$packages $package:$1"
+    done
+    architectures="$architectures $1"
+}
 for group in "$@"; do
     case $group in
     build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
@@ -20,9 +31,11 @@ for group in "$@"; do
     check) packages="$packages clang-format clang-tidy" ;;
     demo) packages="$packages alsa-utils" ;;
     package) packages="$packages dpkg-dev file" ;;
+    arm64) foreign arm64 g++-aarch64-linux-gnu ;;
+    armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
         echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo," \
-            package >&2
+            "package, arm64, armhf" >&2
         exit 2
         ;;
     esac
@@ -33,17 +46,21 @@ if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
     exit 1
 fi
 
-# A library may be there for other architectures as well, or only.
-native="(all|$(dpkg --print-architecture))"
+native=$(dpkg --print-architecture)
+is_installed() {
+    local architecture=${1#*:}
+    [ "$architecture" != "$1" ] || architecture=$native
+    # A name alone stands for the package of every architecture.
+    dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "${1%:*}" 2>/dev/null |
+        grep -qxE "($architecture|all) installed"
+}
 missing=
 for package in $packages; do
-    states=$(dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "$package" 2>/dev/null) ||
-        states=
     # pkg-config is a name that other packages provide as well.
     if [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; then
         continue
     fi
-    grep -qxE "$native installed" <<<"$states" || missing="$missing $package"
+    is_installed "$package" || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0
 
@@ -57,16 +74,42 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+trap 'rm -f "$log" "$log".list' EXIT
 quietly() {
-    if ! $as_root env DEBIAN_FRONTEND=noninteractive apt-get "$@" >"$log" 2>&1 </dev/null; then
-        cat "$log" >&2
-        echo "apt-get $* failed, see above; missing packages:$missing" >&2
-        exit 1
-    fi
+    $as_root env DEBIAN_FRONTEND=noninteractive "$@" >"$log" 2>&1 </dev/null
 }
+failed() {
+    cat "$log" >&2
+    echo "$* failed, see above; missing packages:$missing" >&2
+    exit 1
+}
+
+# The lists of foreign architectures come from the main archive alone: of all archives it is the one
+# that mirrors have for every architecture, and its packages match one another.
+update_foreign() {
+    local list="$log".list
+    # shellcheck disable=SC2016 # apt-get's own variables
+    apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Label: Debian' 'Component: main' \
+        'Created-By: Packages' "Architecture: $native" | sort -u |
+        awk -v archs="${architectures// /,}" '$2 !~ /-/ {
+            print "deb [arch=" substr(archs, 2) "]", $1, $2, "main" }' >"$list"
+    quietly apt-get update -o Dir::Etc::SourceList="$list" -o Dir::Etc::SourceParts=- \
+        -o APT::Get::List-Cleanup=false
+}
+update() {
+    quietly apt-get update -o APT::Architectures="$native" || return
+    [ -z "$architectures" ] || update_foreign
+}
+
+for architecture in $architectures; do
+    [ "$architecture" = "$native" ] || quietly dpkg --add-architecture "$architecture" ||
+        failed dpkg --add-architecture "$architecture"
+done
 echo "installing:$missing"
-quietly update
+# A mirror may be in the middle of an update.
+update || { sleep 10 && update; } || failed apt-get update
 # Unquoted: a list of names.
 # shellcheck disable=SC2086
-quietly install -y --no-install-recommends $missing
+quietly apt-get install -y --no-install-recommends $missing ||
+    { sleep 10 && update && quietly apt-get install -y --no-install-recommends $missing; } ||
+    failed apt-get install
