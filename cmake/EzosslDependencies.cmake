@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+#
 # What the library needs besides an FFT: cJSON.
 
 find_package(PkgConfig REQUIRED)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+#
 # The FFTs behind Common/src/fft_backend.h. Each that is found, here called <fft>, has
 #   ezossl_<fft>      the FFT library itself
 #   ezossl_fft_<fft>  that, and the file Common/src/fft_<fft>.cpp on top of it

@@ -1,28 +1,44 @@
+# SPDX-License-Identifier: MIT
+#
 # Flags as interface targets: what a target is built with is what it links.
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-    set(CMAKE_BUILD_TYPE Release)
+# The build type and the compile commands are the business of the project on top.
+if(PROJECT_IS_TOP_LEVEL)
+    if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+        set(CMAKE_BUILD_TYPE Release)
+    endif()
+    set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 endif()
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# What is shipped is the same wherever it is built: no path of the build in it, and no time. Builds
+# for debugging keep their paths, by which a debugger finds the sources.
+add_compile_options("$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+    "$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
+set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 
 # Results are fixed to the operation: no fused multiply-add, no reordering. Calls of the math
 # library need not set errno, which nobody reads.
 add_library(ezossl_arithmetic INTERFACE)
 target_compile_options(ezossl_arithmetic INTERFACE -ffp-contract=off -fno-fast-math -fno-math-errno)
 
-# Tests compute what they expect in double and by hand: they have the basic warnings only.
+# Warnings are for those who work on this project, not for projects that it is a part of.
 add_library(ezossl_basic_warnings INTERFACE)
-target_compile_options(ezossl_basic_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
-    -Wformat-security -Wundef $<$<BOOL:${EZOSSL_WERROR}>:-Werror>)
 add_library(ezossl_warnings INTERFACE)
-target_compile_options(ezossl_warnings INTERFACE -Wconversion -Wsign-conversion -Wdouble-promotion
-    -Wcast-qual
-    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>
-    $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
 target_link_libraries(ezossl_warnings INTERFACE ezossl_basic_warnings)
+if(PROJECT_IS_TOP_LEVEL)
+    # Tests compute what they expect in double and by hand: they have the basic warnings only.
+    target_compile_options(ezossl_basic_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+        -Wformat-security -Wundef $<$<BOOL:${EZOSSL_WERROR}>:-Werror>)
+    target_compile_options(ezossl_warnings INTERFACE -Wconversion -Wsign-conversion
+        -Wdouble-promotion -Wcast-qual
+        $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>
+        $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
+endif()
 
 # The library itself: no exceptions, no type information, no guards, nothing exported unless marked.
 add_library(ezossl_freestanding INTERFACE)

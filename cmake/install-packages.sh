@@ -6,8 +6,9 @@
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
 #   test    GoogleTest, and Python for its example and its XML parser
-#   check   formatting and static analysis
+#   check   formatting, static analysis, the pages, a look at the packages
 #   demo    the voices that demo.sh places
+#   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
 
@@ -27,13 +28,14 @@ for group in "$@"; do
     build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
     tools) packages="$packages libsndfile1-dev libsamplerate0-dev libasound2-dev libcli11-dev" ;;
     test) packages="$packages libgtest-dev python3" ;;
-    check) packages="$packages clang-format clang-tidy" ;;
+    check) packages="$packages clang-format clang-tidy shellcheck ccache doxygen lintian" ;;
     demo) packages="$packages alsa-utils" ;;
+    package) packages="$packages dpkg-dev file" ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
         echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo," \
-            "arm64, armhf" >&2
+            "package, arm64, armhf" >&2
         exit 2
         ;;
     esac

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+#
 # 64-bit Arm (Debian arm64), with Debian's cross compiler.
 
 set(CMAKE_SYSTEM_PROCESSOR aarch64)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+#
 # What the Debian cross compilers have in common. The including file sets EZOSSL_TRIPLET and
 # EZOSSL_EMULATOR_NAME. Libraries come from the multi-arch packages of the target architecture, so
 # there is no sysroot; programs for the target run under qemu-user.
@@ -10,3 +12,8 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${EZOSSL_EMULATOR_NAME} -L /usr/${EZOSSL_TRIPL
 
 # The target's .pc files only: those of this machine would name its own libraries.
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${EZOSSL_TRIPLET}/pkgconfig:/usr/share/pkgconfig)
+
+# As Debian has it; GNUInstallDirs does so by itself where nothing is cross compiled.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(CMAKE_INSTALL_LIBDIR lib/${EZOSSL_TRIPLET} CACHE PATH "Libraries")
+endif()

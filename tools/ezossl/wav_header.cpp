@@ -47,7 +47,7 @@ bool skip(int descriptor, uint64_t count)
 {
     unsigned char ignored[4096];
     for (uint64_t left = count; left > 0;) {
-        const std::size_t now = std::min<uint64_t>(left, sizeof ignored);
+        const auto now = static_cast<std::size_t>(std::min<uint64_t>(left, sizeof ignored));
         if (!read_all(descriptor, ignored, now))
             return false;
         left -= now;
