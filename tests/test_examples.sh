@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_examples.sh TOOL LOCATE LOCATE_CPP [LIBRARY] - the examples find the angle of a scene that the
-# tool makes, and print nothing else. Without LIBRARY the example in Python is left out.
+# test_examples.sh TOOL LOCATE LOCATE_CPP [LIBRARY] - the examples find the angle of a scene that
+# the tool makes, and print nothing else. Without LIBRARY the example in Python is left out.
 set -euo pipefail
 tool=$1 locate=$2 locate_cpp=$3
 export EZOSSL_LIBRARY=${4:-}

@@ -42,8 +42,8 @@ void fft_init(FftContext *ctx);
 // Transforms `data`, an array of points + 2 floats, in place.
 //   kFftForward  points real samples become points / 2 + 1 bins,
 //                X[k] = sum over n of x[n] exp(-2 pi i k n / points), not scaled
-//   kFftInverse  bins become samples, scaled by 1 or `points`, as the FFT library does; the last two
-//                floats become 0
+//   kFftInverse  bins become samples, scaled by 1 or `points` as the FFT library has it; the last
+//                two floats become 0
 // Any other direction, and `points` other than fft_size, do nothing. `aux1` and `aux2` are only
 // tested for NULL. A NULL argument prints a line; where a transform is still possible, it follows.
 void fft_rdft(FftContext *ctx, int32_t points, int32_t direction, float *data, const float *aux1,

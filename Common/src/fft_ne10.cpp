@@ -65,7 +65,7 @@ bool move_arrays(FftRegion &region, Ne10Plan &plan, size_t points)
 bool move_arrays(FftRegion &region, Ne10Plan &plan, size_t points)
 {
     Record &record = plan.record;
-    // The tables of the inverse end where those of the forward transform do, and are read backwards.
+    // The inverse reads the tables of the forward transform backwards, from their end.
     const ptrdiff_t end = record.r_twiddles_backward - record.r_twiddles;
     const ptrdiff_t neon_end = record.r_twiddles_neon_backward - record.r_twiddles_neon;
     if (!reserve(region, record.buffer, points) || !move_factors(region, record.r_factors) ||
