@@ -115,6 +115,8 @@ TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
         run(arguments);
         EXPECT_EQ(contents("out") + contents("err"), out + err) << arguments;
     }
+    run("x.wav -s 5.8 -o pipe; wait; cat got", "out", "mkfifo pipe; cat pipe >got &");
+    EXPECT_EQ(contents("out"), out);
     run("track -v x.wav -s 5.8cm"); // the library's messages go to standard error only
     EXPECT_EQ(contents("out"), out);
     EXPECT_NE(contents("err"), err);

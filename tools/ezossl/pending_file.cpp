@@ -35,19 +35,24 @@ PendingFile::PendingFile(const std::string &target)
         throw UsageFailure("-: this file cannot go to standard output; give it a name");
     std::error_code error;
     const fs::file_status status = fs::status(target, error);
-    // Renaming would put a plain file in the place of a device.
-    if (fs::exists(status) && !fs::is_regular_file(status))
+    // Renaming would put a plain file in the place of a device or a pipe: they are written to.
+    if (fs::is_character_file(status) || fs::is_fifo(status))
+        working_path_ = place_ = target;
+    else if (fs::exists(status) && !fs::is_regular_file(status))
         throw Failure(target + ": exists and is not a regular file; choose another name");
 }
 
 PendingFile::~PendingFile()
 {
     std::error_code ignored;
-    fs::remove(working_path_, ignored);
+    if (working_path_ != place_)
+        fs::remove(working_path_, ignored);
 }
 
 void PendingFile::commit()
 {
+    if (working_path_ == place_)
+        return;
     std::error_code error;
     fs::rename(working_path_, place_, error);
     if (error)

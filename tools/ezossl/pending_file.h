@@ -7,11 +7,11 @@
 #include <string>
 
 // Write to working_path(), beside the target (beside what a symbolic link leads to), then commit().
-// Without commit() nothing is left.
+// Without commit() nothing is left. A device or a pipe is written to itself.
 class PendingFile
 {
 public:
-    // Refuses a target that exists and is no regular file, and -, which is no file.
+    // Refuses -, which is no file, and what nobody can write to, such as a directory.
     explicit PendingFile(const std::string &target);
     ~PendingFile();
     PendingFile(const PendingFile &) = delete;
