@@ -4,19 +4,15 @@
 # -DEZOSSL_KISSFFT_SOURCE_DIR=build/kissfft. Needs a mirror with sources, and no privileges.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. cmake/main-archive.sh
 
 folder=$PWD/build/kissfft
 [ ! -e "$folder/kiss_fft.c" ] || exit 0
 
 aside=$(mktemp -d)
 trap 'rm -rf "$aside"' EXIT
+private_apt "$aside" "$(main_archive deb-src)"
 cd "$aside"
-# shellcheck disable=SC2016 # apt-get's own variables
-apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Label: Debian' 'Component: main' \
-    'Created-By: Packages' | sort -u | awk '$2 !~ /-/ { print "deb-src", $1, $2, "main" }' >list
-mkdir -p lists/partial cache/archives/partial
-apt=(apt-get -o Dir::Etc::SourceList="$aside/list" -o Dir::Etc::SourceParts=-
-    -o Dir::State::Lists="$aside/lists" -o Dir::Cache="$aside/cache" -o APT::Sandbox::User=)
 if ! { "${apt[@]}" update && "${apt[@]}" source --download-only kissfft; } >log 2>&1; then
     cat log >&2
     echo "fetch-kissfft.sh: the mirror has no source package of KISS FFT; unpack it yourself and" \

@@ -5,6 +5,7 @@
 # packages of the two architectures hold the same documentation files with other contents.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. cmake/main-archive.sh
 
 architecture=$1
 folder=$PWD/build/ne10/$architecture
@@ -12,15 +13,17 @@ folder=$PWD/build/ne10/$architecture
 
 aside=$(mktemp -d)
 trap 'rm -rf "$aside"' EXIT
+private_apt "$aside" "$(main_archive deb "[arch=$architecture]")"
 cd "$aside"
-for package in libne10-10 libne10-dev; do
-    if ! apt-get download "$package:$architecture" >log 2>&1; then
-        cat log >&2
-        echo "fetch-ne10.sh: no $package for $architecture; run apt-get update and try again, or" \
-            "build with KISS FFT: -DEZOSSL_FFT=kissfft" >&2
-        exit 1
-    fi
-    dpkg-deb --extract "$package"_*.deb unpacked
+if ! { "${apt[@]}" update &&
+    "${apt[@]}" download "libne10-10:$architecture" "libne10-dev:$architecture"; } >log 2>&1; then
+    cat log >&2
+    echo "fetch-ne10.sh: the mirror has no libne10-dev for $architecture; to build with KISS FFT:" \
+        "-DEZOSSL_FFT=kissfft" >&2
+    exit 1
+fi
+for package in ./*.deb; do
+    dpkg-deb --extract "$package" unpacked
 done
 rm -rf unpacked/usr/share "$folder"
 mkdir -p "$(dirname "$folder")"

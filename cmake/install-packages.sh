@@ -11,6 +11,8 @@
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
+# shellcheck source=cmake/main-archive.sh
+. "$(dirname "$0")/main-archive.sh"
 
 packages=
 architectures= # foreign ones
@@ -84,15 +86,9 @@ failed() {
     exit 1
 }
 
-# The lists of foreign architectures come from the main archive alone: of all archives it is the one
-# that mirrors have for every architecture, and its packages match one another.
 update_foreign() {
-    local list="$log".list
-    # shellcheck disable=SC2016 # apt-get's own variables
-    apt-get indextargets --format '$(REPO_URI) $(CODENAME)' 'Label: Debian' 'Component: main' \
-        'Created-By: Packages' "Architecture: $native" | sort -u |
-        awk -v archs="${architectures// /,}" '$2 !~ /-/ {
-            print "deb [arch=" substr(archs, 2) "]", $1, $2, "main" }' >"$list"
+    local list="$log".list separated=${architectures# }
+    main_archive deb "[arch=${separated// /,}]" >"$list"
     quietly apt-get update -o Dir::Etc::SourceList="$list" -o Dir::Etc::SourceParts=- \
         -o APT::Get::List-Cleanup=false
 }
