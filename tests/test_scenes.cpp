@@ -115,15 +115,17 @@ std::string answers()
         const std::vector<int16_t> samples = scene_of(scene.sound, scene.span);
         for (auto block = samples.begin(); block != samples.end(); block += kFrames * 256) {
             const auto delays = run_all(ssl, {block, block + kFrames * 256});
-            const std::string votes = listed("votes", ssl->vote_count[0]), bits = bits_of(ssl);
+            text += scene.name;
+            text += " " + std::to_string(scene.rate) + listed("delays", delays);
+            text += listed("votes", ssl->vote_count[0]);
+            const std::string bits = bits_of(ssl);
             int32_t angle;
             const int32_t code = EzoSsl_Get_Direction(ssl, &angle);
             EzoSsl_Reset_Mapping(ssl);
             char answer[64];
             std::snprintf(answer, sizeof answer, " | %" PRIx32 " | %" PRId32 " degrees", code,
                           angle);
-            text += scene.name + (" " + std::to_string(scene.rate)) + listed("delays", delays) +
-                    votes + answer + bits;
+            text += answer + bits;
         }
     }
     return text;
