@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <regex>
 
 namespace {
 
@@ -131,13 +130,22 @@ std::string answers()
     return text;
 }
 
+std::string without_bits(std::string text)
+{
+    const std::string bits = " | bits 0123456789abcdef";
+    for (size_t at; (at = text.find(bits.substr(0, 8))) != std::string::npos;)
+        text.erase(at, bits.size());
+    return text;
+}
+
 TEST(Scenes, HaveTheSameAnswersOnEveryMachine)
 {
     std::string expected = read_file(EZOSSL_SCENE_ANSWERS), actual = answers();
     // The sums are the same to the last bit if the FFT is compiled with the library.
-    if (!EZOSSL_FFT_FROM_SOURCE)
-        for (std::string *text : {&expected, &actual})
-            *text = std::regex_replace(*text, std::regex(" \\| bits .*"), "");
+    if (!EZOSSL_FFT_FROM_SOURCE) {
+        expected = without_bits(expected);
+        actual = without_bits(actual);
+    }
     EXPECT_TRUE(actual == expected) << actual << "differs from " EZOSSL_SCENE_ANSWERS;
 }
 
