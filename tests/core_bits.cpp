@@ -29,21 +29,39 @@ void print(const char *name, const T &field)
 } // namespace
 
 #ifndef __SANITIZE_ADDRESS__ // which has its own malloc
-extern "C" void *__libc_malloc(size_t bytes);
-extern "C" void __libc_free(void *block);
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" void *malloc(size_t bytes)
+extern "C" {
+void *__libc_realloc(void *block, size_t bytes);
+void *__libc_calloc(size_t count, size_t bytes);
+void __libc_free(void *block);
+static void *allocate(void *before, size_t bytes)
 {
     ++heap_calls;
-    void *const block = heap_empty ? nullptr : __libc_malloc(bytes);
+    void *const block = heap_empty ? nullptr : __libc_realloc(before, bytes);
+    heap_blocks += before == nullptr && block != nullptr;
+    return block;
+}
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+void *malloc(size_t bytes)
+{
+    return allocate(nullptr, bytes);
+}
+void *realloc(void *before, size_t bytes)
+{
+    return allocate(before, bytes);
+}
+void *calloc(size_t count, size_t bytes)
+{
+    ++heap_calls;
+    void *const block = heap_empty ? nullptr : __libc_calloc(count, bytes);
     heap_blocks += block != nullptr;
     return block;
 }
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
-extern "C" void free(void *block)
+void free(void *block)
 {
     heap_blocks -= block != nullptr;
     __libc_free(block);
+}
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 }
 #endif
 

@@ -79,12 +79,19 @@ bool move_arrays(FftRegion &region, Ne10Plan &plan, size_t points)
 }
 #endif
 
-// Points Ne10's transforms at their NEON or plain versions. Should Ne10 fail to find out which (it
-// prints why), the plain ones run on any machine.
+// Points Ne10's transforms at their NEON or plain versions. Ne10 looks for "neon" in /proc/cpuinfo.
+// 64-bit Arm always has it, but there Linux writes "asimd". Should Ne10 fail to find out on 32-bit
+// Arm (it prints why), the plain versions run on any machine.
 void start_ne10()
 {
-    if (ne10_init() != NE10_OK)
+    const bool is_sure = ne10_init() == NE10_OK;
+#ifdef __aarch64__
+    static_cast<void>(is_sure);
+    ne10_init_dsp(NE10_OK);
+#else
+    if (!is_sure)
         ne10_init_dsp(NE10_ERR);
+#endif
 }
 
 } // namespace
