@@ -61,7 +61,7 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
         for (snd_pcm_uframes_t n = 0; n < size; n++) {
             const size_t bit = areas[channel].first + (offset + n) * areas[channel].step;
             int16_t *sample = (int16_t *)((char *)areas[channel].addr + bit / 8);
-            *sample = noise(delivered + (long)n - LEAD * (channel % 2));
+            *sample = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
         }
     delivered += (long)size;
     return (snd_pcm_sframes_t)size;
@@ -96,4 +96,4 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
     *pcmp = device.pcm;
     return 0;
 }
-SND_PCM_PLUGIN_SYMBOL(faulty);
+SND_PCM_PLUGIN_SYMBOL(faulty)
