@@ -72,8 +72,10 @@ consumer() { # FOLDER OPTION... - builds the project in tests/install
     fi
     finds_angle "$1"/ezossl_*
 }
-consumer c -DCMAKE_PREFIX_PATH="$work/moved"
-consumer cxx -DCMAKE_PREFIX_PATH="$work/moved" '-DCONSUMER_LANGUAGES=C;CXX'
+# Where CMake finds it in a folder of libraries that is not this system's, too.
+installed=-DCMAKE_PREFIX_PATH=$work/moved/$lib/cmake/ezossl
+consumer c "$installed"
+consumer cxx "$installed" '-DCONSUMER_LANGUAGES=C;CXX'
 consumer part -DEZOSSL_SOURCE="$source"
 for program in */ezossl_static_*; do
     is_static "$program" || fail "$program: not with the static library"
@@ -95,4 +97,4 @@ is_static c--static.out || fail 'pkg-config: not the static library'
 
 # The static library may be in a package that is not installed.
 rm moved/"$lib"/libezossl.a
-consumer shared -DCMAKE_PREFIX_PATH="$work/moved" -DCONSUMER_LIBRARIES=ezossl
+consumer shared "$installed" -DCONSUMER_LIBRARIES=ezossl
