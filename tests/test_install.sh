@@ -3,7 +3,8 @@
 # test_install.sh BUILD_DIR CONFIG LIBDIR - what is installed is complete and may be moved; programs
 # in C and C++ are built with it by find_package() and by pkg-config, shared and static, and as a
 # part of a project in C; all find the angle of a scene that the installed tool makes. In the
-# environment: what CMake, compilers and pkg-config read there, and EMULATOR, what starts a program.
+# environment: what CMake, compilers and pkg-config read there; EMULATOR, what starts a program;
+# LIBRARIES, a folder of other libraries.
 set -euo pipefail
 source=$(realpath "$(dirname "$0")/..") build=$(realpath "$1") config=$2 lib=$3
 work=$(mktemp -d)
@@ -46,8 +47,11 @@ diff -B expected.txt found.txt || fail 'the files are not those that should be i
 readelf -d moved/bin/ezossl moved/"$lib"/libezossl.so >dynamic.txt
 grep -E 'R(UN)?PATH' dynamic.txt && fail 'a path of the build is left'
 
-export LD_LIBRARY_PATH=$work/moved/$lib${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
-export DML_PATH=$work/errors.json
+export LD_LIBRARY_PATH=$work/moved/$lib:$work/libraries DML_PATH=$work/errors.json
+if [ -n "${LIBRARIES:-}" ]; then
+    ln -s "$LIBRARIES" libraries # flags have no blanks then
+    export LDFLAGS="-L$work/libraries -Wl,-rpath-link,$work/libraries"
+fi
 run() { # PROGRAM ARGUMENT...
     ${EMULATOR:-} "$@"
 }
