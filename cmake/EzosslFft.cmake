@@ -10,6 +10,7 @@
 #   EZOSSL_FFT_NEEDED             the shared library that it needs, if any
 #   EZOSSL_FFT_REQUIRES_PRIVATE   the same as pkg-config knows it,
 #   EZOSSL_FFT_LIBS_PRIVATE       or as the linker does
+#   EZOSSL_FFT_DEBIAN_PACKAGE     and the Debian package to develop with it
 
 set(EZOSSL_FFT auto CACHE STRING
     "FFT of the library: ne10, kissfft, or auto: Ne10 on Arm where it is found, else KISS FFT")
@@ -105,9 +106,11 @@ set(EZOSSL_FFT_FROM_SOURCE FALSE)
 set(EZOSSL_FFT_NEEDED "")
 set(EZOSSL_FFT_REQUIRES_PRIVATE "")
 set(EZOSSL_FFT_LIBS_PRIVATE "")
+set(EZOSSL_FFT_DEBIAN_PACKAGE "")
 if(EZOSSL_FFT_CHOSEN STREQUAL "ne10")
     set(EZOSSL_FFT_NEEDED libNE10)
-    set(EZOSSL_FFT_LIBS_PRIVATE -lNE10)
+    set(EZOSSL_FFT_LIBS_PRIVATE -lNE10 -pthread) # its threads are in libc as of glibc 2.34 only
+    set(EZOSSL_FFT_DEBIAN_PACKAGE libne10-dev)
     message(STATUS "FFT: Ne10, ${ne10_library}")
 elseif(EZOSSL_KISSFFT_SOURCE_DIR)
     set(EZOSSL_FFT_FROM_SOURCE TRUE)
@@ -115,5 +118,6 @@ elseif(EZOSSL_KISSFFT_SOURCE_DIR)
 else()
     set(EZOSSL_FFT_NEEDED libkissfft-float)
     set(EZOSSL_FFT_REQUIRES_PRIVATE kissfft-float)
+    set(EZOSSL_FFT_DEBIAN_PACKAGE libkissfft-dev)
     message(STATUS "FFT: KISS FFT, the system's library")
 endif()

@@ -12,21 +12,23 @@ list(TRANSFORM EZOSSL_FFT_REQUIRES_PRIVATE PREPEND -l OUTPUT_VARIABLE static_lib
 list(APPEND static_libraries ${EZOSSL_FFT_LIBS_PRIVATE} -lcjson -lm)
 target_link_libraries(ezossl_static INTERFACE "$<INSTALL_INTERFACE:${static_libraries}>")
 
-install(TARGETS ezossl EXPORT ezossl
+install(TARGETS ezossl EXPORT ezossl_shared
     LIBRARY COMPONENT libezossl1 NAMELINK_COMPONENT libezossl-dev
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS ezossl_static EXPORT ezossl
+install(TARGETS ezossl_static EXPORT ezossl_static
     ARCHIVE COMPONENT libezossl-dev
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES src/EzoSsl.h TYPE INCLUDE COMPONENT libezossl-dev)
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ezossl)
-install(EXPORT ezossl NAMESPACE ezossl:: FILE ezosslConfig.cmake DESTINATION ${config_dir}
+install(EXPORT ezossl_shared NAMESPACE ezossl:: FILE ezosslShared.cmake DESTINATION ${config_dir}
+    COMPONENT libezossl-dev)
+install(EXPORT ezossl_static NAMESPACE ezossl:: FILE ezosslStatic.cmake DESTINATION ${config_dir}
     COMPONENT libezossl-dev)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
-install(FILES ${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake DESTINATION ${config_dir}
-    COMPONENT libezossl-dev)
+install(FILES cmake/ezosslConfig.cmake ${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
+    DESTINATION ${config_dir} COMPONENT libezossl-dev)
 
 # Paths in the .pc file start at the file itself: the tree may be moved. Not so the system's own.
 set(prefix ${CMAKE_INSTALL_PREFIX})
@@ -51,3 +53,7 @@ if(TARGET ezossl_tool)
     install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT documentation)
 endif()
 install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC COMPONENT documentation)
+if(EZOSSL_KISSFFT_SOURCE_DIR)
+    install(FILES ${EZOSSL_KISSFFT_SOURCE_DIR}/COPYING TYPE DOC RENAME COPYING.kissfft
+        COMPONENT documentation)
+endif()

@@ -46,12 +46,8 @@ describe(ezossl-tools sound "${summary} (command line)
 ezossl finds the direction of sound in recordings and live from a sound card,
 checks the wiring of the microphones, and simulates scenes to try it with.")
 set(CPACK_COMPONENT_LIBEZOSSL-DEV_DEPENDS libezossl1)
-set(CPACK_DEBIAN_LIBEZOSSL-DEV_PACKAGE_DEPENDS libcjson-dev)
-if("kissfft-float" IN_LIST EZOSSL_FFT_REQUIRES_PRIVATE)
-    string(APPEND CPACK_DEBIAN_LIBEZOSSL-DEV_PACKAGE_DEPENDS ", libkissfft-dev")
-elseif("-lNE10" IN_LIST EZOSSL_FFT_LIBS_PRIVATE)
-    string(APPEND CPACK_DEBIAN_LIBEZOSSL-DEV_PACKAGE_DEPENDS ", libne10-dev")
-endif()
+set(dev_depends libcjson-dev ${EZOSSL_FFT_DEBIAN_PACKAGE})
+list(JOIN dev_depends ", " CPACK_DEBIAN_LIBEZOSSL-DEV_PACKAGE_DEPENDS)
 set(CPACK_COMPONENT_EZOSSL-TOOLS_DEPENDS libezossl1)
 
 # What the packages have besides.

@@ -19,6 +19,7 @@ if ! { "${apt[@]}" update && "${apt[@]}" source --download-only kissfft; } >log 
         "name the folder in EZOSSL_KISSFFT_SOURCE_DIR" >&2
     exit 1
 fi
-rm -rf "$folder"
-mkdir -p "$folder"
-tar -xf kissfft_*.orig.tar.* -C "$folder" --strip-components=1
+rm -rf "$folder" "$folder.part"
+mkdir -p "$folder.part"
+tar -xf kissfft_*.orig.tar.* -C "$folder.part" --strip-components=1
+mv "$folder.part" "$folder" # complete, or not there

@@ -13,18 +13,19 @@ folder=$PWD/build/ne10/$architecture
 
 aside=$(mktemp -d)
 trap 'rm -rf "$aside"' EXIT
-private_apt "$aside" "$(main_archive deb "[arch=$architecture]")"
+private_apt "$aside" "$(main_archive deb "arch=$architecture")"
 cd "$aside"
 if ! { "${apt[@]}" update &&
     "${apt[@]}" download "libne10-10:$architecture" "libne10-dev:$architecture"; } >log 2>&1; then
     cat log >&2
     echo "fetch-ne10.sh: the mirror has no libne10-dev for $architecture; to build with KISS FFT:" \
-        "-DEZOSSL_FFT=kissfft" >&2
+        "cmake --preset $architecture -DEZOSSL_FFT=kissfft" >&2
     exit 1
 fi
+rm -rf "$folder" "$folder.part"
+mkdir -p "$folder.part"
 for package in ./*.deb; do
-    dpkg-deb --extract "$package" unpacked
+    dpkg-deb --extract "$package" "$folder.part"
 done
-rm -rf unpacked/usr/share "$folder"
-mkdir -p "$(dirname "$folder")"
-mv unpacked "$folder"
+rm -rf "$folder.part/usr/share"
+mv "$folder.part" "$folder" # complete, or not there

@@ -69,7 +69,8 @@ done
 as_root=
 if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-        echo "Packages are missing and there is no sudo; as root, run: apt-get install$missing" >&2
+        echo "Packages are missing:$missing" >&2
+        echo "There is no sudo; as root, run: cmake/install-packages.sh $*" >&2
         exit 1
     fi
     as_root=sudo
@@ -88,7 +89,7 @@ failed() {
 
 update_foreign() {
     local list="$log".list separated=${architectures# }
-    main_archive deb "[arch=${separated// /,}]" >"$list"
+    main_archive deb "arch=${separated// /,}" >"$list"
     quietly apt-get update -o Dir::Etc::SourceList="$list" -o Dir::Etc::SourceParts=- \
         -o APT::Get::List-Cleanup=false
 }

@@ -1,10 +1,12 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_install.sh BUILD_DIR - what is installed is complete and may be moved; programs in C and C++
-# are built with it by find_package() and by pkg-config, shared and static, and as a part of a
-# project in C; all find the angle of a scene that the installed tool makes.
+# test_install.sh BUILD_DIR CONFIG LIBDIR - what is installed is complete and may be moved; programs
+# in C and C++ are built with it by find_package() and by pkg-config, shared and static, and as a
+# part of a project in C; all find the angle of a scene that the installed tool makes. In the
+# environment: what CMake, compilers and pkg-config read there; EMULATOR, what starts a program;
+# LIBRARIES, a folder of other libraries.
 set -euo pipefail
-source=$(realpath "$(dirname "$0")/..") build=$(realpath "$1")
+source=$(realpath "$(dirname "$0")/..") build=$(realpath "$1") config=$2 lib=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
@@ -13,45 +15,58 @@ fail() {
     exit 1
 }
 
-DESTDIR=$work/stage cmake --install "$build" --prefix /opt/ezossl >install.log
+DESTDIR=$work/stage cmake --install "$build" --config "$config" --prefix /opt/ezossl >install.log
 mv stage/opt/ezossl moved
 rmdir -p stage/opt || fail 'files besides the prefix'
-type=$(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$build/CMakeCache.txt")
+kissfft_licence=
+! grep -q '^EZOSSL_KISSFFT_SOURCE_DIR:.*=.' "$build/CMakeCache.txt" ||
+    kissfft_licence=./share/doc/ezossl/COPYING.kissfft
 (cd moved && find . ! -type d | sort) >found.txt
 sort >expected.txt <<END
 ./bin/ezossl
 ./include/EzoSsl.h
-./lib/cmake/ezossl/ezosslConfig-${type,,}.cmake
-./lib/cmake/ezossl/ezosslConfig.cmake
-./lib/cmake/ezossl/ezosslConfigVersion.cmake
-./lib/libezossl.a
-./lib/libezossl.so
-./lib/libezossl.so.1
-./lib/libezossl.so.1.4.0
-./lib/pkgconfig/ezossl.pc
+./$lib/cmake/ezossl/ezosslConfig.cmake
+./$lib/cmake/ezossl/ezosslConfigVersion.cmake
+./$lib/cmake/ezossl/ezosslShared-${config,,}.cmake
+./$lib/cmake/ezossl/ezosslShared.cmake
+./$lib/cmake/ezossl/ezosslStatic-${config,,}.cmake
+./$lib/cmake/ezossl/ezosslStatic.cmake
+./$lib/libezossl.a
+./$lib/libezossl.so
+./$lib/libezossl.so.1
+./$lib/libezossl.so.1.4.0
+./$lib/pkgconfig/ezossl.pc
 ./share/bash-completion/completions/ezossl
 ./share/doc/ezossl/CHANGELOG.md
+$kissfft_licence
 ./share/doc/ezossl/LICENSE
 ./share/doc/ezossl/NOTICE
 ./share/man/man1/ezossl.1
 END
-diff expected.txt found.txt || fail 'the files are not those that should be installed'
-readelf -d moved/bin/ezossl moved/lib/libezossl.so | grep -E 'R(UN)?PATH' &&
-    fail 'a path of the build is left'
+diff -B expected.txt found.txt || fail 'the files are not those that should be installed'
+readelf -d moved/bin/ezossl moved/"$lib"/libezossl.so >dynamic.txt
+grep -E 'R(UN)?PATH' dynamic.txt && fail 'a path of the build is left'
 
-export LD_LIBRARY_PATH=$work/moved/lib DML_PATH=$work/errors.json
+export LD_LIBRARY_PATH=$work/moved/$lib:$work/libraries DML_PATH=$work/errors.json
+if [ -n "${LIBRARIES:-}" ]; then
+    ln -s "$LIBRARIES" libraries # flags have no blanks then
+    export LDFLAGS="-L$work/libraries -Wl,-rpath-link,$work/libraries"
+fi
+run() { # PROGRAM ARGUMENT...
+    ${EMULATOR:-} "$@"
+}
 echo '{"debug_level": 1}' >errors.json
-moved/bin/ezossl simulate -a 30 -s 5.8cm -r 16000 -d 1 -o scene.wav 2>simulate.log
+run moved/bin/ezossl simulate -a 30 -s 5.8cm -r 16000 -d 1 -o scene.wav 2>simulate.log
 finds_angle() { # PROGRAM...
     local program
     for program in "$@"; do
-        tail -c +45 scene.wav | "$program" 16000 5.8 >answer.txt # behind the header
+        tail -c +45 scene.wav | run "$program" 16000 5.8 >answer.txt # behind the header
         awk '$3 == "angle" && ($4 - 30)^2 <= 16 { good++ } END { exit !(good == 3 && NR == 3) }' \
             answer.txt || fail "$program does not find the angle"
     done
 }
 is_static() { # PROGRAM
-    ! readelf -d "$1" | grep -q libezossl
+    readelf -d "$1" >dynamic.txt && ! grep libezossl dynamic.txt
 }
 
 consumer() { # FOLDER OPTION... - builds the project in tests/install
@@ -59,22 +74,31 @@ consumer() { # FOLDER OPTION... - builds the project in tests/install
         >"$1.log" 2>&1; then
         cat "$1.log" && fail "$1: the project is not built"
     fi
-    finds_angle "$1"/ezossl_C "$1"/ezossl_static_C
-    is_static "$1/ezossl_static_C" || fail "$1: not the static library"
+    finds_angle "$1"/ezossl_*
 }
-consumer c -DCMAKE_PREFIX_PATH="$work/moved"
-consumer cxx -DCMAKE_PREFIX_PATH="$work/moved" '-DCONSUMER_LANGUAGES=C;CXX'
-finds_angle cxx/ezossl_CXX cxx/ezossl_static_CXX
+# Where CMake finds it in a folder of libraries that is not this system's, too.
+installed=-DCMAKE_PREFIX_PATH=$work/moved/$lib/cmake/ezossl
+consumer c "$installed"
+consumer cxx "$installed" '-DCONSUMER_LANGUAGES=C;CXX'
 consumer part -DEZOSSL_SOURCE="$source"
+for program in */ezossl_static_*; do
+    is_static "$program" || fail "$program: not with the static library"
+done
 
-export PKG_CONFIG_PATH=$work/moved/lib/pkgconfig
+export PKG_CONFIG_PATH=$work/moved/$lib/pkgconfig
+moved=
+! grep -qx 'prefix=/usr' "$PKG_CONFIG_PATH/ezossl.pc" || moved=--define-variable=prefix=$work/moved
 # Unquoted: words of flags.
 # shellcheck disable=SC2046,SC2086
 for kind in '' --static; do
-    flags=$(pkg-config $kind --cflags --libs ezossl)
+    flags="$(pkg-config $kind $moved --cflags --libs ezossl) ${LDFLAGS:-}"
     [ -z "$kind" ] || flags=${flags/-lezossl/-l:libezossl.a} # the .so is next to it
     ${CC:-cc} ${CFLAGS:-} -std=c99 "$source/examples/locate.c" $flags -o "c$kind.out"
     ${CXX:-c++} ${CXXFLAGS:-} -std=c++17 "$source/examples/locate.cpp" $flags -o "cxx$kind.out"
     finds_angle "./c$kind.out" "./cxx$kind.out"
 done
 is_static c--static.out || fail 'pkg-config: not the static library'
+
+# The static library may be in a package that is not installed.
+rm moved/"$lib"/libezossl.a
+consumer shared "$installed" -DCONSUMER_LIBRARIES=ezossl
