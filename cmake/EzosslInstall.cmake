@@ -47,13 +47,18 @@ install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR
     COMPONENT libezossl-dev)
 
 if(TARGET ezossl_tool)
+    # Below /usr the system finds the library; elsewhere it may not look for it.
+    if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        file(RELATIVE_PATH libdir_of_bindir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(ezossl_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${libdir_of_bindir}")
+    endif()
     install(TARGETS ezossl_tool COMPONENT ezossl-tools)
     install(FILES tools/completion/ezossl COMPONENT ezossl-tools
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT documentation)
 endif()
 install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC COMPONENT documentation)
-if(EZOSSL_KISSFFT_SOURCE_DIR)
+if(EZOSSL_FFT_FROM_SOURCE)
     install(FILES ${EZOSSL_KISSFFT_SOURCE_DIR}/COPYING TYPE DOC RENAME COPYING.kissfft
         COMPONENT documentation)
 endif()

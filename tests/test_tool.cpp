@@ -71,6 +71,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "- -s 5 </dev/null", "standard input: is empty"},
         {2, "track - - -s 5", "- can be given once"},
         {2, "-s 5", "there is no command and no file in '-s 5'"},
+        {2, "trakc cd.wav -s 5", "there is no command and no file 'trakc'"},
+        {2, "cd.wav -s 5 --plot x.png", "x.png: is drawn as SVG"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given once only"},
         {2, "cd.wav -s 5 -r 16k", "--rate: 16k is none of its values"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},

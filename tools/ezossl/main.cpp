@@ -144,11 +144,11 @@ void complete_command(std::vector<std::string> &arguments)
         return;
     if (arguments.front() == "help")
         arguments.front() = "--help";
-    else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))
-        arguments.insert(arguments.begin(), "track");
-    else if (arguments.front().rfind('-', 0) != 0)
+    else if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
         throw UsageFailure("there is no command and no file '" + arguments.front() +
                            "'; for the commands: ezossl --help");
+    else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))
+        arguments.insert(arguments.begin(), "track");
 }
 
 std::vector<std::string> command_line(int argc, char **argv)

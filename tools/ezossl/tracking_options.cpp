@@ -141,6 +141,10 @@ void TrackingOptions::check(const std::vector<std::string> &inputs,
         throw UsageFailure("- can be given once; standard input ends only once");
     if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
         throw UsageFailure("--plot and --histogram draw one input; give one at a time");
+    for (const std::string &file : {plot, histogram})
+        if (const auto ending = std::filesystem::path(file).extension();
+            !ending.empty() && ending != ".svg")
+            throw UsageFailure(file + ": is drawn as SVG; let its name end in .svg");
     check_outputs({output, plot, histogram, recording}, inputs);
 }
 
