@@ -14,7 +14,7 @@ for package in "$folder"/*.deb; do
 done
 architecture=$(dpkg-deb --field "$folder"/libezossl1_*.deb Architecture)
 ask() { # VARIABLE - of the machine that the packages are for
-    dpkg-architecture -f -a "$architecture" -q "DEB_HOST_$1"
+    dpkg-architecture -A "$architecture" -q "DEB_TARGET_$1"
 }
 triplet=$(ask GNU_TYPE)
 libdir=usr/lib/$(ask MULTIARCH)
