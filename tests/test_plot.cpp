@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // test_plot.cpp - the figures: what is drawn for which blocks, in a document that is well formed.
 
-#include "plot.h"
+#include "plot/plot.h"
 
 #include <algorithm>
 #include <cmath>

@@ -8,15 +8,15 @@
 #include <memory>
 #include <sstream>
 
-#include "check.h"
-#include "demo.h"
-#include "failure.h"
-#include "geometry.h"
-#include "live.h"
-#include "options.h"
-#include "simulate.h"
-#include "text.h"
-#include "track.h"
+#include "base/failure.h"
+#include "base/text.h"
+#include "commands/check.h"
+#include "commands/demo.h"
+#include "commands/geometry.h"
+#include "commands/live.h"
+#include "commands/options.h"
+#include "commands/simulate.h"
+#include "commands/track.h"
 
 namespace {
 

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// interrupt.cpp - see interrupt.h.
+
+#include "base/interrupt.h"
+
+#include <cerrno>
+#include <csignal>
+#include <initializer_list>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Lock-free, as a signal handler needs it.
+volatile std::sig_atomic_t count = 0;
+volatile std::sig_atomic_t descriptor_to_end = -1;
+volatile std::sig_atomic_t nowhere = -1;
+
+extern "C" void count_interrupt(int)
+{
+    const int saved = errno;
+    count = count + 1;
+    if (descriptor_to_end >= 0 && nowhere >= 0)
+        dup2(nowhere, descriptor_to_end);
+    errno = saved;
+}
+
+} // namespace
+
+void watch_for_interrupts()
+{
+    nowhere = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    struct sigaction action = {};
+    action.sa_handler = count_interrupt; // without SA_RESTART: what waits is to notice
+    for (const int signal : {SIGINT, SIGTERM})
+        sigaction(signal, &action, nullptr);
+    struct sigaction previous = {};
+    sigaction(SIGHUP, nullptr, &previous);
+    if (previous.sa_handler != SIG_IGN) // nohup: stays when the terminal goes
+        sigaction(SIGHUP, &action, nullptr);
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+int interrupts()
+{
+    return count;
+}
+
+void end_on_interrupt(int descriptor)
+{
+    descriptor_to_end = descriptor;
+}

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// text.cpp - see text.h.
+
+#include "base/text.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <sstream>
+
+std::string format_text(const char *format, ...)
+{
+    va_list arguments;
+    va_list again;
+    va_start(arguments, format);
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    va_end(arguments);
+    std::string text(static_cast<std::size_t>(length > 0 ? length : 0), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
+}
+
+std::string counted(long count, const char *thing)
+{
+    return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
+}
+
+std::string wrapped(const std::string &text, std::size_t indent)
+{
+    std::istringstream words(text);
+    std::string result;
+    std::size_t column = indent;
+    for (std::string word; words >> word; column += word.size()) {
+        if (column > indent && column + 1 + word.size() > kTextWidth) {
+            result += '\n' + std::string(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            result += ' ';
+            column++;
+        }
+        result += word;
+    }
+    return result;
+}
+
+void note(const std::string &text)
+{
+    std::fprintf(stderr, "ezossl: %s\n", text.c_str());
+}

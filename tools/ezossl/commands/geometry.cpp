@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: MIT
+// geometry.cpp - see geometry.h. The figures come from pair_geometry.cpp.
+
+#include "commands/geometry.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "base/text.h"
+#include "base/units.h"
+#include "input/audio_file.h"
+#include "tracking/pair_geometry.h"
+
+namespace {
+
+struct Explanation {
+    const char *name;
+    const char *text;
+};
+constexpr Explanation kExplanations[] = {
+    {"longest lag", "samples that sound needs from one microphone to the other"},
+    {"D", "the limit that the library counts with: the longest lag in float arithmetic, cut to "
+          "whole samples, plus one; frames with lags beyond D + 3 are rejected"},
+    {"directions", "every frame votes for the nearest of nine directions k, 22.5 degrees apart, "
+                   "that expect a delay of D cos(k pi / 8) (with the D of 25 degrees Celsius). "
+                   "Counted are those that a possible lag votes for: a whole number of samples, "
+                   "no more than the longest lag, within -(D + 3) ... D + 3 and -128 ... 127"},
+    {"first step", "angle of a lag of one sample. Angles between whole lags come from the mean "
+                   "over a block and from the shape of the correlation's peak"},
+    {"seen up to", "angle of the longest lag that a frame can show: 127 samples"},
+    {"modes", "bf_mode 0, spectral, sees lags of -128 ... 127 samples. bf_mode 1, time-domain, "
+              "sees lags below 128 and locates nothing, as both its frames carry microphone 0"},
+};
+
+std::string explanations()
+{
+    std::string text;
+    for (const Explanation &explanation : kExplanations)
+        text += format_text("%s%-13s%s", text.empty() ? "" : "\n", explanation.name,
+                            wrapped(explanation.text, 13).c_str());
+    return text;
+}
+
+struct GeometryOptions {
+    ArrayOptions array;
+    int rate = 0; // all
+};
+
+double widest_spacing_cm(int rate, int temperature)
+{
+    return 100.0 * kHighestSeenLag * speed_of_sound(temperature) / rate;
+}
+
+void print_spacing(const ArrayOptions &array, DataOutput &output)
+{
+    const double speed = speed_of_sound(array.temperature);
+    output.print("spacing %g cm at %d deg Celsius: sound takes %.1f us at %.1f m/s\n",
+                 array.spacing_cm, array.temperature, array.spacing_cm * 1e4 / speed, speed);
+}
+
+void print_rates(const ArrayOptions &array, DataOutput &output)
+{
+    output.print("\n%9s  %11s  %4s  %10s  %10s  %10s  %s\n", "rate [Hz]", "longest lag", "D",
+                 "directions", "first step", "seen up to", "widest spacing");
+    for (const int rate : kSampleRates) {
+        const PairGeometry pair(array.spacing_cm, rate, array.temperature);
+        const auto reachable = pair.reachable_directions();
+        char first_step[16] = "none";
+        if (pair.longest_possible_lag() >= 1)
+            std::snprintf(first_step, sizeof first_step, "%.1f deg", pair.angle_of_lag(-1));
+        output.print("%9d  %11.2f  %4d  %5td of %d  %10s  %6.1f deg  %11.1f cm\n", rate,
+                     pair.longest_lag(), pair.limit(),
+                     std::count(reachable.begin(), reachable.end(), true), kDirectionCount,
+                     first_step, pair.widest_angle(), widest_spacing_cm(rate, array.temperature));
+    }
+    output.print("\nWith -r RATE: lag by lag. What the columns mean: ezossl geometry --help\n");
+}
+
+// Of a lag that is so many samples longer than the longest one.
+const char *remark(double excess)
+{
+    if (excess <= 0.0)
+        return "";
+    return excess < 0.5 ? "  longer than the longest lag: rounded up, near the axis"
+                        : "  beyond the spacing: echoes and noise";
+}
+
+void print_lags(const ArrayOptions &array, int rate, DataOutput &output)
+{
+    const PairGeometry pair(array.spacing_cm, rate, array.temperature);
+    const auto reachable = pair.reachable_directions();
+    output.print("rate %d Hz: longest lag %.2f samples, D = %d, directions reachable:", rate,
+                 pair.longest_lag(), pair.limit());
+    for (int k = 0; k < kDirectionCount; k++) {
+        if (reachable[static_cast<std::size_t>(k)])
+            output.print(" %+g", angle_of_direction(k));
+    }
+    output.print("\n\n%5s  %11s  %s\n", "lag", "angle [deg]", "votes for direction");
+    for (int lag = -pair.longest_accepted_lag(); lag <= pair.longest_accepted_lag(); lag++) {
+        const int direction = pair.direction_of_lag(lag);
+        output.print("%+5d  %+11.1f  %d (%+g)%s\n", lag, pair.angle_of_lag(lag), direction,
+                     angle_of_direction(direction), remark(std::abs(lag) - pair.longest_lag()));
+    }
+}
+
+void show_geometry(const GeometryOptions &options, DataOutput &output)
+{
+    print_spacing(options.array, output);
+    if (options.rate == 0)
+        print_rates(options.array, output);
+    else
+        print_lags(options.array, options.rate, output);
+    output.finish();
+}
+
+} // namespace
+
+Command add_geometry_command(CLI::App &app)
+{
+    const auto options = std::make_shared<GeometryOptions>();
+    CLI::App *const parser =
+        app.add_subcommand("geometry", "Show what a pair of microphones can resolve");
+    options->array.add_to(*parser);
+    parser->add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
+        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))));
+    parser->footer(explanations());
+    return {parser, [options](DataOutput &output) { show_geometry(*options, output); }};
+}

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: MIT
+// simulate.cpp - see simulate.h. The sound itself is made in scene.cpp.
+
+#include "commands/simulate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <optional>
+
+#include "base/failure.h"
+#include "base/units.h"
+#include "input/audio_file.h"
+#include "output/pending_file.h"
+#include "scene/scene.h"
+#include "scene/sound_source.h"
+
+namespace {
+
+constexpr double kLongestSeconds = 600.0;
+constexpr double kNoiseSeconds = 4.0;
+constexpr double kWalkStepSeconds = 0.1; // of the truth
+
+struct SimulateOptions {
+    std::vector<double> angles;
+    std::vector<double> walk; // from, to
+    ArrayOptions array;
+    int rate = 16000;
+    std::string input;
+    double seconds = 0.0; // per angle; 0 is not given
+    double snr_db = 30.0;
+    double mismatch_db = 0.0;
+    std::string room; // width x depth x height
+    double rt60 = 0.4;
+    double distance = 1.5;
+    uint32_t seed = 1;
+    std::string output;
+    std::string truth;
+    bool no_truth = false;
+
+    std::vector<Placement> placements() const
+    {
+        if (!walk.empty())
+            return {{walk[0], walk[1]}};
+        std::vector<Placement> result;
+        result.reserve(angles.size());
+        for (const double angle : angles)
+            result.push_back({angle, angle});
+        return result;
+    }
+    std::string truth_path() const
+    {
+        if (no_truth)
+            return "";
+        return truth.empty()
+                   ? std::filesystem::path(output).replace_extension(".truth.csv").string()
+                   : truth;
+    }
+};
+
+// The mono source at the scene's rate; an input shorter than the wanted duration is repeated.
+std::vector<float> make_source(const SimulateOptions &options, NoiseSource &noise)
+{
+    const bool is_limited = options.seconds > 0.0;
+    const auto wanted =
+        static_cast<std::size_t>((is_limited ? options.seconds : kNoiseSeconds) * options.rate);
+    if (options.input.empty())
+        return make_noise(wanted, noise);
+    // Beyond the limit by a second, so that a source that is too long shows.
+    std::vector<float> source = read_source(
+        options.input, is_limited ? options.seconds : kLongestSeconds + 1.0, options.rate);
+    if (is_limited)
+        repeat_to(source, wanted);
+    return source;
+}
+
+void check_length(const SimulateOptions &options, std::size_t source_length, std::size_t count)
+{
+    const double seconds = static_cast<double>(source_length) / options.rate;
+    if (seconds * static_cast<double>(count) <= kLongestSeconds)
+        return;
+    char text[128];
+    std::snprintf(text, sizeof text,
+                  "the scene is longer than %.0f s (%zu angles of %.1f s); shorten it with -d",
+                  kLongestSeconds, count, seconds);
+    throw Failure(text);
+}
+
+// A row per angle; of a walk a row per tenth of a second, with the angle in its middle.
+void write_truth(const PendingFile &file, const std::vector<Placement> &placements, double seconds)
+{
+    std::ofstream stream(file.working_path());
+    stream.precision(9);
+    stream << "t_start,t_end,angle_deg\n";
+    for (std::size_t i = 0; i < placements.size(); i++) {
+        const Placement &placement = placements[i];
+        const bool moves = placement.from != placement.to;
+        const int rows = moves ? static_cast<int>(std::ceil(seconds / kWalkStepSeconds)) : 1;
+        const double start = static_cast<double>(i) * seconds;
+        for (int row = 0; row < rows; row++)
+            stream << start + seconds * row / rows << ',' << start + seconds * (row + 1) / rows
+                   << ',' << placement.at((row + 0.5) / rows) << '\n';
+    }
+    stream.close();
+    if (!stream)
+        throw Failure(file.target() + ": cannot be written");
+}
+
+// Refuses outputs that would take the place of the input, or of each other.
+void check_names(const SimulateOptions &options)
+{
+    const std::string truth = options.truth_path();
+    std::error_code ignored; // of names that do not exist
+    const auto whole = [&ignored](const std::string &name) {
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
+    };
+    if (!truth.empty() && whole(truth) == whole(options.output))
+        throw Failure(options.output + ": is the name of both scene and truth; give two names");
+    for (const std::string &name : {options.output, truth}) {
+        if (!options.input.empty() && std::filesystem::equivalent(name, options.input, ignored))
+            throw Failure(name + ": is the input and would be overwritten; choose another name");
+    }
+}
+
+void report(const SimulateOptions &options, const SceneSettings &settings, double seconds)
+{
+    std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:", options.output.c_str(),
+                 seconds, options.rate, options.snr_db);
+    const char *separator = "";
+    const std::vector<double> &angles = options.walk.empty() ? options.angles : options.walk;
+    for (const double angle : angles) {
+        std::fprintf(stderr, "%s %+g deg (delay %+.3f samples)", separator, angle,
+                     far_field_delay(angle, settings));
+        separator = options.walk.empty() ? "," : " walking to";
+    }
+    const std::string truth = options.truth_path();
+    std::fprintf(stderr, "%s%s\n", truth.empty() ? "" : "; truth in ", truth.c_str());
+}
+
+SceneSettings scene_settings(const SimulateOptions &options)
+{
+    SceneSettings settings = {options.rate,   options.array.spacing_cm, options.array.temperature,
+                              options.snr_db, options.mismatch_db,      std::nullopt};
+    if (!options.room.empty())
+        settings.room = {parse_room_size(options.room), options.rt60, options.distance};
+    return settings;
+}
+
+void simulate(const SimulateOptions &options)
+{
+    if (options.angles.empty() == options.walk.empty())
+        throw UsageFailure("say where the sound comes from: either --angle -30 or --walk -90,90");
+    PendingFile output(options.output);
+    std::optional<PendingFile> truth;
+    const std::string truth_path = options.truth_path();
+    if (!truth_path.empty())
+        truth.emplace(truth_path);
+    check_names(options);
+
+    const SceneSettings settings = scene_settings(options);
+    const std::vector<Placement> placements = options.placements();
+    NoiseSource noise(options.seed);
+    const std::vector<float> source = make_source(options, noise);
+    check_length(options, source.size(), placements.size());
+    const double seconds = static_cast<double>(source.size()) / options.rate;
+    write_wav(output.working_path(), output.target(), options.rate, 2,
+              make_scene(source, placements, settings, noise));
+    if (truth)
+        write_truth(*truth, placements, seconds);
+    output.commit();
+    if (truth)
+        truth->commit();
+    report(options, settings, seconds);
+}
+
+void add_source_options(CLI::App &parser, SimulateOptions &options)
+{
+    parser
+        .add_option("-a,--angle", options.angles,
+                    "Where the sound comes from; several (-30,0,45) one after another")
+        ->delimiter(',')
+        ->type_name("DEG")
+        ->check(limits(-90, 90, "degrees"));
+    parser
+        .add_option("-w,--walk", options.walk, "Instead, evenly from one angle to another (-90,90)")
+        ->delimiter(',')
+        ->expected(2)
+        ->type_name("DEG,DEG")
+        ->check(limits(-90, 90, "degrees"));
+    parser
+        .add_option("-i,--input", options.input,
+                    "Sound of the source (first channel); without it, white noise")
+        ->type_name("FILE");
+    parser
+        .add_option("-d,--duration", options.seconds,
+                    "Seconds per angle (default: the whole input; 4 for noise)")
+        ->check(limits(0.1, kLongestSeconds, "seconds"))
+        ->type_name("SEC");
+    parser.add_option("-r,--rate", options.rate, "Sample rate of the scene")
+        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->type_name("HZ")
+        ->capture_default_str();
+    parser
+        .add_option("--snr", options.snr_db,
+                    "Level of the direct sound over each microphone's noise")
+        ->check(limits(-60, 120, "dB"))
+        ->type_name("DB")
+        ->capture_default_str();
+    parser.add_option("--mismatch", options.mismatch_db, "Gain of microphone 1 over microphone 0")
+        ->check(limits(-60, 60, "dB"))
+        ->type_name("DB")
+        ->capture_default_str();
+    parser.add_option("--seed", options.seed, "Of the noise; another seed, another noise")
+        ->type_name("NUMBER")
+        ->capture_default_str();
+}
+
+void add_room_options(CLI::App &parser, SimulateOptions &options)
+{
+    auto *const room =
+        parser
+            .add_option("--room", options.room,
+                        "Width x depth x height in metres (5x4x3); the pair stands along the "
+                        "width. Without it, the source is far and there are no echoes")
+            ->check(CLI::Validator(
+                [](const std::string &text) {
+                    try {
+                        parse_room_size(text);
+                        return std::string();
+                    } catch (const Failure &failure) {
+                        return std::string(failure.what());
+                    }
+                },
+                ""))
+            ->type_name("WxDxH")
+            ->excludes("--walk");
+    parser.add_option("--rt60", options.rt60, "Time in which the room's echoes fall by 60 dB")
+        ->check(limits(0.1, 1.0, "seconds"))
+        ->type_name("SEC")
+        ->capture_default_str()
+        ->needs(room);
+    parser.add_option("--distance", options.distance, "From the source to the pair in the room")
+        ->check(limits(0.2, 10.0, "metres"))
+        ->type_name("M")
+        ->capture_default_str()
+        ->needs(room);
+}
+
+} // namespace
+
+Command add_simulate_command(CLI::App &app)
+{
+    const auto options = std::make_shared<SimulateOptions>();
+    CLI::App *const parser =
+        app.add_subcommand("simulate", "Make a two-channel file with a known direction");
+    add_source_options(*parser, *options);
+    options->array.add_to(*parser);
+    add_room_options(*parser, *options);
+    parser->add_option("-o,--output", options->output, "16-bit WAV file to write")
+        ->type_name("FILE")
+        ->required();
+    auto *const truth =
+        parser
+            ->add_option(
+                "--truth", options->truth,
+                "CSV file for the true angles (default: that of the output, ending .truth.csv)")
+            ->type_name("FILE");
+    parser->add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
+    return {parser, [options](DataOutput &) { simulate(*options); }};
+}

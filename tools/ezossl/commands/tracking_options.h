@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// tracking_options.h - what `track` and `live` have in common on the command line.
+
+#ifndef EZOSSL_TOOL_TRACKING_OPTIONS_H
+#define EZOSSL_TOOL_TRACKING_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/options.h"
+#include "tracking/localizer.h"
+#include "tracking/tracker.h"
+
+enum class OutputFormat { table, csv, jsonl };
+
+struct TrackingOptions {
+    ArrayOptions array;
+    int gate_db = -80;
+    int block_frames = 32;
+    double block_ms = 0.0;     // instead of block_frames; 0 is not given
+    std::vector<int> channels; // of microphone 0 and 1, from 1; empty is not given
+    bool swap = false;
+    int rate = 0; // Hz; 0 is not given
+    int gain_db = 0;
+    DelayMode mode = DelayMode::vote;
+
+    OutputFormat format = OutputFormat::table;
+    std::string output;
+    std::string plot;
+    std::string histogram;
+    bool per_frame = false;
+    int on_change = 0; // degrees; 0 is not given
+    bool realtime = false;
+    bool quiet = false;
+    bool no_color = false;
+
+    void add_to(CLI::App &parser);
+    // Refuses what only shows when all options are known, such as an output that is an input.
+    void check(const std::vector<std::string> &inputs, const std::string &recording = "") const;
+
+    LocalizerSettings settings(int sample_rate) const;
+    // Refuses an input that has not the channels; `path` is for the message.
+    InputLayout layout(const std::string &path, int input_rate, int input_channels) const;
+
+private:
+    void add_array_options(CLI::App &parser);
+    void add_output_options(CLI::App &parser);
+    void check_outputs(std::vector<std::string> outputs,
+                       const std::vector<std::string> &inputs) const;
+};
+
+#endif

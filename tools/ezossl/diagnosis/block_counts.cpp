@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// block_counts.cpp - see block_counts.h.
+
+#include "diagnosis/block_counts.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+constexpr double kPauseDb = 25.0; // below the loudest block
+
+std::vector<Block> localize(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
+{
+    std::srand(1); // the library draws from rand(): the same samples give the same answer
+    Localizer localizer(settings);
+    std::vector<Block> blocks;
+    int16_t frame[kFrameSamples];
+    for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
+        std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(at), kFrameSamples, frame);
+        localizer.add_frame(frame);
+        if (localizer.is_block_complete())
+            blocks.push_back(localizer.finish_block());
+    }
+    return blocks;
+}
+
+} // namespace
+
+double BlockCounts::share() const
+{
+    return with_sound > 0 ? static_cast<double>(decided) / with_sound : 0.0;
+}
+
+BlockCounts count_blocks(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
+{
+    const std::vector<Block> blocks = localize(samples, settings);
+    double loudest = -HUGE_VAL;
+    for (const Block &block : blocks)
+        loudest = std::max(loudest, block.level);
+    BlockCounts counts{};
+    for (const Block &block : blocks) {
+        if (block.status == BlockStatus::quiet)
+            continue;
+        counts.loud++;
+        if (block.level <= loudest - kPauseDb)
+            continue;
+        counts.with_sound++;
+        counts.decided += block.status == BlockStatus::ok ? 1 : 0;
+    }
+    return counts;
+}

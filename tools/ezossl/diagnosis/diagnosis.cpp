@@ -1,0 +1,328 @@
+// SPDX-License-Identifier: MIT
+// diagnosis.cpp - see diagnosis.h. The lags are measured here and not by the library, which would
+// show what it rejects as rejected only; then the library has its say.
+
+#include "diagnosis/diagnosis.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/median.h"
+#include "base/text.h"
+#include "base/units.h"
+#include "diagnosis/block_counts.h"
+#include "diagnosis/lag_track.h"
+#include "diagnosis/pair_correlation.h"
+#include "input/audio_file.h"
+#include "input/resampler.h"
+
+namespace {
+
+// clang-format off
+constexpr FindingKind kTooQuiet = {true, "too quiet",
+    "blocks at or below the gate get no direction",
+    "raise the capture gain, or record a louder sound"};
+constexpr FindingKind kLossy = {false, "lossy compression",
+    "lossy compression changes the phase: angles of such a file cannot be trusted",
+    "record WAV or FLAC"};
+constexpr FindingKind kDeadChannel = {true, "dead channel",
+    "one microphone is not heard, so there is no direction",
+    "check its wiring, its supply and the capture channel"};
+constexpr FindingKind kIdentical = {true, "identical channels",
+    "both carry one signal, which has no direction",
+    "record two microphones, without a mono mix or a balanced line on two inputs"};
+constexpr FindingKind kLargeOffset = {true, "DC offset",
+    "the library locates the offset instead of the sound: its angles go to 0",
+    "remove it (sox IN OUT highpass 50), check the microphone's coupling"};
+constexpr FindingKind kOffset = {false, "DC offset",
+    "it takes headroom, and may open the noise gate for silence",
+    "remove it: sox IN OUT highpass 50"};
+constexpr FindingKind kClipped = {false, "clipped",
+    "loud parts are cut off; the directions of a single sound survive that",
+    "lower the capture gain all the same"};
+constexpr FindingKind kMismatch = {false, "level mismatch",
+    "directions do not depend on it, but the fainter microphone's noise does",
+    "check that both are uncovered and have the same gain"};
+constexpr FindingKind kInverted = {true, "inverted polarity",
+    "one channel is upside down; the library rejects every such frame",
+    "swap the wires of one microphone, or negate a channel: sox IN OUT remix 1 2v-1"};
+constexpr FindingKind kNoCommonSound = {true, "no common sound",
+    "the channels hear different things, or are further apart in time",
+    "record both microphones with one device, at one time"};
+constexpr FindingKind kDrift = {true, "drifting lag",
+    "the channels run on two clocks",
+    "record both microphones with one device"};
+constexpr FindingKind kImpossible = {true, "impossible lag",
+    "no source can be there: the spacing is larger than stated, or one channel is late",
+    "state the real spacing with -s, or record both with one device"};
+constexpr FindingKind kLongLag = {false, "long lag",
+    "the spacing may be larger than stated: angles come out too large, up to 90",
+    "measure the spacing, and state it with -s"};
+constexpr FindingKind kNoDirections = {true, "no directions",
+    "no fault of the channels was found, yet the library decides none",
+    "record a source that is nearer, louder or in a room with less echo"};
+constexpr FindingKind kFewDirections = {false, "few directions",
+    "the sound is far, noisy or full of echo",
+    "take the source nearer, or longer blocks"};
+constexpr FindingKind kLowerRate = {false, "few directions",
+    "so high a rate leaves little sound in a frame of 128 samples",
+    "use -r 16000"};
+// clang-format on
+
+constexpr double kDeadDb = 40.0;          // below the other channel
+constexpr double kMismatchDb = 12.0;      // between channels
+constexpr double kCopyResidual = 1.5;     // steps of 16 bits: rounding of either channel
+constexpr double kCopyLeastRms = 30.0;    // steps of 16 bits: a copy must be told from silence
+constexpr double kOffsetShare = 0.01;     // of full scale
+constexpr double kClippedShare = 0.0005;  // of the samples
+constexpr double kLargeOffsetRatio = 5.0; // to the sound; from here on angles go to 0
+constexpr double kLagMargin = 0.75;       // samples beyond the longest lag: impossible
+constexpr double kLagDoubt = 0.35;        // and doubtful
+constexpr double kFewShare = 0.2;         // of the blocks with sound
+constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
+constexpr int kLowerRateHz = 16000;
+
+double rms_of_db(double db)
+{
+    return 32768.0 * std::pow(10.0, db / 20.0);
+}
+
+// The library counts microphones from 0, users and -c count channels from 1.
+std::string microphone(std::size_t index, const DiagnosisSettings &settings)
+{
+    return format_text("microphone %zu (channel %d)", index, settings.channels[index]);
+}
+
+// ---- The channels by themselves --------------------------------------------------------------
+
+// What leaves nothing else to be judged.
+bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                        Diagnosis &diagnosis)
+{
+    const ChannelStatistics(&channels)[2] = diagnosis.channels;
+    const std::size_t fainter = channels[0].rms <= channels[1].rms ? 0 : 1;
+    const double low = channels[fainter].rms;
+    const double high = channels[1 - fainter].rms;
+    if (high > rms_of_db(settings.gate_db) &&
+        (low < 0.5 || high > low * std::pow(10.0, kDeadDb / 20.0))) {
+        diagnosis.findings.push_back(
+            {&kDeadChannel,
+             format_text("%s has %.1f dB of full scale, %s %.1f dB",
+                         microphone(fainter, settings).c_str(), level_db(low),
+                         microphone(1 - fainter, settings).c_str(), level_db(high))});
+        return true;
+    }
+    const CopyFit copy = fit_copy(samples, channels[0], channels[1]);
+    if (low > kCopyLeastRms && copy.residual < kCopyResidual) {
+        diagnosis.findings.push_back(
+            {&kIdentical, format_text("%s is %s times %.3f", microphone(1, settings).c_str(),
+                                      microphone(0, settings).c_str(), copy.factor)});
+        return true;
+    }
+    return false;
+}
+
+// The offset of a channel to its sound.
+double offset_ratio(const ChannelStatistics &channel)
+{
+    return std::fabs(channel.mean) / std::max(channel.rms, 0.5);
+}
+
+void find_offset(Diagnosis &diagnosis)
+{
+    const ChannelStatistics &first = diagnosis.channels[0];
+    const ChannelStatistics &second = diagnosis.channels[1];
+    if (std::max(std::fabs(first.mean), std::fabs(second.mean)) < kOffsetShare * 32768.0)
+        return;
+    const bool large = std::max(offset_ratio(first), offset_ratio(second)) > kLargeOffsetRatio;
+    diagnosis.findings.push_back(
+        {large ? &kLargeOffset : &kOffset,
+         format_text(
+             "the channels lie %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
+             "and %.1f %%",
+             first.mean / 327.68, second.mean / 327.68, first.rms / 327.68, second.rms / 327.68)});
+}
+
+void find_clipping(Diagnosis &diagnosis)
+{
+    const ChannelStatistics &first = diagnosis.channels[0];
+    const ChannelStatistics &second = diagnosis.channels[1];
+    if (std::max(first.clipped_share, second.clipped_share) > kClippedShare)
+        diagnosis.findings.push_back(
+            {&kClipped, format_text("%.2f and %.2f %% of the channels' samples stay at the largest "
+                                    "values, %d and %d",
+                                    100.0 * first.clipped_share, 100.0 * second.clipped_share,
+                                    first.peak, second.peak)});
+}
+
+void find_mismatch(const DiagnosisSettings &settings, Diagnosis &diagnosis)
+{
+    const double difference =
+        level_db(diagnosis.channels[1].rms) - level_db(diagnosis.channels[0].rms);
+    if (std::fabs(difference) > kMismatchDb)
+        diagnosis.findings.push_back(
+            {&kMismatch, format_text("%s is %.1f dB %s %s", microphone(1, settings).c_str(),
+                                     std::fabs(difference), difference > 0.0 ? "above" : "below",
+                                     microphone(0, settings).c_str())});
+}
+
+// ---- The channels against each other ---------------------------------------------------------
+
+using Stretches = std::vector<StretchCorrelation>;
+
+double share_of(const Stretches &stretches, bool (*has)(const StretchCorrelation &, double),
+                double limit)
+{
+    const auto count =
+        std::count_if(stretches.begin(), stretches.end(),
+                      [&](const StretchCorrelation &stretch) { return has(stretch, limit); });
+    return static_cast<double>(count) / static_cast<double>(stretches.size());
+}
+
+bool is_upside_down(const StretchCorrelation &stretch, double)
+{
+    return -stretch.dip.value > 1.2 * stretch.peak.value;
+}
+
+bool is_beyond(const StretchCorrelation &stretch, double limit)
+{
+    return std::fabs(stretch.strongest().lag) > limit;
+}
+
+void find_lag_faults(const Stretches &common, const DiagnosisSettings &settings,
+                     Diagnosis &diagnosis)
+{
+    const double limit = diagnosis.longest_lag + kLagMargin;
+    const double beyond = share_of(common, is_beyond, limit);
+    const LagLine line = fit_lag_line(common);
+    // A walking source changes the lag too, but never beyond what the spacing allows.
+    const bool drifts = beyond > 0.2 && std::fabs(line.change) > limit && line.near_line > 0.7;
+    if (drifts)
+        diagnosis.findings.push_back(
+            {&kDrift, format_text("the lag goes from %+.1f to %+.1f samples, %+.3f a second",
+                                  common.front().strongest().lag, common.back().strongest().lag,
+                                  line.slope)});
+    else if (beyond > 0.5)
+        diagnosis.findings.push_back(
+            {&kImpossible, format_text("the lag is %+.1f samples, the stated spacing allows %.1f",
+                                       diagnosis.median_lag, diagnosis.longest_lag)});
+    else if (share_of(common, is_beyond, diagnosis.longest_lag + kLagDoubt) > 0.5)
+        diagnosis.findings.push_back(
+            {&kLongLag, format_text("the lag of %.2f samples is more than %g cm allow (%.2f): "
+                                    "is the spacing right?",
+                                    std::fabs(diagnosis.median_lag), settings.spacing_cm,
+                                    diagnosis.longest_lag)});
+    if (share_of(common, is_upside_down, 0.0) > 0.5)
+        diagnosis.findings.push_back(
+            {&kInverted, format_text("the correlation goes down to %.2f and up to %.2f only",
+                                     common.front().dip.value, common.front().peak.value)});
+}
+
+void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                      Diagnosis &diagnosis)
+{
+    const double least_power = std::pow(10.0, settings.gate_db / 10.0);
+    const Stretches all = correlate_stretches(samples, settings.rate, least_power);
+    Stretches common;
+    std::vector<double> lags;
+    for (const StretchCorrelation &stretch : all) {
+        if (!stretch.has_common_sound())
+            continue;
+        common.push_back(stretch);
+        lags.push_back(stretch.strongest().lag);
+    }
+    diagnosis.stretches = static_cast<int>(all.size());
+    diagnosis.common = static_cast<int>(common.size());
+    diagnosis.median_lag = median(lags);
+    if (!common.empty())
+        find_lag_faults(common, settings, diagnosis);
+    else if (!all.empty())
+        diagnosis.findings.push_back(
+            {&kNoCommonSound,
+             format_text("no correlation at any lag up to %d ms in any of %zu stretches",
+                         250 * correlation_length(settings.rate) / settings.rate, all.size())});
+}
+
+// ---- What the library makes of them ----------------------------------------------------------
+
+LocalizerSettings localizer_settings(const DiagnosisSettings &settings, int rate)
+{
+    return {rate, settings.spacing_cm, settings.temperature, settings.gate_db, 32};
+}
+
+std::vector<int16_t> at_rate(const std::vector<int16_t> &samples, int from, int to)
+{
+    std::vector<float> scaled(samples.size());
+    std::transform(samples.begin(), samples.end(), scaled.begin(),
+                   [](int16_t sample) { return static_cast<float>(sample) / 32768.0f; });
+    const std::vector<float> converted =
+        Resampler(from, to).process(scaled.data(), scaled.size() / EZOSSL_MIC_COUNT, true);
+    std::vector<int16_t> result(converted.size());
+    std::size_t clamped = 0; // does no harm to a rate comparison
+    to_int16(converted.data(), result.data(), result.size(), clamped);
+    return result;
+}
+
+void find_few_directions(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                         const BlockCounts &counts, Diagnosis &diagnosis)
+{
+    if (settings.rate > kLowerRateHz && counts.share() < 0.5) {
+        const BlockCounts there = count_blocks(at_rate(samples, settings.rate, kLowerRateHz),
+                                               localizer_settings(settings, kLowerRateHz));
+        if (there.share() > counts.share() + kBetterByShare) {
+            diagnosis.findings.push_back(
+                {&kLowerRate,
+                 format_text("%.0f %% of the blocks with sound at %d Hz, %.0f %% at %d Hz",
+                             100.0 * counts.share(), settings.rate, 100.0 * there.share(),
+                             kLowerRateHz)});
+            return;
+        }
+    }
+    if (counts.share() < kFewShare)
+        diagnosis.findings.push_back(
+            {counts.decided == 0 ? &kNoDirections : &kFewDirections,
+             format_text("%d of %d blocks with sound get one", counts.decided, counts.with_sound)});
+}
+
+} // namespace
+
+bool Diagnosis::is_usable() const
+{
+    return std::none_of(findings.begin(), findings.end(),
+                        [](const Finding &finding) { return finding.kind->is_fault; });
+}
+
+std::size_t shortest_input(int rate)
+{
+    return static_cast<std::size_t>(kStretchSeconds * rate);
+}
+
+Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings)
+{
+    Diagnosis diagnosis{};
+    for (std::size_t c = 0; c < 2; c++)
+        diagnosis.channels[c] = channel_statistics(samples, c);
+    diagnosis.longest_lag =
+        settings.spacing_cm / 100.0 / speed_of_sound(settings.temperature) * settings.rate;
+    const BlockCounts counts = count_blocks(samples, localizer_settings(settings, settings.rate));
+    diagnosis.blocks = counts.with_sound;
+    diagnosis.decided = counts.decided;
+    if (settings.is_lossy)
+        diagnosis.findings.push_back(
+            {&kLossy, "the encoding leaves out what the ear misses least"});
+    if (counts.loud == 0) {
+        diagnosis.findings.push_back(
+            {&kTooQuiet,
+             format_text("no block is above the gate of %d dB of full scale", settings.gate_db)});
+        return diagnosis;
+    }
+    if (find_missing_sound(samples, settings, diagnosis))
+        return diagnosis;
+    find_offset(diagnosis);
+    find_clipping(diagnosis);
+    find_mismatch(settings, diagnosis);
+    compare_channels(samples, settings, diagnosis);
+    if (diagnosis.is_usable())
+        find_few_directions(samples, settings, counts, diagnosis);
+    return diagnosis;
+}

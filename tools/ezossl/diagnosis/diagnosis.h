@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// diagnosis.h - what keeps two channels of samples from giving directions, if anything does.
+// Samples in, findings out: where they come from is the caller's.
+
+#ifndef EZOSSL_TOOL_DIAGNOSIS_H
+#define EZOSSL_TOOL_DIAGNOSIS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "diagnosis/channel_statistics.h"
+
+struct DiagnosisSettings {
+    int rate;          // Hz
+    double spacing_cm; // of the microphones, as stated
+    int temperature;   // degrees Celsius
+    int gate_db;       // dB of full scale
+    int channels[2];   // of the microphones, from 1, as the user knows them
+    bool is_lossy;     // whether the samples went through a lossy compression
+};
+
+// What can be found: a fault makes the input unusable, a warning does not.
+struct FindingKind {
+    bool is_fault;
+    const char *name;
+    const char *meaning;
+    const char *remedy;
+};
+
+struct Finding {
+    const FindingKind *kind;
+    std::string measured;
+};
+
+struct Diagnosis {
+    ChannelStatistics channels[2];
+    double longest_lag; // samples that the stated spacing allows
+    int stretches;      // of a second, above the gate
+    int common;         // of these, with a sound that both channels have
+    double median_lag;  // of these, in samples
+    int blocks;  // blocks of 32 frames with sound: above the gate and not much below the rest
+    int decided; // of these, with a direction
+    std::vector<Finding> findings;
+
+    bool is_usable() const;
+};
+
+// Least number of samples per channel that can be judged.
+std::size_t shortest_input(int rate);
+
+// `samples` are interleaved and no fewer than that. Failure if the library refuses the settings.
+Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings);
+
+#endif

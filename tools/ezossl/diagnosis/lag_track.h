@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+// lag_track.h - how the lag between two channels goes on over a recording.
+
+#ifndef EZOSSL_TOOL_LAG_TRACK_H
+#define EZOSSL_TOOL_LAG_TRACK_H
+
+#include <vector>
+
+#include "diagnosis/pair_correlation.h"
+
+// The line that the lag follows, and how well.
+struct LagLine {
+    double slope;     // samples per second
+    double change;    // samples from the first to the last stretch
+    double near_line; // share of the stretches whose lag lies near the line
+};
+
+// Of stretches with common sound; all zero for fewer than three.
+LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches);
+
+#endif

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: MIT
+// alsa_capture.cpp - see alsa_capture.h.
+
+#include "input/alsa_capture.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdlib>
+
+#include "base/failure.h"
+#include "base/text.h"
+
+namespace {
+
+constexpr unsigned kPeriodMicroseconds = 10000;  // how long a sample waits at most
+constexpr unsigned kBufferMicroseconds = 500000; // how long nobody may look before sound is lost
+constexpr int kWaitMilliseconds = 200;           // so long a signal may go unnoticed
+constexpr int kPatience = 25;                    // attempts in a row without sound
+constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert well
+
+struct Advice {
+    int error;
+    const char *text;
+};
+constexpr Advice kAdvice[] = {
+    {ENOENT, "no such device; ezossl live -l lists those there are"},
+    {ENODEV, "the device is not there any more; plug it in, or see ezossl live -l"},
+    {ENXIO, "the device is not there; plug it in, or see ezossl live -l"},
+    {EBUSY, "is in use by another program; end that, or share the device through a dsnoop device"},
+    {EACCES, "not permitted; become a member of the group audio"},
+    {EPERM, "not permitted; become a member of the group audio"},
+};
+
+std::string describe(int code)
+{
+    for (const Advice &advice : kAdvice) {
+        if (advice.error == -code)
+            return advice.text;
+    }
+    return snd_strerror(code);
+}
+
+void ignore_message(const char *, int, const char *, int, const char *, ...)
+{
+}
+
+struct FreeText {
+    void operator()(char *text) const { std::free(text); }
+};
+using Text = std::unique_ptr<char, FreeText>;
+
+Text hint(const void *device, const char *name)
+{
+    return Text(snd_device_name_get_hint(device, name));
+}
+
+} // namespace
+
+AlsaCapture::AlsaCapture(const std::string &device, int rate, int channels) : device_(device)
+{
+    snd_pcm_t *pcm = nullptr;
+    // Not blocking, as otherwise a device in use would be waited for.
+    require(snd_pcm_open(&pcm, device.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK), nullptr);
+    pcm_.reset(pcm);
+    configure(rate, channels);
+    require(snd_pcm_prepare(pcm), "cannot be prepared");
+    require(snd_pcm_start(pcm), "cannot be started");
+}
+
+void AlsaCapture::configure(int wanted_rate, int wanted_channels)
+{
+    snd_pcm_hw_params_t *hardware = nullptr;
+    require(snd_pcm_hw_params_malloc(&hardware), "out of memory");
+    const std::unique_ptr<snd_pcm_hw_params_t, decltype(&snd_pcm_hw_params_free)> owner(
+        hardware, snd_pcm_hw_params_free);
+    snd_pcm_t *const pcm = pcm_.get();
+    require(snd_pcm_hw_params_any(pcm, hardware), "offers no way to capture");
+    // The rates of the device itself: those that ALSA makes of them are of poor quality.
+    snd_pcm_hw_params_set_rate_resample(pcm, hardware, 0);
+    require(snd_pcm_hw_params_set_access(pcm, hardware, SND_PCM_ACCESS_RW_INTERLEAVED),
+            "does not interleave its channels; put plug: before its name");
+    require(snd_pcm_hw_params_set_format(pcm, hardware, SND_PCM_FORMAT_S16),
+            "has no 16-bit samples; put plug before its name, as in plughw:0,0");
+    set_channels(hardware, wanted_channels);
+    set_rate(hardware, wanted_rate);
+    set_buffer(hardware);
+    require(snd_pcm_hw_params(pcm, hardware), "does not take the settings that it offers");
+}
+
+void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
+{
+    unsigned most = 0;
+    require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not tell its channels");
+    if (most < static_cast<unsigned>(wanted))
+        throw Failure(device_ + ": " +
+                      (most == 1 ? "is mono, one microphone gives no direction"
+                                 : format_text("has no channel %d, only %u", wanted, most)) +
+                      "; choose another device with -D");
+    auto channels = static_cast<unsigned>(wanted);
+    require(snd_pcm_hw_params_set_channels_min(pcm_.get(), hardware, &channels),
+            "does not tell its channels");
+    require(snd_pcm_hw_params_set_channels_first(pcm_.get(), hardware, &channels),
+            "does not tell its channels");
+    channels_ = static_cast<int>(channels);
+}
+
+void AlsaCapture::set_rate(snd_pcm_hw_params_t *hardware, int wanted)
+{
+    unsigned rate = static_cast<unsigned>(wanted);
+    const auto is_offered = [&](int candidate) {
+        return snd_pcm_hw_params_test_rate(pcm_.get(), hardware, static_cast<unsigned>(candidate),
+                                           0) == 0;
+    };
+    if (!is_offered(wanted)) {
+        const auto *const good =
+            std::find_if(std::begin(kGoodRates), std::end(kGoodRates), is_offered);
+        if (good != std::end(kGoodRates))
+            rate = static_cast<unsigned>(*good);
+    }
+    require(snd_pcm_hw_params_set_rate_near(pcm_.get(), hardware, &rate, nullptr),
+            "offers no sample rate");
+    rate_ = static_cast<int>(rate);
+}
+
+void AlsaCapture::set_buffer(snd_pcm_hw_params_t *hardware)
+{
+    unsigned period = kPeriodMicroseconds;
+    unsigned buffer = kBufferMicroseconds;
+    require(snd_pcm_hw_params_set_period_time_near(pcm_.get(), hardware, &period, nullptr),
+            "offers no period");
+    require(snd_pcm_hw_params_set_buffer_time_near(pcm_.get(), hardware, &buffer, nullptr),
+            "offers no buffer");
+}
+
+std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
+{
+    snd_pcm_sframes_t got = snd_pcm_readi(pcm_.get(), samples, count);
+    if (got == -EAGAIN) {
+        const int ready = snd_pcm_wait(pcm_.get(), kWaitMilliseconds);
+        got = ready < 0 ? ready : 0;
+        if (ready > 0 || ready == -EINTR)
+            return 0;
+    }
+    if (got < 0)
+        recover(static_cast<int>(got));
+    attempts_ = got > 0 ? 0 : attempts_ + 1;
+    if (attempts_ > kPatience)
+        throw Failure(device_ + ": delivers no sound; check the microphones and -D");
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
+void AlsaCapture::recover(int error)
+{
+    overruns_ += error == -EPIPE ? 1 : 0;
+    suspends_ += error == -ESTRPIPE ? 1 : 0;
+    require(snd_pcm_recover(pcm_.get(), error, 1), nullptr);
+    if (snd_pcm_state(pcm_.get()) == SND_PCM_STATE_RUNNING)
+        return;
+    require(snd_pcm_prepare(pcm_.get()), "cannot be prepared again");
+    require(snd_pcm_start(pcm_.get()), "cannot be started again");
+}
+
+void AlsaCapture::require(int code, const char *what) const
+{
+    if (code >= 0)
+        return;
+    if (what == nullptr)
+        throw Failure(device_ + ": " + describe(code));
+    // That something is invalid says no more than what it is.
+    throw Failure(device_ + ": " + what + (code == -EINVAL ? "" : ": " + describe(code)));
+}
+
+void show_alsa_messages(bool show)
+{
+    snd_lib_error_set_handler(show ? nullptr : ignore_message);
+}
+
+void list_capture_devices(DataOutput &output)
+{
+    void **devices = nullptr;
+    if (const int code = snd_device_name_hint(-1, "pcm", &devices); code < 0)
+        throw Failure(std::string("the devices cannot be listed: ") + snd_strerror(code));
+    bool is_any = false;
+    for (void **device = devices; *device != nullptr; device++) {
+        const Text name = hint(*device, "NAME");
+        const Text direction = hint(*device, "IOID"); // none is both
+        const Text description = hint(*device, "DESC");
+        if (!name || (direction && std::string(direction.get()) != "Input"))
+            continue;
+        is_any = is_any || std::string(name.get()) != "null"; // which hears silence
+        std::string text = description ? description.get() : "";
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        output.print("%s\t%s\n", name.get(), text.c_str());
+    }
+    snd_device_name_free_hint(devices);
+    output.finish();
+    if (!is_any)
+        note("no capture device found: no microphone is plugged in, or this user may not open it "
+             "(see the group audio)");
+}

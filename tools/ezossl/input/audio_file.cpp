@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: MIT
+// audio_file.cpp - see audio_file.h.
+
+#include "input/audio_file.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/failure.h"
+#include "base/interrupt.h"
+#include "base/text.h"
+
+bool is_supported_rate(int rate)
+{
+    return std::find(std::begin(kSampleRates), std::end(kSampleRates), rate) !=
+           std::end(kSampleRates);
+}
+
+namespace {
+
+constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
+// An Ogg file whose end is missing gets a length near the largest number from libsndfile.
+constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
+
+int open_standard_input()
+{
+    if (isatty(STDIN_FILENO) != 0)
+        throw UsageFailure("standard input is a terminal; pipe sound into it, or name a file");
+    const int descriptor = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (descriptor < 0)
+        throw Failure(std::string("standard input: ") + std::strerror(errno));
+    return descriptor;
+}
+
+int open_file(const std::string &path)
+{
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored))
+        throw Failure(path + ": is a directory; give a sound file");
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0 && errno == ENOENT)
+        throw Failure(path + ": no such file");
+    if (descriptor < 0)
+        throw Failure(path + ": " + std::strerror(errno));
+    struct stat status = {};
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
+        close(descriptor);
+        throw Failure(path + ": is empty; record it again");
+    }
+    return descriptor;
+}
+
+} // namespace
+
+AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
+    : path_(path == "-" ? "standard input" : path), is_raw_(raw.has_value())
+{
+    const int descriptor = path == "-" ? open_standard_input() : open_file(path);
+    if (raw)
+        open_samples(descriptor, {SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
+    else
+        open(descriptor);
+}
+
+AudioReader::~AudioReader()
+{
+    end_on_interrupt(-1); // the number will name another file
+}
+
+void AudioReader::open(int descriptor)
+{
+    const bool is_pipe = lseek(descriptor, 0, SEEK_CUR) < 0;
+    if (is_pipe)
+        end_on_interrupt(descriptor);
+    const std::optional<WavHeader> wav = read_wav_header(descriptor);
+    if (wav && (is_pipe || wav->is_streamed())) {
+        open_samples(descriptor, *wav);
+        return;
+    }
+    if (is_pipe) {
+        close(descriptor);
+        if (interrupts() > 0)
+            throw EndWith{kInterrupted};
+        throw Failure(path_ +
+                      ": is empty or carries no plain WAV; other formats need a file, samples "
+                      "without a header need --raw");
+    }
+    lseek(descriptor, 0, SEEK_SET);
+    if (char first = 0; ::read(descriptor, &first, 1) == 0) { // such as /dev/null
+        close(descriptor);
+        throw Failure(path_ + ": is empty; record it again");
+    }
+    lseek(descriptor, 0, SEEK_SET);
+    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));
+    if (!file_)
+        throw Failure(path_ + ": not a readable sound file: " + sf_strerror(nullptr) +
+                      " (samples without a header need --raw)");
+    promised_ = wav ? wav->frames() : info_.frames;
+    if (promised_ >= kUnknownFrom) {
+        promised_ = 0;
+        info_.frames = kUnknownLength;
+        lacks_end_ = true;
+    }
+}
+
+// From where the descriptor stands, samples and nothing else.
+void AudioReader::open_samples(int descriptor, const WavHeader &header)
+{
+    sf_count_t offset = lseek(descriptor, 0, SEEK_CUR);
+    const bool is_pipe = offset < 0;
+    if (is_pipe)
+        end_on_interrupt(descriptor);
+    else
+        lseek(descriptor, 0, SEEK_SET); // libsndfile opens a file at its beginning only
+    info_.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | header.encoding;
+    info_.samplerate = header.rate;
+    info_.channels = header.channels;
+    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));
+    if (!file_)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(nullptr));
+    promised_ = header.is_streamed() ? 0 : header.frames();
+    if (is_pipe) {
+        info_.frames = header.is_streamed() ? kUnknownLength : promised_;
+        return;
+    }
+    // In bytes, as the header need not be as long as a whole number of samples.
+    const sf_count_t bytes = lseek(descriptor, 0, SEEK_END) - offset;
+    info_.frames = std::max<sf_count_t>(bytes, 0) / header.bytes_per_frame();
+    sf_command(file_.get(), SFC_SET_RAW_START_OFFSET, &offset, sizeof offset);
+    // The offset counts from the next seek on; until then the header would be read as samples.
+    if (sf_seek(file_.get(), 0, SEEK_SET) != 0)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
+}
+
+std::string AudioReader::encoding_remark() const
+{
+    static constexpr int kLossy[] = {SF_FORMAT_VORBIS,         SF_FORMAT_OPUS,
+                                     SF_FORMAT_MPEG_LAYER_I,   SF_FORMAT_MPEG_LAYER_II,
+                                     SF_FORMAT_MPEG_LAYER_III, SF_FORMAT_GSM610};
+    const int encoding = info_.format & SF_FORMAT_SUBMASK;
+    if (std::find(std::begin(kLossy), std::end(kLossy), encoding) == std::end(kLossy))
+        return "";
+    return path_ + ": its compression alters the phase, on which the angle rests; better record "
+                   "WAV or FLAC";
+}
+
+std::string AudioReader::length_remark(sf_count_t there) const
+{
+    if (lacks_end_)
+        return format_text("%s: is truncated: its end is missing, there are %.3f s", path_.c_str(),
+                           static_cast<double>(there) / rate());
+    if (there >= promised_)
+        return "";
+    return format_text("%s: is truncated: the header says %.3f s, there are %.3f s", path_.c_str(),
+                       static_cast<double>(promised_) / rate(),
+                       static_cast<double>(there) / rate());
+}
+
+std::size_t AudioReader::read(float *samples, std::size_t count)
+{
+    const sf_count_t wanted =
+        std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(length() - position_, 0));
+    const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
+    const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
+    // What is damaged later on ends there; promised() tells.
+    if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
+        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
+    float *const end = samples + frames * static_cast<std::size_t>(channels());
+    if (std::any_of(samples, end, [](float sample) { return std::isnan(sample); }))
+        throw Failure(path_ + ": holds samples that are not a number; write it again");
+    // The samples "RI" and "FF".
+    if (is_raw_ && position_ == 0 && end - samples >= 2 && samples[0] == 0x4952 / 32768.0f &&
+        samples[1] == 0x4646 / 32768.0f)
+        throw Failure(path_ + ": starts with RIFF, so it has a header; leave --raw away");
+    position_ += static_cast<sf_count_t>(frames);
+    return frames;
+}
+
+void to_int16(const float *from, int16_t *to, std::size_t count, std::size_t &clamped)
+{
+    for (std::size_t i = 0; i < count; i++) {
+        const float scaled = from[i] * 32768.0f;
+        const float limited = std::min(std::max(scaled, -32768.0f), 32767.0f);
+        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
+        to[i] = static_cast<int16_t>(limited + std::copysign(0.5f, limited));
+    }
+}
+
+void write_wav(const std::string &path, const std::string &shown_as, int rate, int channels,
+               const std::vector<int16_t> &samples)
+{
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = channels;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SoundFile file(sf_open(path.c_str(), SFM_WRITE, &info));
+    if (!file)
+        throw Failure(shown_as + ": cannot be written: " + std::strerror(errno));
+    const auto count = static_cast<sf_count_t>(samples.size());
+    if (sf_write_short(file.get(), samples.data(), count) != count || sf_close(file.release()) != 0)
+        throw Failure(shown_as + ": cannot be written to its end: " + std::strerror(errno));
+}

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: MIT
+// wav_header.cpp - see wav_header.h.
+
+#include "input/wav_header.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <sndfile.h>
+#include <unistd.h>
+
+#include "base/interrupt.h"
+
+namespace {
+
+constexpr uint32_t kExtensible = 0xfffe; // the tag stands at the beginning of a longer identifier
+constexpr std::size_t kFormatBytes = 16;
+constexpr std::size_t kExtensibleBytes = 26;
+
+struct Encoding {
+    uint32_t tag;
+    uint32_t bits;
+    int encoding;
+};
+constexpr Encoding kEncodings[] = {
+    {1, 8, SF_FORMAT_PCM_U8},  {1, 16, SF_FORMAT_PCM_16}, {1, 24, SF_FORMAT_PCM_24},
+    {1, 32, SF_FORMAT_PCM_32}, {3, 32, SF_FORMAT_FLOAT},  {3, 64, SF_FORMAT_DOUBLE},
+    {6, 8, SF_FORMAT_ALAW},    {7, 8, SF_FORMAT_ULAW},
+};
+
+bool read_all(int descriptor, unsigned char *bytes, std::size_t count)
+{
+    while (count > 0) {
+        const ssize_t got = read(descriptor, bytes, count);
+        if (got < 0 && errno == EINTR && interrupts() == 0)
+            continue;
+        if (got <= 0)
+            return false;
+        bytes += got;
+        count -= static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+bool skip(int descriptor, uint64_t count)
+{
+    unsigned char ignored[4096];
+    for (uint64_t left = count; left > 0;) {
+        const auto now = static_cast<std::size_t>(std::min<uint64_t>(left, sizeof ignored));
+        if (!read_all(descriptor, ignored, now))
+            return false;
+        left -= now;
+    }
+    return true;
+}
+
+uint32_t little_endian(const unsigned char *bytes, int count)
+{
+    uint32_t value = 0;
+    for (int i = count - 1; i >= 0; i--)
+        value = value << 8 | bytes[i];
+    return value;
+}
+
+std::optional<WavHeader> parse_format(const unsigned char *format, std::size_t size)
+{
+    uint32_t tag = little_endian(format, 2);
+    if (tag == kExtensible && size >= kExtensibleBytes)
+        tag = little_endian(format + 24, 2);
+    const uint32_t channels = little_endian(format + 2, 2);
+    const uint32_t rate = little_endian(format + 4, 4);
+    const uint32_t bits = little_endian(format + 14, 2);
+    for (const Encoding &known : kEncodings) {
+        if (known.tag == tag && known.bits == bits && channels > 0 &&
+            little_endian(format + 12, 2) == channels * bits / 8)
+            return WavHeader{known.encoding, static_cast<int>(rate), static_cast<int>(channels),
+                             static_cast<int>(bits / 8), 0};
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<WavHeader> read_wav_header(int descriptor)
+{
+    unsigned char start[12];
+    if (!read_all(descriptor, start, sizeof start) || std::memcmp(start, "RIFF", 4) != 0 ||
+        std::memcmp(start + 8, "WAVE", 4) != 0)
+        return std::nullopt;
+
+    std::optional<WavHeader> header;
+    unsigned char chunk[8];
+    while (read_all(descriptor, chunk, sizeof chunk)) {
+        const uint32_t size = little_endian(chunk + 4, 4);
+        uint64_t unread = uint64_t{size} + size % 2; // chunks have an even length
+        if (std::memcmp(chunk, "data", 4) == 0) {
+            if (header)
+                header->data_bytes = size;
+            return header;
+        }
+        if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= kFormatBytes) {
+            unsigned char format[kExtensibleBytes];
+            const std::size_t length = std::min<std::size_t>(size, sizeof format);
+            if (!read_all(descriptor, format, length))
+                return std::nullopt;
+            header = parse_format(format, length);
+            unread -= length;
+        }
+        if (!skip(descriptor, unread))
+            return std::nullopt;
+    }
+    return std::nullopt;
+}

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// block_writer.h - blocks as text: a table for people, CSV and JSON lines for programs.
+
+#ifndef EZOSSL_TOOL_BLOCK_WRITER_H
+#define EZOSSL_TOOL_BLOCK_WRITER_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands/tracking_options.h"
+#include "output/data_output.h"
+#include "output/summary.h"
+
+// Which input, and how it is listened to.
+struct InputInfo {
+    std::string name; // as the user wrote it
+    InputLayout layout;
+    LocalizerSettings settings;
+};
+
+class BlockWriter
+{
+public:
+    virtual ~BlockWriter() = default;
+    virtual void begin(const InputInfo &) {}
+    // The delays are those of the frames, EZOSSL_REJECTED_FRAME where there is none.
+    virtual void write(const Block &block, const std::vector<int> &delays) = 0;
+    virtual void end(const Summary &) {}
+};
+
+struct WriterStyle {
+    bool per_frame;
+    bool color;
+    bool many_inputs; // so that each needs its name
+    bool utf8;        // rather than ASCII
+};
+
+std::unique_ptr<BlockWriter> make_table_writer(DataOutput &output, const WriterStyle &style);
+std::unique_ptr<BlockWriter> make_csv_writer(DataOutput &output, const WriterStyle &style);
+std::unique_ptr<BlockWriter> make_jsonl_writer(DataOutput &output, const WriterStyle &style);
+
+// ok, quiet, undecided or impossible.
+const char *name_of(BlockStatus status);
+
+#endif

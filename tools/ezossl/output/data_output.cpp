@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// data_output.cpp - see data_output.h.
+
+#include "output/data_output.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "base/failure.h"
+
+DataOutput::DataOutput()
+{
+    const int descriptor = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (descriptor < 0)
+        fail();
+    file_ = fdopen(descriptor, "w");
+    if (file_ == nullptr)
+        fail();
+    // By line, so that messages keep their place among those of the tool.
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    show_library_messages(true);
+}
+
+DataOutput::~DataOutput()
+{
+    std::fclose(file_);
+}
+
+void DataOutput::redirect(const std::string &path)
+{
+    pending_.emplace(path);
+    std::FILE *const file = std::fopen(pending_->working_path().c_str(), "we");
+    if (file == nullptr)
+        fail();
+    std::fclose(file_);
+    file_ = file;
+}
+
+void DataOutput::print(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int written = std::vfprintf(file_, format, arguments);
+    va_end(arguments);
+    if (written < 0)
+        fail();
+}
+
+void DataOutput::flush()
+{
+    if (std::fflush(file_) != 0)
+        fail();
+}
+
+void DataOutput::finish()
+{
+    flush();
+    if (pending_)
+        pending_->commit();
+}
+
+bool DataOutput::is_terminal() const
+{
+    return isatty(fileno(file_)) != 0;
+}
+
+void DataOutput::fail() const
+{
+    if (errno == EPIPE)
+        throw EndWith{128 + SIGPIPE};
+    const std::string target = pending_ ? pending_->target() : "standard output";
+    throw Failure("cannot write to " + target + ": " + std::strerror(errno));
+}
+
+void show_library_messages(bool show)
+{
+    std::fflush(stdout);
+    if (show) {
+        dup2(STDERR_FILENO, STDOUT_FILENO);
+        return;
+    }
+    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere < 0)
+        throw Failure(std::string("cannot open /dev/null: ") + std::strerror(errno));
+    dup2(nowhere, STDOUT_FILENO);
+    close(nowhere);
+}

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// data_output.h - the results of a command, on the standard output that the user sees or in a file.
+
+#ifndef EZOSSL_TOOL_DATA_OUTPUT_H
+#define EZOSSL_TOOL_DATA_OUTPUT_H
+
+#include <cstdio>
+#include <optional>
+#include <string>
+
+#include "output/pending_file.h"
+
+// The library prints its messages to standard output. So that results stay alone there, this takes
+// standard output over for itself and leaves descriptor 1 pointing elsewhere. Make one, early.
+class DataOutput
+{
+public:
+    DataOutput();
+    ~DataOutput();
+    DataOutput(const DataOutput &) = delete;
+    DataOutput &operator=(const DataOutput &) = delete;
+
+    // From now on to a file, which appears with finish().
+    void redirect(const std::string &path);
+
+    // Failure when the bytes cannot be written; those still buffered are tried by flush(). When
+    // nobody reads them any more, the program ends without a word.
+    void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
+    void flush();
+    void finish();
+
+    bool is_terminal() const;
+
+private:
+    [[noreturn]] void fail() const;
+
+    std::FILE *file_;
+    std::optional<PendingFile> pending_;
+};
+
+// Where the library's messages go from now on: to standard error, or nowhere.
+void show_library_messages(bool show);
+
+#endif

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// meter.cpp - see meter.h.
+
+#include "output/meter.h"
+
+#include <cmath>
+#include <cstdlib>
+
+namespace {
+
+struct MeterSigns {
+    const char *begin;
+    const char *line;
+    const char *middle;
+    const char *mark;
+    const char *end;
+};
+constexpr MeterSigns kPlain = {"", ".", "|", "#", ""};
+constexpr MeterSigns kUtf8 = {"├", "─", "┼", "●", "┤"};
+
+} // namespace
+
+std::string direction_meter(std::optional<int> angle_deg, int width, bool plain)
+{
+    const MeterSigns &signs = plain ? kPlain : kUtf8;
+    const double step = 180.0 / (width - 1);
+    const int mark = angle_deg ? static_cast<int>(std::lround((90 - *angle_deg) / step)) : -1;
+    std::string meter = signs.begin;
+    for (int i = 0; i < width; i++)
+        meter += i == mark ? signs.mark : 2 * i == width - 1 ? signs.middle : signs.line;
+    return meter + signs.end;
+}
+
+// As the C library looks it up: the first of these that is set and not empty counts.
+bool locale_is_utf8()
+{
+    for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *const value = std::getenv(name);
+        if (value == nullptr || *value == '\0')
+            continue;
+        const std::string locale = value;
+        return locale.find("UTF-8") != std::string::npos ||
+               locale.find("utf8") != std::string::npos;
+    }
+    return false;
+}

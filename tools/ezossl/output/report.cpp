@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+// report.cpp - see report.h.
+
+#include "output/report.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <thread>
+
+#include "base/failure.h"
+#include "base/interrupt.h"
+#include "base/text.h"
+#include "output/meter.h"
+#include "plot/plot.h"
+
+namespace {
+
+constexpr double kGoodShare = 0.5; // of the blocks that are not quiet
+constexpr int kFewestToJudge = 8;  // blocks
+constexpr int kBestRate = 16000;   // Hz
+
+std::unique_ptr<BlockWriter> make_writer(const TrackingOptions &options, DataOutput &output,
+                                         bool many_inputs)
+{
+    const WriterStyle style = {options.per_frame, wants_color(options, output), many_inputs,
+                               output.is_terminal() && locale_is_utf8()};
+    switch (options.format) {
+    case OutputFormat::csv:
+        return make_csv_writer(output, style);
+    case OutputFormat::jsonl:
+        return make_jsonl_writer(output, style);
+    case OutputFormat::table:
+        break;
+    }
+    return make_table_writer(output, style);
+}
+
+void draw(const PendingFile &file, const std::string &svg)
+{
+    std::ofstream stream(file.working_path());
+    stream << svg;
+    stream.close();
+    if (!stream)
+        throw Failure(file.target() + ": cannot be written: " + std::strerror(errno));
+}
+
+} // namespace
+
+Report::Report(const TrackingOptions &options, DataOutput &output, bool is_live, bool many_inputs)
+    : options_(options), output_(output), is_live_(is_live || options.realtime)
+{
+    if (!options.output.empty())
+        output.redirect(options.output);
+    // Empty files show now whether they can be written, not after an hour.
+    if (!options.plot.empty())
+        draw(plot_.emplace(options.plot), "");
+    if (!options.histogram.empty())
+        draw(histogram_.emplace(options.histogram), "");
+    writer_ = make_writer(options, output, many_inputs);
+}
+
+void Report::begin(const InputInfo &input)
+{
+    input_ = input;
+    summary_ = Summary();
+    drawn_.clear();
+    last_shown_.reset();
+    began_ = std::chrono::steady_clock::now();
+    writer_->begin(input);
+}
+
+void Report::block(const Block &block, const std::vector<int> &delays)
+{
+    if (options_.realtime)
+        wait_for(block.end - input_.layout.start);
+    summary_.add(block);
+    if (plot_ || histogram_)
+        drawn_.push_back(block);
+    if (!is_shown(block))
+        return;
+    writer_->write(block, delays);
+    if (is_live_)
+        output_.flush();
+}
+
+bool Report::is_shown(const Block &block)
+{
+    if (options_.on_change == 0)
+        return true;
+    if (block.status != BlockStatus::ok ||
+        (last_shown_ && std::abs(block.angle - *last_shown_) < options_.on_change))
+        return false;
+    last_shown_ = block.angle;
+    return true;
+}
+
+void Report::wait_for(double seconds)
+{
+    const std::chrono::duration<double> step(0.05);
+    const auto now = [] { return std::chrono::steady_clock::now(); };
+    while (std::chrono::duration<double>(now() - began_).count() < seconds && interrupts() == 0) {
+        const std::chrono::duration<double> left(
+            seconds - std::chrono::duration<double>(now() - began_).count());
+        std::this_thread::sleep_for(std::min(step, left));
+    }
+}
+
+void Report::end(Summary rest)
+{
+    summary_.dropped_seconds = rest.dropped_seconds;
+    summary_.clamped = rest.clamped;
+    summary_.wrapped = rest.wrapped;
+    summary_.overruns = rest.overruns;
+    summary_.suspends = rest.suspends;
+    writer_->end(summary_);
+    output_.flush();
+    if (plot_)
+        draw(*plot_, angle_plot_svg(drawn_, input_.name));
+    if (histogram_)
+        draw(*histogram_, angle_rose_svg(drawn_, input_.name));
+    summarize();
+    if (!options_.quiet)
+        advise(summary_);
+}
+
+void Report::summarize() const
+{
+    if (!options_.quiet)
+        std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
+}
+
+void Report::advise(const Summary &summary) const
+{
+    const long sounding = summary.blocks - summary.quiet;
+    if (options_.mode == DelayMode::time_domain)
+        note("--mode delay reports a constant and locates nothing; leave it away for angles");
+    else if (input_.settings.sample_rate > kBestRate && sounding >= kFewestToJudge &&
+             static_cast<double>(summary.decided) < kGoodShare * static_cast<double>(sounding))
+        note(format_text("%s: at %d Hz most blocks stay undecided; try -r %d", input_.name.c_str(),
+                         input_.settings.sample_rate, kBestRate));
+}
+
+void Report::commit()
+{
+    output_.finish();
+    if (plot_)
+        plot_->commit();
+    if (histogram_)
+        histogram_->commit();
+}
+
+bool wants_color(const TrackingOptions &options, const DataOutput &output)
+{
+    const char *const no_color = std::getenv("NO_COLOR");
+    const char *const terminal = std::getenv("TERM");
+    return output.is_terminal() && !options.no_color &&
+           (no_color == nullptr || *no_color == '\0') && terminal != nullptr &&
+           std::strcmp(terminal, "dumb") != 0;
+}

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// report.h - all that the user gets of an input: lines, drawings, summary.
+
+#ifndef EZOSSL_TOOL_REPORT_H
+#define EZOSSL_TOOL_REPORT_H
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "output/block_writer.h"
+#include "output/pending_file.h"
+
+class Report
+{
+public:
+    // Opens the outputs that the options name. Live, every line is out as soon as it is written.
+    Report(const TrackingOptions &options, DataOutput &output, bool is_live, bool many_inputs);
+
+    void begin(const InputInfo &input);
+    void block(const Block &block, const std::vector<int> &delays);
+    // The summary is complete but for the blocks, which are counted here.
+    void end(Summary rest);
+    // Tells on standard error what was found so far.
+    void summarize() const;
+    // Puts what was written to its place; without it, there are no files.
+    void commit();
+
+    long blocks() const { return summary_.blocks; }
+
+private:
+    bool is_shown(const Block &block);
+    void wait_for(double seconds);
+    void advise(const Summary &summary) const;
+
+    const TrackingOptions &options_;
+    DataOutput &output_;
+    bool is_live_;
+    std::unique_ptr<BlockWriter> writer_;
+    std::optional<PendingFile> plot_;
+    std::optional<PendingFile> histogram_;
+    InputInfo input_;
+    Summary summary_;
+    std::vector<Block> drawn_; // all blocks of the input, if there is something to draw
+    std::optional<int> last_shown_;
+    std::chrono::steady_clock::time_point began_;
+};
+
+// Whether the user can see colours on this output, and wants them.
+bool wants_color(const TrackingOptions &options, const DataOutput &output);
+
+#endif

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// summary.h - what is told of an input at its end.
+
+#ifndef EZOSSL_TOOL_SUMMARY_H
+#define EZOSSL_TOOL_SUMMARY_H
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+#include "tracking/block.h"
+
+struct Summary {
+    long blocks = 0;
+    long decided = 0;
+    long quiet = 0;
+    double dropped_seconds = 0.0; // at the end, less than a block
+    std::size_t clamped = 0;      // samples beyond full scale
+    std::size_t wrapped = 0;      // samples that the gain took beyond 16 bits
+    long overruns = 0;
+    long suspends = 0; // of the machine, while it listened
+
+    void add(const Block &block);
+    double decided_share() const; // of all blocks
+    // Of the decided blocks, of which there has to be one. Of an even number, the mean of the two
+    // in the middle.
+    double median() const;
+
+private:
+    int nth_angle(long n) const;
+
+    // Angles are whole degrees, so counting them is enough for the median.
+    std::array<long, 181> count_of_angle_{};
+};
+
+// One line for people.
+std::string to_text(const std::string &path, const Summary &summary);
+
+#endif

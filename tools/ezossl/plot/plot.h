@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// plot.h - figures of what was found, as SVG documents.
+
+#ifndef EZOSSL_TOOL_PLOT_H
+#define EZOSSL_TOOL_PLOT_H
+
+#include <string>
+#include <vector>
+
+#include "tracking/block.h"
+
+// Angle and level against time; a mark per block with an angle, and a row for each reason to have
+// none. Blocks that share a place in the figure share a mark, so that hours stay small.
+std::string angle_plot_svg(const std::vector<Block> &blocks, const std::string &title);
+
+// How often each angle was found, seen from above with the sound in front: + is on the left.
+std::string angle_rose_svg(const std::vector<Block> &blocks, const std::string &title);
+
+#endif

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// plot_text.h - what the figures say in words.
+
+#ifndef EZOSSL_TOOL_PLOT_TEXT_H
+#define EZOSSL_TOOL_PLOT_TEXT_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tracking/block.h"
+
+// "+30°", "−7.5°", "0°"; with a true minus sign.
+std::string angle_text(double degrees);
+
+std::size_t count_of(const std::vector<Block> &blocks, BlockStatus status);
+
+// Of the blocks with an angle; there must be one. Of an even number, the mean of the two in the
+// middle.
+double median_angle(const std::vector<Block> &blocks);
+
+// "1 block", "20 blocks"
+std::string blocks_text(std::size_t count);
+
+// "18 of 20 blocks with an angle (90 %), median +30°"
+std::string facts(const std::vector<Block> &blocks);
+
+// The end of a title that is too long for its line, as the end of a path tells more.
+std::string fitting_title(const std::string &title, std::size_t most_characters);
+
+#endif

@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+// room.cpp - see room.h. The image method (J. B. Allen and D. A. Berkley, "Image method for
+// efficiently simulating small-room acoustics", J. Acoust. Soc. Am. 65, 1979), with pulses between
+// the samples, as the delays of the pair demand.
+
+#include "scene/room.h"
+
+#include <cmath>
+#include <cstdio>
+
+#include "base/failure.h"
+#include "scene/fractional_delay.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kWallMargin = 0.1; // metres from the source to every wall
+// The pair stands off the middle of the room, where echoes would arrive in step.
+constexpr Point kPairPlace = {0.47, 0.28, 0.43}; // of width, depth, height
+
+// An image along one axis: where it lies, and how many walls it has been turned over at.
+struct AxisImage {
+    double coordinate;
+    int reflections;
+};
+
+std::vector<AxisImage> images_along(double size, double source, double receiver, double reach)
+{
+    std::vector<AxisImage> images;
+    const int last = static_cast<int>(std::ceil(reach / (2.0 * size))) + 1;
+    for (int n = -last; n <= last; n++) {
+        for (int turned = 0; turned <= 1; turned++) {
+            const double place = (1 - 2 * turned) * source + 2.0 * n * size - receiver;
+            if (std::fabs(place) <= reach)
+                images.push_back({place, std::abs(n - turned) + std::abs(n)});
+        }
+    }
+    return images;
+}
+
+// Calls visit(distance, reflections) for every image no further away than `reach`.
+template <class Visit>
+void for_each_image(const Point &size, const Point &source, const Point &receiver, double reach,
+                    Visit visit)
+{
+    std::vector<AxisImage> axis[3];
+    for (std::size_t i = 0; i < 3; i++)
+        axis[i] = images_along(size[i], source[i], receiver[i], reach);
+    for (const AxisImage &x : axis[0]) {
+        for (const AxisImage &y : axis[1]) {
+            const double flat = x.coordinate * x.coordinate + y.coordinate * y.coordinate;
+            if (flat > reach * reach)
+                continue;
+            for (const AxisImage &z : axis[2]) {
+                const double distance = std::sqrt(flat + z.coordinate * z.coordinate);
+                if (distance <= reach)
+                    visit(distance, x.reflections + y.reflections + z.reflections);
+            }
+        }
+    }
+}
+
+// Energy of the images over time and number of reflections, as if walls returned everything.
+class EnergyMap
+{
+public:
+    EnergyMap(const Point &size, const Point &source, const Point &receiver, double sound_speed,
+              double seconds)
+    {
+        for_each_image(size, source, receiver, seconds * sound_speed,
+                       [&](double distance, int reflections) {
+                           add(distance / sound_speed, reflections, 1.0 / (distance * distance));
+                       });
+    }
+
+    // Three times the time from -5 to -25 dB of the energy still to come (M. R. Schroeder, "New
+    // method of measuring reverberation time", J. Acoust. Soc. Am. 37, 1965).
+    double reverberation_time(double reflection) const
+    {
+        std::vector<double> to_come(energy_.size() + 1, 0.0);
+        for (std::size_t t = energy_.size(); t-- > 0;) {
+            double factor = 1.0;
+            double sum = 0.0;
+            for (const double energy : energy_[t]) {
+                sum += energy * factor;
+                factor *= reflection * reflection;
+            }
+            to_come[t] = to_come[t + 1] + sum;
+        }
+        return 3.0 * (time_below(to_come, -25.0) - time_below(to_come, -5.0));
+    }
+
+private:
+    static constexpr double kStep = 0.001; // seconds
+
+    void add(double time, int reflections, double energy)
+    {
+        const auto t = static_cast<std::size_t>(time / kStep);
+        const auto order = static_cast<std::size_t>(reflections);
+        if (energy_.size() <= t)
+            energy_.resize(t + 1);
+        if (energy_[t].size() <= order)
+            energy_[t].resize(order + 1);
+        energy_[t][order] += energy;
+    }
+
+    static double time_below(const std::vector<double> &to_come, double db)
+    {
+        const double limit = to_come.front() * std::pow(10.0, db / 10.0);
+        std::size_t t = 0;
+        while (t + 1 < to_come.size() && to_come[t] > limit)
+            t++;
+        return kStep * static_cast<double>(t);
+    }
+
+    std::vector<std::vector<double>> energy_;
+};
+
+double find_reflection(const EnergyMap &energy, double rt60)
+{
+    double low = 0.0;
+    double high = 1.0;
+    for (int i = 0; i < 30; i++) {
+        const double middle = 0.5 * (low + high);
+        (energy.reverberation_time(middle) < rt60 ? low : high) = middle;
+    }
+    return 0.5 * (low + high);
+}
+
+// Images that all have the same sign pile up at 0 Hz: the high-pass of 100 Hz of the paper above.
+void remove_low_end(std::vector<float> &response, int rate)
+{
+    const double w = 2.0 * kPi * 100.0 / rate;
+    const double r = std::exp(-w);
+    double y1 = 0.0;
+    double y2 = 0.0;
+    for (float &sample : response) {
+        const double y0 = 2.0 * r * std::cos(w) * y1 - r * r * y2 + double{sample};
+        sample = static_cast<float>(y0 - (1.0 + r) * y1 + r * y2);
+        y2 = y1;
+        y1 = y0;
+    }
+}
+
+} // namespace
+
+Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int rate)
+    : settings_(settings), spacing_(spacing), sound_speed_(sound_speed), rate_(rate)
+{
+    const EnergyMap energy(settings.size, source_at(0.0), middle_of_pair(), sound_speed,
+                           1.25 * settings.rt60);
+    reflection_ = find_reflection(energy, settings.rt60);
+}
+
+Point Room::middle_of_pair() const
+{
+    Point middle{};
+    for (std::size_t i = 0; i < 3; i++)
+        middle[i] = kPairPlace[i] * settings_.size[i];
+    return middle;
+}
+
+// Microphone 0, at the smaller x, is on the side of the positive angles.
+Point Room::source_at(double angle_deg) const
+{
+    Point source = middle_of_pair();
+    source[0] -= settings_.distance * std::sin(angle_deg * kPi / 180.0);
+    source[1] += settings_.distance * std::cos(angle_deg * kPi / 180.0);
+    for (std::size_t i = 0; i < 2; i++) {
+        if (source[i] >= kWallMargin && source[i] <= settings_.size[i] - kWallMargin)
+            continue;
+        char text[256];
+        std::snprintf(text, sizeof text,
+                      "at %+g deg and %g m the source would not stand inside the room of "
+                      "%gx%gx%g m; make --distance smaller or --room larger",
+                      angle_deg, settings_.distance, settings_.size[0], settings_.size[1],
+                      settings_.size[2]);
+        throw Failure(text);
+    }
+    return source;
+}
+
+std::vector<float> Room::response(double angle_deg, int microphone) const
+{
+    Point receiver = middle_of_pair();
+    receiver[0] += (microphone == 0 ? -0.5 : 0.5) * spacing_;
+    const double reach = settings_.distance + settings_.rt60 * sound_speed_;
+    std::vector<float> response(static_cast<std::size_t>(reach / sound_speed_ * rate_) +
+                                2 * kInterpolationReach);
+    for_each_image(settings_.size, source_at(angle_deg), receiver, reach,
+                   [&](double distance, int reflections) {
+                       add_impulse(response, distance / sound_speed_ * rate_ + kInterpolationReach,
+                                   std::pow(reflection_, reflections) * settings_.distance /
+                                       distance);
+                   });
+    remove_low_end(response, rate_);
+    return response;
+}

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+// scene.cpp - see scene.h.
+
+#include "scene/scene.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/units.h"
+#include "input/audio_file.h"
+#include "scene/convolution.h"
+#include "scene/fractional_delay.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr float kPeak = 0.7f;
+
+// What a microphone hears of a far source without a room: half the delay on either side.
+std::vector<float> hear_far(const std::vector<float> &source, const Placement &placement,
+                            int microphone, const SceneSettings &settings)
+{
+    const double part = microphone == 0 ? 0.5 : -0.5;
+    const auto length = static_cast<double>(source.size());
+    std::vector<float> heard(source.size());
+    for (std::size_t n = 0; n < source.size(); n++) {
+        const double angle = placement.at(static_cast<double>(n) / length);
+        const double place = static_cast<double>(n) - part * far_field_delay(angle, settings);
+        heard[n] = static_cast<float>(value_at(source, place));
+    }
+    return heard;
+}
+
+std::vector<int16_t> to_full_scale(std::vector<float> &scene)
+{
+    float peak = 0.0f;
+    for (const float sample : scene)
+        peak = std::max(peak, std::fabs(sample));
+    for (float &sample : scene)
+        sample *= kPeak / peak;
+    std::vector<int16_t> result(scene.size());
+    std::size_t clamped = 0; // none: the peak is below full scale
+    to_int16(scene.data(), result.data(), scene.size(), clamped);
+    return result;
+}
+
+} // namespace
+
+float NoiseSource::next()
+{
+    const double radius = std::sqrt(-2.0 * std::log(uniform()));
+    return static_cast<float>(radius * std::cos(2.0 * kPi * uniform()));
+}
+
+double NoiseSource::uniform()
+{
+    return (static_cast<double>(generator_()) + 0.5) / 4294967296.0;
+}
+
+std::vector<float> make_noise(std::size_t length, NoiseSource &noise)
+{
+    std::vector<float> samples(length);
+    for (float &sample : samples)
+        sample = noise.next();
+    return samples;
+}
+
+double far_field_delay(double angle, const SceneSettings &settings)
+{
+    const double path = settings.spacing_cm / 100.0 * std::sin(angle * kPi / 180.0);
+    return 0.0 - path / speed_of_sound(settings.temperature) * settings.rate; // no -0 for 0 degrees
+}
+
+double active_rms(const std::vector<float> &source, int rate)
+{
+    const std::size_t stretch = static_cast<std::size_t>(rate) / 100;
+    std::vector<double> powers;
+    for (std::size_t start = 0; start < source.size(); start += stretch) {
+        const std::size_t end = std::min(start + stretch, source.size());
+        double energy = 0.0;
+        for (std::size_t i = start; i < end; i++)
+            energy += double{source[i]} * double{source[i]};
+        powers.push_back(energy / static_cast<double>(end - start));
+    }
+    const double limit = *std::max_element(powers.begin(), powers.end()) * 1e-4;
+    double sum = 0.0;
+    std::size_t active = 0;
+    for (const double power : powers) {
+        if (power > limit) {
+            sum += power;
+            active++;
+        }
+    }
+    return active > 0 ? std::sqrt(sum / static_cast<double>(active)) : 0.0;
+}
+
+std::vector<int16_t> make_scene(const std::vector<float> &source,
+                                const std::vector<Placement> &placements,
+                                const SceneSettings &settings, NoiseSource &noise)
+{
+    std::optional<Room> room;
+    if (settings.room)
+        room.emplace(*settings.room, settings.spacing_cm / 100.0,
+                     speed_of_sound(settings.temperature), settings.rate);
+    const auto hear = [&](const Placement &placement, int microphone) {
+        return room ? convolve(source, room->response(placement.from, microphone))
+                    : hear_far(source, placement, microphone, settings);
+    };
+    const auto noise_level = static_cast<float>(active_rms(source, settings.rate) *
+                                                std::pow(10.0, -settings.snr_db / 20.0));
+    const auto gain = static_cast<float>(std::pow(10.0, settings.mismatch_db / 20.0));
+    std::vector<float> scene;
+    scene.reserve(2 * source.size() * placements.size());
+    for (const Placement &placement : placements) {
+        const std::vector<float> first = hear(placement, 0);
+        const std::vector<float> second = hear(placement, 1);
+        for (std::size_t i = 0; i < source.size(); i++) {
+            scene.push_back(first[i] + noise_level * noise.next());
+            scene.push_back(gain * (second[i] + noise_level * noise.next()));
+        }
+    }
+    return to_full_scale(scene);
+}

@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// localizer.cpp - see localizer.h.
+
+#include "tracking/localizer.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <string>
+
+#include "base/failure.h"
+
+namespace {
+
+[[noreturn]] void fail(const char *operation, uint32_t code)
+{
+    char text[96];
+    std::snprintf(text, sizeof text,
+                  "%s refused with code 0x%08" PRIx32 "; -v shows the library's messages",
+                  operation, code);
+    throw Failure(text);
+}
+
+void require(const char *operation, int32_t code)
+{
+    if (code != EZOSSL_OK)
+        fail(operation, static_cast<uint32_t>(code));
+}
+
+void require(const char *operation, uint32_t code)
+{
+    if (code != EZOSSL_OK)
+        fail(operation, code);
+}
+
+struct StatusOfCode {
+    int32_t code;
+    BlockStatus status;
+};
+constexpr StatusOfCode kStatuses[] = {
+    {EZOSSL_OK, BlockStatus::ok},
+    {EZOSSL_TOO_QUIET, BlockStatus::quiet},
+    {EZOSSL_UNDECIDED, BlockStatus::undecided},
+    {EZOSSL_DELAY_TOO_LARGE, BlockStatus::impossible},
+};
+
+BlockStatus status_of(int32_t code)
+{
+    for (const StatusOfCode &known : kStatuses) {
+        if (known.code == code)
+            return known.status;
+    }
+    fail("EzoSsl_Get_Direction", static_cast<uint32_t>(code));
+}
+
+SslHandle *make_instance(std::vector<std::byte> &buffer, const LocalizerSettings &settings)
+{
+    const SslInit init = {EZOSSL_FRAME_LENGTH, settings.sample_rate,
+                          static_cast<float>(settings.spacing_cm), static_cast<int>(settings.mode),
+                          EZOSSL_MIC_COUNT};
+    SslHandle *const handle = EzoSsl_Init(buffer.data(), &init);
+    if (handle == nullptr)
+        throw Failure("EzoSsl_Init refused; -v shows the library's messages");
+    return handle;
+}
+
+double energy_of(const int16_t (&frame)[kFrameSamples])
+{
+    int64_t sum = 0;
+    for (const int32_t sample : frame)
+        sum += sample * sample;
+    return static_cast<double>(sum) / (32768.0 * 32768.0);
+}
+
+} // namespace
+
+Localizer::Localizer(const LocalizerSettings &settings)
+    : settings_(settings),
+      loudest_(static_cast<int>(32767.0 * std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
+      buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
+{
+    const SslConfig config = {settings.temperature, settings.gate_db, settings.block_frames};
+    require("EzoSsl_Config", EzoSsl_Config(handle_, &config));
+    require("EzoSsl_Set_Shape", EzoSsl_Set_Shape(handle_, 0));
+    require("EzoSsl_Cal_Params", EzoSsl_Cal_Params(handle_));
+}
+
+Localizer::~Localizer()
+{
+    EzoSsl_Free(handle_);
+}
+
+void Localizer::add_frame(const int16_t (&frame)[kFrameSamples])
+{
+    int16_t amplified[kFrameSamples];
+    std::copy(std::begin(frame), std::end(frame), amplified);
+    if (settings_.gain_db != 0)
+        amplify(amplified);
+    energy_ += energy_of(amplified);
+    int32_t delay = EZOSSL_REJECTED_FRAME;
+    require("EzoSsl_Run", EzoSsl_Run(handle_, amplified, &delay));
+    delays_.push_back(delay);
+}
+
+void Localizer::amplify(int16_t (&frame)[kFrameSamples])
+{
+    wrapped_ += static_cast<std::size_t>(
+        std::count_if(std::begin(frame), std::end(frame),
+                      [this](int sample) { return std::abs(sample) > loudest_; }));
+    require("EzoSsl_ApplyDigitalGain", EzoSsl_ApplyDigitalGain(handle_, frame, settings_.gain_db));
+}
+
+Block Localizer::finish_block()
+{
+    const double seconds = settings_.block_frames * frame_seconds();
+    const double start = static_cast<double>(blocks_) * seconds;
+    const auto rejected = std::count(delays_.begin(), delays_.end(), EZOSSL_REJECTED_FRAME);
+    const double samples = static_cast<double>(frames()) * kFrameSamples;
+    int32_t angle = EZOSSL_NO_DIRECTION;
+    const int32_t code = settings_.mode == DelayMode::vote ? EzoSsl_Get_Direction(handle_, &angle)
+                                                           : EZOSSL_UNDECIDED;
+    const Block block = {start,
+                         start + seconds,
+                         status_of(code),
+                         angle,
+                         frames() - static_cast<int>(rejected),
+                         frames(),
+                         10.0 * std::log10(energy_ / samples)};
+    begin_block();
+    return block;
+}
+
+void Localizer::begin_block()
+{
+    if (settings_.mode == DelayMode::vote)
+        require("EzoSsl_Reset_Mapping", EzoSsl_Reset_Mapping(handle_));
+    delays_.clear();
+    energy_ = 0.0;
+    blocks_++;
+}

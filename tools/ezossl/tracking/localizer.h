@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+// localizer.h - an instance of the library with its buffer, driven in the order that it asks for.
+
+#ifndef EZOSSL_TOOL_LOCALIZER_H
+#define EZOSSL_TOOL_LOCALIZER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "EzoSsl.h"
+#include "tracking/block.h"
+
+constexpr std::size_t kFrameSamples =
+    static_cast<std::size_t>(EZOSSL_FRAME_LENGTH) * EZOSSL_MIC_COUNT;
+
+// The library's bf_mode.
+enum class DelayMode { vote = 0, time_domain = 1 };
+
+struct LocalizerSettings {
+    int sample_rate;   // Hz
+    double spacing_cm; // of the microphones
+    int temperature;   // degrees Celsius
+    int gate_db;       // dB of full scale
+    int block_frames;
+    DelayMode mode = DelayMode::vote;
+    int gain_db = 0;
+};
+
+class Localizer
+{
+public:
+    // Failure if the library refuses the settings.
+    explicit Localizer(const LocalizerSettings &settings);
+    ~Localizer();
+    Localizer(const Localizer &) = delete;
+    Localizer &operator=(const Localizer &) = delete;
+
+    void add_frame(const int16_t (&frame)[kFrameSamples]);
+    bool is_block_complete() const { return frames() == settings_.block_frames; }
+    // The answer to the frames since the last block, which start the next one. In the time domain
+    // there is none: every block is undecided.
+    Block finish_block();
+
+    // Of the block so far: a delay per frame, EZOSSL_REJECTED_FRAME where there is no clear one.
+    const std::vector<int> &delays() const { return delays_; }
+    int frames() const { return static_cast<int>(delays_.size()); }
+    double frame_seconds() const { return 1.0 * EZOSSL_FRAME_LENGTH / settings_.sample_rate; }
+    // Samples that the gain took beyond 16 bits, where they wrapped around.
+    std::size_t wrapped() const { return wrapped_; }
+
+private:
+    void amplify(int16_t (&frame)[kFrameSamples]);
+    void begin_block();
+
+    LocalizerSettings settings_;
+    int loudest_; // sample that the gain leaves within 16 bits
+    std::vector<std::byte> buffer_;
+    SslHandle *handle_;
+    std::vector<int> delays_;
+    double energy_ = 0.0; // of the block, full scale 1
+    long blocks_ = 0;
+    std::size_t wrapped_ = 0;
+};
+
+#endif
