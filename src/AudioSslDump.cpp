@@ -40,21 +40,26 @@ bool fits(int length)
     return length >= 0 && static_cast<size_t>(length) < kPathBytes;
 }
 
-void close_files(SslDumpFiles *files)
+void close_file(SslDumpFiles *files, uint32_t mic)
 {
-    for (uint32_t mic = 0; mic < kMicCount; ++mic) {
-        if (files->stream[mic] != nullptr)
-            std::fclose(files->stream[mic]);
-        files->stream[mic] = nullptr;
-    }
+    if (files->stream[mic] != nullptr)
+        std::fclose(files->stream[mic]);
+    files->stream[mic] = nullptr;
 }
 
-// Opens a file for every microphone, empty. One that cannot be opened ends it; the files before it
-// stay open.
+void close_files(SslDumpFiles *files)
+{
+    for (uint32_t mic = 0; mic < kMicCount; ++mic)
+        close_file(files, mic);
+}
+
+// Opens an empty file for every microphone. A file of another mode is closed first, as the new one
+// may have the same name. Stops at the first that cannot be opened; streams before and behind it
+// stay as they are.
 bool open_files(SslHandle *handle, const char *tag)
 {
-    close_files(&handle->dump_files); // files of another mode: the names are the same
     for (uint32_t mic = 0; mic < kMicCount; ++mic) {
+        close_file(&handle->dump_files, mic);
         char path[kPathBytes];
         const int length = std::snprintf(path, sizeof path, "%s/Audio_SSL_input_data%d.pcm",
                                          directory(), static_cast<int>(mic));

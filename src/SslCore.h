@@ -108,7 +108,6 @@ struct SslRecord {
     float sound_speed; // m/s
     int32_t cleared[2];
     int32_t max_delay_sample[kPairCount]; // longest possible delay in whole samples, plus one
-    int32_t vote_count[kPairCount][kVoteBinCount];
     float direction_delay_table[kPairCount][kCandidateCount];
 
     // The frame as it came in, by microphone.
@@ -121,6 +120,7 @@ struct SslRecord {
     int32_t dump_mode;      // AUDIO_SSL_DUMP as last taken over
 
     // Votes and the decision on them.
+    int32_t vote_count[kPairCount][kVoteBinCount];
     float vote_delay_sum[kPairCount][kCandidateCount];
     int32_t winning_bin[kPairCount];
     float path_difference[kPairCount];
@@ -156,7 +156,8 @@ struct SslHandle : SslRecord<(kSslStateBytes - sizeof(SslRecord<1>)) / sizeof(in
 
 #pragma pack(pop)
 
-// What callers rely on: the size, the alignment, and the fields at both ends.
+// What callers rely on: the size, the alignment, and the fields at both ends and in between whose
+// place is promised. The rest may be in any order.
 static_assert(sizeof(SslHandle) == kSslStateBytes && alignof(SslHandle) == 4);
 static_assert(offsetof(SslHandle, magic) == 0 && offsetof(SslHandle, point_number) == 4 &&
               offsetof(SslHandle, sample_rate) == 8 && offsetof(SslHandle, mic_distance) == 12 &&
@@ -166,11 +167,22 @@ static_assert(offsetof(SslHandle, magic) == 0 && offsetof(SslHandle, point_numbe
               offsetof(SslHandle, direction_frame_num_before) == 32 &&
               offsetof(SslHandle, bf_mode) == 36 && offsetof(SslHandle, mic_num) == 40 &&
               offsetof(SslHandle, mic_pos) == 44);
-static_assert(offsetof(SslHandle, lag_table) + sizeof(SslHandle::lag_table) ==
-                  offsetof(SslHandle, sound_speed) &&
-              offsetof(SslHandle, fft) + sizeof(FftContext) == offsetof(SslHandle, vote_gate));
-static_assert(offsetof(SslHandle, digital_gain_db) == 15900 &&
+// Where the field begins that follows `member` without a gap.
+#define SSL_BEHIND(member) (offsetof(SslHandle, member) + sizeof(SslHandle::member))
+static_assert(offsetof(SslHandle, sound_speed) == SSL_BEHIND(lag_table) &&
+              offsetof(SslHandle, cleared) == SSL_BEHIND(sound_speed) &&
+              offsetof(SslHandle, max_delay_sample) == SSL_BEHIND(cleared) &&
+              offsetof(SslHandle, direction_delay_table) == SSL_BEHIND(max_delay_sample) &&
+              offsetof(SslHandle, input_pcm) == SSL_BEHIND(direction_delay_table) &&
+              offsetof(SslHandle, order) == SSL_BEHIND(input_pcm) &&
+              offsetof(SslHandle, msg_level) == SSL_BEHIND(order) &&
+              offsetof(SslHandle, voting_changed) == SSL_BEHIND(msg_level) &&
+              offsetof(SslHandle, dump_mode) == SSL_BEHIND(voting_changed));
+static_assert(offsetof(SslHandle, vote_gate) == SSL_BEHIND(fft) &&
+              offsetof(FftContext, fft_size) + 4 == sizeof(FftContext) &&
+              offsetof(SslHandle, digital_gain_db) == 15900 &&
               offsetof(SslHandle, digital_gain_factor) == 15904);
+#undef SSL_BEHIND
 
 // ---- Tables and set-up (SslCoreTables.cpp) --------------------------------------------------
 
