@@ -2,11 +2,11 @@
  * faulty_device.c - a capture device for ALSA that fails as its configuration says; what is not
  * given does not fail:
  *
- *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  forever 1
+ *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
  *              rate HZ  channels COUNT  bits COUNT }
  *
- * It refuses to open, or has the fault once (or for ever) after so many frames. Until then there is
- * always sound, noise that is two samples later on each odd channel than on the one before.
+ * It refuses to open, or has the fault after so many frames: once, again after so many more, or
+ * from then on for ever. Until then there is always sound, noise that is two samples later on each odd channel than on the one before.
  */
 
 #include <alsa/asoundlib.h>
@@ -14,9 +14,9 @@
 
 #include <fcntl.h>
 
-enum { REFUSE, FAULT, AFTER, FOREVER, RATE, CHANNELS, BITS, SETTINGS };
-static const char *const names[SETTINGS] = {"refuse", "fault",    "after", "forever",
-                                            "rate",   "channels", "bits"};
+enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, CHANNELS, BITS, SETTINGS };
+static const char *const names[SETTINGS] = {"refuse",  "fault", "after",    "again",
+                                            "forever", "rate",  "channels", "bits"};
 enum { CHUNK = 160, LEAD = 2 };
 
 static snd_pcm_ioplug_t device; /* the only one of a process */
@@ -51,7 +51,10 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
 {
     const long fault = settings[FAULT];
     if (fault != 0 && delivered >= settings[AFTER]) {
-        settings[FAULT] *= settings[FOREVER];
+        if (settings[AGAIN] == 0)
+            settings[FAULT] *= settings[FOREVER];
+        settings[AFTER] += settings[AGAIN];
+        settings[AGAIN] = 0;
         snd_pcm_ioplug_set_state(io, fault == EPIPE      ? SND_PCM_STATE_XRUN
                                      : fault == ESTRPIPE ? SND_PCM_STATE_SUSPENDED
                                                          : SND_PCM_STATE_DISCONNECTED);
@@ -60,8 +63,12 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
     for (unsigned channel = 0; channel < io->channels; channel++)
         for (snd_pcm_uframes_t n = 0; n < size; n++) {
             const size_t bit = areas[channel].first + (offset + n) * areas[channel].step;
-            int16_t *sample = (int16_t *)((char *)areas[channel].addr + bit / 8);
-            *sample = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
+            void *sample = (char *)areas[channel].addr + bit / 8;
+            const int16_t value = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
+            if (settings[BITS] == 16)
+                *(int16_t *)sample = value;
+            else
+                *(int32_t *)sample = value * 65536;
         }
     delivered += (long)size;
     return (snd_pcm_sframes_t)size;

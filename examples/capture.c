@@ -1,0 +1,177 @@
+/* SPDX-License-Identifier: MIT
+ *
+ * capture - prints the direction of the sound at two microphones on an ALSA device, until the
+ * device fails.
+ *
+ *   DML_PATH=errors.json capture hw:1,0 5.8
+ *
+ * docs/alsa.md explains each step. Standard output: a line per block; the library's messages go
+ * there too, unless a level file holds them back.
+ */
+#include <alsa/asoundlib.h>
+#include <samplerate.h>
+#include <stdio.h>
+#include <stdlib.h>
+
+#include "EzoSsl.h"
+
+enum {
+    RATE = 16000, /* Hz; the library's best for speech */
+    BLOCK_FRAMES = 32,
+    FRAME = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT,
+    LONGEST = 6 * FRAME, /* samples of a period at the highest rate */
+    PATIENCE = 25        /* failed reads in a row */
+};
+static const unsigned rates[] = {16000, 48000, 32000, 96000, 44100};
+static const snd_pcm_format_t formats[] = {SND_PCM_FORMAT_S16, SND_PCM_FORMAT_S32};
+
+static snd_pcm_t *pcm;
+static snd_pcm_format_t format;
+static snd_pcm_uframes_t period; /* as long as a frame of the library */
+static unsigned rate;
+static SRC_STATE *resampler; /* one for both channels: it delays them alike */
+static SslHandle *ssl;
+static int16_t frame[FRAME];
+static int filled; /* samples in it */
+static int frames; /* in the block */
+
+static void require(int is_good, const char *what, const char *why)
+{
+    if (!is_good) {
+        fprintf(stderr, "capture: %s: %s\n", what, why);
+        exit(EXIT_FAILURE);
+    }
+}
+
+/* Takes the first format and the first rate that the device itself has. */
+static void open_microphones(const char *device)
+{
+    snd_pcm_hw_params_t *wanted;
+    snd_pcm_uframes_t buffer;
+    size_t f = 0, r = 0;
+    /* Not blocking, as otherwise a device in use would be waited for; reads do wait. */
+    int code = snd_pcm_open(&pcm, device, SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK);
+
+    require(code == 0, device, snd_strerror(code));
+    snd_pcm_nonblock(pcm, 0);
+    snd_pcm_hw_params_alloca(&wanted);
+    code = snd_pcm_hw_params_any(pcm, wanted);
+    require(code >= 0, device, snd_strerror(code));
+    snd_pcm_hw_params_set_rate_resample(pcm, wanted, 0); /* ALSA's own aliases */
+    snd_pcm_hw_params_set_access(pcm, wanted, SND_PCM_ACCESS_RW_INTERLEAVED);
+    code = snd_pcm_hw_params_set_channels(pcm, wanted, EZOSSL_MIC_COUNT);
+    require(code == 0, device, "does not have just 2 channels; pick them with a route device");
+    while (f < 2 && snd_pcm_hw_params_set_format(pcm, wanted, formats[f]) != 0)
+        f++;
+    require(f < 2, device, "has neither S16 nor S32; put plug before its name: plughw:1,0");
+    while (r < 5 && snd_pcm_hw_params_set_rate(pcm, wanted, rates[r], 0) != 0)
+        r++;
+    require(r < 5, device, "has no usable sample rate");
+    format = formats[f];
+    rate = rates[r];
+    period = EZOSSL_FRAME_LENGTH * rate / RATE;
+    buffer = 64 * period; /* half a second, in which nobody needs to read */
+    snd_pcm_hw_params_set_period_size_near(pcm, wanted, &period, NULL);
+    snd_pcm_hw_params_set_buffer_size_near(pcm, wanted, &buffer);
+    code = snd_pcm_hw_params(pcm, wanted);
+    require(code == 0, device, snd_strerror(code));
+    period = EZOSSL_FRAME_LENGTH * rate / RATE; /* reads are as long, whatever the device has */
+    resampler = src_new(SRC_SINC_FASTEST, EZOSSL_MIC_COUNT, &code);
+    require(resampler != NULL, "src_new", src_strerror(code));
+    fprintf(stderr, "capture: %s: %u Hz, %s\n", device, rate, snd_pcm_format_name(format));
+}
+
+static void open_library(float spacing_cm)
+{
+    SslInit init = {EZOSSL_FRAME_LENGTH, RATE, spacing_cm, 0, EZOSSL_MIC_COUNT};
+    SslConfig config = {20, -60, BLOCK_FRAMES};
+
+    ssl = EzoSsl_Init(malloc(EzoSsl_GetBufferSize()), &init); /* refuses a NULL buffer */
+    require(ssl != NULL && EzoSsl_Config(ssl, &config) == EZOSSL_OK &&
+                EzoSsl_Set_Shape(ssl, 0) == EZOSSL_OK && EzoSsl_Cal_Params(ssl) == EZOSSL_OK,
+            "the library", "refused its settings");
+}
+
+static void end_block(void)
+{
+    int32_t angle;
+    int32_t code = EzoSsl_Get_Direction(ssl, &angle);
+
+    if (code == EZOSSL_OK)
+        printf("angle %ld degrees\n", (long)angle);
+    else
+        puts(code == EZOSSL_TOO_QUIET ? "too quiet" : "no clear direction");
+    fflush(stdout);
+    EzoSsl_Reset_Mapping(ssl);
+    frames = 0;
+}
+
+/* Sound was lost: what was collected does not join what comes. */
+static void begin_anew(void)
+{
+    if (frames > 0) /* before the first Run, the call would be refused, and Run with it */
+        EzoSsl_Reset_Mapping(ssl);
+    frames = filled = 0;
+    src_reset(resampler);
+}
+
+/* Samples of both microphones, in turn, at RATE. */
+static void locate(const float *samples, long count)
+{
+    int32_t delay;
+
+    while (count-- > 0) {
+        src_float_to_short_array(samples++, &frame[filled++], 1);
+        if (filled < FRAME)
+            continue;
+        filled = 0;
+        require(EzoSsl_Run(ssl, frame, &delay) == EZOSSL_OK, "the library", "refused a frame");
+        if (++frames == BLOCK_FRAMES)
+            end_block();
+    }
+}
+
+static void resample_and_locate(const float *samples, long count)
+{
+    float resampled[LONGEST];
+    SRC_DATA data = {samples, resampled, 0, LONGEST / EZOSSL_MIC_COUNT, 0, 0, 0, 0};
+
+    data.input_frames = count / EZOSSL_MIC_COUNT;
+    data.src_ratio = (double)RATE / rate;
+    require(src_process(resampler, &data) == 0, "src_process", "failed");
+    locate(resampled, data.output_frames_gen * EZOSSL_MIC_COUNT);
+}
+
+int main(int argc, char **argv)
+{
+    int32_t raw[LONGEST]; /* S32, or S16 in its first half */
+    float samples[LONGEST];
+    int failures = 0;
+
+    if (argc != 3 || !(strtof(argv[2], NULL) > 0)) {
+        fprintf(stderr, "usage: capture DEVICE SPACING_CM\n");
+        return 2;
+    }
+    open_microphones(argv[1]);
+    open_library(strtof(argv[2], NULL));
+    for (;;) {
+        const int got = (int)snd_pcm_readi(pcm, raw, period); /* waits */
+        if (got < 0) { /* an overrun, or the machine slept; reading starts the device again */
+            fprintf(stderr, "capture: %s, the block begins anew\n",
+                    got == -EPIPE ? "overrun" : snd_strerror(got));
+            require(snd_pcm_prepare(pcm) == 0, argv[1], "is lost");
+            require(++failures < PATIENCE, argv[1], "delivers no sound");
+            begin_anew();
+            continue;
+        }
+        failures = 0;
+        if (format == SND_PCM_FORMAT_S16)
+            src_short_to_float_array((const short *)raw, samples, got * EZOSSL_MIC_COUNT);
+        else
+            src_int_to_float_array(raw, samples, got * EZOSSL_MIC_COUNT);
+        if (rate == RATE)
+            locate(samples, (long)got * EZOSSL_MIC_COUNT);
+        else
+            resample_and_locate(samples, (long)got * EZOSSL_MIC_COUNT);
+    }
+}
