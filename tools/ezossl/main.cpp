@@ -98,10 +98,6 @@ std::string sentence_of(const CLI::App &app, const CLI::Error &error)
         return text.substr(no_conversion.size()) + " is not a whole number";
     if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
         return text.substr(0, at) + " can be given once only";
-    const auto colon = text.find(": ");
-    if (error.get_name() == "ValidationError" && colon != std::string::npos &&
-        text.find(' ', colon + 2) == std::string::npos)
-        return text + " is none of its values";
     return text;
 }
 

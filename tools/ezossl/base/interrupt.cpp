@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// interrupt.cpp - see interrupt.h.
+// interrupt.cpp - counts signals in a handler that does no more than a handler may.
 
 #include "base/interrupt.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// text.cpp - see text.h.
+// text.cpp - text for the terminal: printf into a string, counts, line breaks, notes.
 
 #include "base/text.h"
 
@@ -37,7 +37,7 @@ std::string wrapped(const std::string &text, std::size_t indent)
             column = indent;
         } else if (column > indent) {
             result += ' ';
-            column++;
+            ++column;
         }
         result += word;
     }

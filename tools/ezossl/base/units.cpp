@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// units.cpp - see units.h.
+// units.cpp - lengths and rooms from their text, with the limits of what makes sense.
 
 #include "base/units.h"
 
@@ -62,7 +62,7 @@ std::array<double, 3> parse_room_size(const std::string &text)
     std::array<double, 3> size{};
     const char *at = text.data();
     const char *const end = text.data() + text.size();
-    for (std::size_t i = 0; i < size.size(); i++) {
+    for (std::size_t i = 0; i < size.size(); ++i) {
         const auto [rest, error] = std::from_chars(at, end, size[i]);
         const bool is_last = i + 1 == size.size();
         const bool goes_on = is_last ? rest == end : rest != end && *rest == 'x';
@@ -73,9 +73,4 @@ std::array<double, 3> parse_room_size(const std::string &text)
         at = rest + 1;
     }
     return size;
-}
-
-double speed_of_sound(int temperature)
-{
-    return 331.0 + 0.6 * temperature;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// units.h - quantities as users write them.
+// units.h - lengths and room sizes as users write them.
 
 #ifndef EZOSSL_TOOL_UNITS_H
 #define EZOSSL_TOOL_UNITS_H
@@ -14,8 +14,5 @@ double parse_spacing_cm(const std::string &text);
 // Metres along three axes from "5x4x3". Failure if the text is no room, or one that is too small or
 // too large to be simulated.
 std::array<double, 3> parse_room_size(const std::string &text);
-
-// m/s, at a temperature in degrees Celsius; as in the library.
-double speed_of_sound(int temperature);
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// utf8.cpp - see utf8.h.
+// utf8.cpp - decodes UTF-8 strictly: no overlong forms, no surrogates, nothing beyond U+10FFFF.
 
 #include "base/utf8.h"
 
@@ -36,7 +36,7 @@ std::string_view leading_character(std::string_view text)
     if (length == kNoLead || length > text.size())
         return {};
     char32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
-    for (unsigned i = 1; i < length; i++) {
+    for (unsigned i = 1; i < length; ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if ((byte & 0xC0u) != 0x80)
             return {};

@@ -119,7 +119,7 @@ Command add_check_command(CLI::App &app)
         ->type_name("A,B")
         ->check(limits(1, 64, "(a channel)"));
     parser->add_option("-r,--rate", tracking.rate, "Rate in Hz to which the sound is brought first")
-        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->check(supported_rate())
         ->type_name("HZ");
     parser->footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
                    "Faults are found in stretches of a second: the longer the recording, the\n"

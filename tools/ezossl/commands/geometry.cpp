@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/acoustics.h"
 #include "base/text.h"
-#include "base/units.h"
 #include "input/audio_file.h"
 #include "tracking/pair_geometry.h"
 
@@ -122,7 +122,7 @@ Command add_geometry_command(CLI::App &app)
         app.add_subcommand("geometry", "Show what a pair of microphones can resolve");
     options->array.add_to(*parser);
     parser->add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
-        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))));
+        ->check(supported_rate());
     parser->footer(explanations());
     return {parser, [options](DataOutput &output) { show_geometry(*options, output); }};
 }

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: MIT
-// options.cpp - see options.h.
+// options.cpp - options that several commands have, and checks of their values.
 
 #include "commands/options.h"
 
+#include <algorithm>
+
 #include "base/failure.h"
 #include "base/units.h"
+#include "input/audio_file.h"
 
 void ArrayOptions::add_to(CLI::App &parser)
 {
@@ -37,4 +40,21 @@ CLI::Validator limits(double low, double high, const std::string &unit)
         return message.str();
     };
     return CLI::Validator(check, "");
+}
+
+CLI::Validator supported_rate()
+{
+    std::vector<std::string> names;
+    for (const int rate : kSampleRates)
+        names.push_back(std::to_string(rate));
+    const auto check = [names](const std::string &text) {
+        const bool is_known = std::find(names.begin(), names.end(), text) != names.end();
+        return is_known ? std::string() : not_one_of(text, names);
+    };
+    return CLI::Validator(check, '{' + CLI::detail::join(names) + '}');
+}
+
+std::string not_one_of(const std::string &text, const std::vector<std::string> &names)
+{
+    return "'" + text + "' is not one of " + CLI::detail::join(names, ", ");
 }

@@ -4,8 +4,10 @@
 #ifndef EZOSSL_TOOL_OPTIONS_H
 #define EZOSSL_TOOL_OPTIONS_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -27,5 +29,28 @@ struct ArrayOptions {
 
 // Refuses a number outside low ... high and says so with the unit.
 CLI::Validator limits(double low, double high, const std::string &unit);
+
+// Refuses a rate that the library does not take.
+CLI::Validator supported_rate();
+
+// "'x' is not one of a, b, c"
+std::string not_one_of(const std::string &text, const std::vector<std::string> &names);
+
+// An option that takes the name of a row of the table and hands on the row.
+template <class Row, std::size_t count, class Choose>
+void add_choice(CLI::App &parser, const std::string &option, const Row (&table)[count],
+                Choose choose, const std::string &description)
+{
+    const auto find = [option, &table, choose](const std::string &text) {
+        std::vector<std::string> names;
+        for (const Row &row : table) {
+            if (text == row.name)
+                return choose(row);
+            names.emplace_back(row.name);
+        }
+        throw CLI::ValidationError(option.substr(option.find("--")), not_one_of(text, names));
+    };
+    parser.add_option_function<std::string>(option, find, description)->type_name("NAME");
+}
 
 #endif

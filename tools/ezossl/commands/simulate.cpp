@@ -200,7 +200,7 @@ void add_source_options(CLI::App &parser, SimulateOptions &options)
         ->check(limits(0.1, kLongestSeconds, "seconds"))
         ->type_name("SEC");
     parser.add_option("-r,--rate", options.rate, "Sample rate of the scene")
-        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->check(supported_rate())
         ->type_name("HZ")
         ->capture_default_str();
     parser

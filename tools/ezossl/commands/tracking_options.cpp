@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
-// tracking_options.cpp - see tracking_options.h.
+// tracking_options.cpp - the options of `track` and `live`, and what contradicts each other.
 
 #include "commands/tracking_options.h"
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <map>
+#include <iterator>
 
 #include "base/failure.h"
-#include "input/audio_file.h"
 
 namespace {
 
@@ -17,27 +16,18 @@ constexpr int kMostFrames = 10000; // in a block
 constexpr int kMostChannels = 64;
 constexpr int kMostDegrees = 180;
 
-const std::map<std::string, DelayMode> kModes = {{"vote", DelayMode::vote},
-                                                 {"delay", DelayMode::time_domain}};
-const std::map<std::string, OutputFormat> kFormats = {
-    {"table", OutputFormat::table}, {"csv", OutputFormat::csv}, {"jsonl", OutputFormat::jsonl}};
-
-// Maps the name to its value, and says which there are.
-template <class Value>
-void add_choice(CLI::App &parser, const std::string &name, Value &value,
-                const std::map<std::string, Value> &choices, const std::string &description)
+// "table (default), csv, or jsonl: an object per line"
+std::string format_help()
 {
-    const auto choose = [&value, choices, name](const std::string &text) {
-        const auto found = choices.find(text);
-        std::string names;
-        for (const auto &choice : choices)
-            names += (names.empty() ? "" : ", ") + choice.first;
-        if (found == choices.end())
-            throw CLI::ValidationError(name.substr(name.find("--")),
-                                       "there is no '" + text + "'; there are " + names);
-        value = found->second;
-    };
-    parser.add_option_function<std::string>(name, choose, description)->type_name("NAME");
+    std::string text;
+    for (const OutputFormat &format : kOutputFormats) {
+        const bool is_last = &format == std::end(kOutputFormats) - 1;
+        text += (text.empty() ? ""
+                 : is_last    ? ", or "
+                              : ", ") +
+                std::string(format.name) + format.help;
+    }
+    return text;
 }
 
 // Two numbers from "1,2".
@@ -96,22 +86,24 @@ void TrackingOptions::add_array_options(CLI::App &parser)
     parser
         .add_option("-r,--rate", rate,
                     "Rate at which the direction is looked for; the sound is brought there")
-        ->check(CLI::IsMember(std::vector<int>(std::begin(kSampleRates), std::end(kSampleRates))))
+        ->check(supported_rate())
         ->type_name("HZ");
     parser.add_option("-G,--gain", gain_db, "Amplify by this; what gets too loud wraps around")
         ->check(limits(-120, 120, "dB"))
         ->type_name("DB")
         ->capture_default_str();
-    add_choice(parser, "--mode", mode, kModes,
-               "vote (default) gives angles. delay shows what the time-domain mode of the library "
-               "does: both frames that it compares carry microphone 0, so it reports a constant "
-               "delay (see --per-frame) and locates nothing");
+    add_choice(
+        parser, "--mode", kDelayModes, [this](const DelayModeName &row) { mode = row.mode; },
+        "vote (default) gives angles. delay shows what the time-domain mode of the library "
+        "does: both frames that it compares carry microphone 0, so it reports a constant "
+        "delay (see --per-frame) and locates nothing");
 }
 
 void TrackingOptions::add_output_options(CLI::App &parser)
 {
-    add_choice(parser, "-f,--format", format, kFormats,
-               "table (default), csv, or jsonl: an object per line");
+    add_choice(
+        parser, "-f,--format", kOutputFormats, [this](const OutputFormat &row) { format = &row; },
+        format_help());
     parser
         .add_option_function<std::string>(
             "-o,--output", [this](const std::string &name) { output = name == "-" ? "" : name; },

@@ -9,12 +9,11 @@
 #include <vector>
 
 #include "commands/options.h"
+#include "output/report.h"
 #include "tracking/localizer.h"
 #include "tracking/tracker.h"
 
-enum class OutputFormat { table, csv, jsonl };
-
-struct TrackingOptions {
+struct TrackingOptions : ReportSettings {
     ArrayOptions array;
     int gate_db = -80;
     int block_frames = 32;
@@ -24,16 +23,6 @@ struct TrackingOptions {
     int rate = 0; // Hz; 0 is not given
     int gain_db = 0;
     DelayMode mode = DelayMode::vote;
-
-    OutputFormat format = OutputFormat::table;
-    std::string output;
-    std::string plot;
-    std::string histogram;
-    bool per_frame = false;
-    int on_change = 0; // degrees; 0 is not given
-    bool realtime = false;
-    bool quiet = false;
-    bool no_color = false;
 
     void add_to(CLI::App &parser);
     // Refuses what only shows when all options are known, such as an output that is an input.

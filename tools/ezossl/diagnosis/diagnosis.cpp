@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/acoustics.h"
 #include "base/median.h"
 #include "base/text.h"
-#include "base/units.h"
 #include "diagnosis/block_counts.h"
 #include "diagnosis/lag_track.h"
 #include "diagnosis/pair_correlation.h"

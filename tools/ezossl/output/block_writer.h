@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "commands/tracking_options.h"
 #include "output/data_output.h"
 #include "output/summary.h"
+#include "tracking/tracker.h"
 
 // Which input, and how it is listened to.
 struct InputInfo {
@@ -39,8 +39,5 @@ struct WriterStyle {
 std::unique_ptr<BlockWriter> make_table_writer(DataOutput &output, const WriterStyle &style);
 std::unique_ptr<BlockWriter> make_csv_writer(DataOutput &output, const WriterStyle &style);
 std::unique_ptr<BlockWriter> make_jsonl_writer(DataOutput &output, const WriterStyle &style);
-
-// ok, quiet, undecided or impossible.
-const char *name_of(BlockStatus status);
 
 #endif

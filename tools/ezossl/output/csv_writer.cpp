@@ -2,7 +2,7 @@
 // csv_writer.cpp - blocks as comma-separated values, one header line for all inputs.
 
 #include "base/text.h"
-#include "output/block_writer.h"
+#include "output/columns.h"
 
 namespace {
 
@@ -16,41 +16,55 @@ std::string quoted(const std::string &field)
     return text + '"';
 }
 
+// A value as a field.
+struct FieldText {
+    std::string operator()(std::monostate /*none*/) const { return ""; }
+    std::string operator()(const Number &number) const
+    {
+        return format_text("%.*f", number.decimals, number.value);
+    }
+    std::string operator()(const std::string &text) const { return quoted(text); }
+    std::string operator()(const List &list) const
+    {
+        std::string field;
+        for (const std::optional<int> number : list)
+            field += (field.empty() ? "" : " ") + (number ? std::to_string(*number) : "x");
+        return field;
+    }
+};
+
 class CsvWriter : public BlockWriter
 {
 public:
-    CsvWriter(DataOutput &output, const WriterStyle &style) : output_(output), style_(style) {}
+    CsvWriter(DataOutput &output, const WriterStyle &style)
+        : output_(output), columns_(columns_for(style))
+    {
+    }
 
     void begin(const InputInfo &input) override { name_ = quoted(input.name); }
 
     void write(const Block &block, const std::vector<int> &delays) override
     {
         if (is_first_)
-            output_.print("file,t_start,t_end,angle_deg,status,frames_used,frames_total,"
-                          "level_dbfs%s\n",
-                          style_.per_frame ? ",frame_delays" : "");
+            write_header();
         is_first_ = false;
-        const bool is_ok = block.status == BlockStatus::ok;
-        output_.print("%s,%.6f,%.6f,%s,%s,%d,%d,%.2f%s\n", name_.c_str(), block.start, block.end,
-                      is_ok ? std::to_string(block.angle).c_str() : "", name_of(block.status),
-                      block.frames_used, block.frames_total, block.level,
-                      style_.per_frame ? list(delays).c_str() : "");
+        std::string line = name_;
+        for (const Column &column : columns_)
+            line += ',' + std::visit(FieldText(), column.value({block, delays}));
+        output_.print("%s\n", line.c_str());
     }
 
 private:
-    // One field: a delay or x per frame.
-    static std::string list(const std::vector<int> &delays)
+    void write_header()
     {
-        std::string field;
-        for (const int delay : delays) {
-            field += field.empty() ? ',' : ' ';
-            field += delay == EZOSSL_REJECTED_FRAME ? "x" : std::to_string(delay);
-        }
-        return field;
+        std::string line = "file";
+        for (const Column &column : columns_)
+            line += std::string(",") + column.name;
+        output_.print("%s\n", line.c_str());
     }
 
     DataOutput &output_;
-    WriterStyle style_;
+    std::vector<Column> columns_;
     std::string name_;
     bool is_first_ = true;
 };

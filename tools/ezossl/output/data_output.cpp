@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// data_output.cpp - see data_output.h.
+// data_output.cpp - takes standard output away from the library, and writes results to it.
 
 #include "output/data_output.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// meter.cpp - see meter.h.
+// meter.cpp - the characters of a meter line, and which of them the locale can show.
 
 #include "output/meter.h"
 
@@ -26,7 +26,7 @@ std::string direction_meter(std::optional<int> angle_deg, int width, bool plain)
     const double step = 180.0 / (width - 1);
     const int mark = angle_deg ? static_cast<int>(std::lround((90 - *angle_deg) / step)) : -1;
     std::string meter = signs.begin;
-    for (int i = 0; i < width; i++)
+    for (int i = 0; i < width; ++i)
         meter += i == mark ? signs.mark : 2 * i == width - 1 ? signs.middle : signs.line;
     return meter + signs.end;
 }

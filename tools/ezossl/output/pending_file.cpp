@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pending_file.cpp - see pending_file.h.
+// pending_file.cpp - writes beside the target and renames; devices and pipes are written to.
 
 #include "output/pending_file.h"
 

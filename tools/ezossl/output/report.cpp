@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// report.cpp - see report.h.
+// report.cpp - hands each block to the writer, the figures and the summary.
 
 #include "output/report.h"
 
@@ -22,20 +22,14 @@ constexpr double kGoodShare = 0.5; // of the blocks that are not quiet
 constexpr int kFewestToJudge = 8;  // blocks
 constexpr int kBestRate = 16000;   // Hz
 
-std::unique_ptr<BlockWriter> make_writer(const TrackingOptions &options, DataOutput &output,
-                                         bool many_inputs)
+// Whether the user can see colours on this output, and wants them.
+bool wants_color(const ReportSettings &settings, const DataOutput &output)
 {
-    const WriterStyle style = {options.per_frame, wants_color(options, output), many_inputs,
-                               output.is_terminal() && locale_is_utf8()};
-    switch (options.format) {
-    case OutputFormat::csv:
-        return make_csv_writer(output, style);
-    case OutputFormat::jsonl:
-        return make_jsonl_writer(output, style);
-    case OutputFormat::table:
-        break;
-    }
-    return make_table_writer(output, style);
+    const char *const no_color = std::getenv("NO_COLOR");
+    const char *const terminal = std::getenv("TERM");
+    return output.is_terminal() && !settings.no_color &&
+           (no_color == nullptr || *no_color == '\0') && terminal != nullptr &&
+           std::strcmp(terminal, "dumb") != 0;
 }
 
 void draw(const PendingFile &file, const std::string &svg)
@@ -49,17 +43,19 @@ void draw(const PendingFile &file, const std::string &svg)
 
 } // namespace
 
-Report::Report(const TrackingOptions &options, DataOutput &output, bool is_live, bool many_inputs)
-    : options_(options), output_(output), is_live_(is_live || options.realtime)
+Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs)
+    : settings_(settings), output_(output), is_live_(is_live || settings.realtime)
 {
-    if (!options.output.empty())
-        output.redirect(options.output);
+    if (!settings.output.empty())
+        output.redirect(settings.output);
     // Empty files show now whether they can be written, not after an hour.
-    if (!options.plot.empty())
-        draw(plot_.emplace(options.plot), "");
-    if (!options.histogram.empty())
-        draw(histogram_.emplace(options.histogram), "");
-    writer_ = make_writer(options, output, many_inputs);
+    if (!settings.plot.empty())
+        draw(plot_.emplace(settings.plot), "");
+    if (!settings.histogram.empty())
+        draw(histogram_.emplace(settings.histogram), "");
+    writer_ =
+        settings.format->make(output, {settings.per_frame, wants_color(settings, output),
+                                       many_inputs, output.is_terminal() && locale_is_utf8()});
 }
 
 void Report::begin(const InputInfo &input)
@@ -74,7 +70,7 @@ void Report::begin(const InputInfo &input)
 
 void Report::block(const Block &block, const std::vector<int> &delays)
 {
-    if (options_.realtime)
+    if (settings_.realtime)
         wait_for(block.end - input_.layout.start);
     summary_.add(block);
     if (plot_ || histogram_)
@@ -88,10 +84,10 @@ void Report::block(const Block &block, const std::vector<int> &delays)
 
 bool Report::is_shown(const Block &block)
 {
-    if (options_.on_change == 0)
+    if (settings_.on_change == 0)
         return true;
     if (block.status != BlockStatus::ok ||
-        (last_shown_ && std::abs(block.angle - *last_shown_) < options_.on_change))
+        (last_shown_ && std::abs(block.angle - *last_shown_) < settings_.on_change))
         return false;
     last_shown_ = block.angle;
     return true;
@@ -122,23 +118,24 @@ void Report::end(Summary rest)
     if (histogram_)
         draw(*histogram_, angle_rose_svg(drawn_, input_.name));
     summarize();
-    if (!options_.quiet)
+    if (!settings_.quiet)
         advise(summary_);
 }
 
 void Report::summarize() const
 {
-    if (!options_.quiet)
+    if (!settings_.quiet)
         std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
 }
 
 void Report::advise(const Summary &summary) const
 {
-    const long sounding = summary.blocks - summary.quiet;
-    if (options_.mode == DelayMode::time_domain)
+    const long sounding = summary.blocks() - summary.count(BlockStatus::quiet);
+    if (input_.settings.mode == DelayMode::time_domain)
         note("--mode delay reports a constant and locates nothing; leave it away for angles");
     else if (input_.settings.sample_rate > kBestRate && sounding >= kFewestToJudge &&
-             static_cast<double>(summary.decided) < kGoodShare * static_cast<double>(sounding))
+             static_cast<double>(summary.count(BlockStatus::ok)) <
+                 kGoodShare * static_cast<double>(sounding))
         note(format_text("%s: at %d Hz most blocks stay undecided; try -r %d", input_.name.c_str(),
                          input_.settings.sample_rate, kBestRate));
 }
@@ -150,13 +147,4 @@ void Report::commit()
         plot_->commit();
     if (histogram_)
         histogram_->commit();
-}
-
-bool wants_color(const TrackingOptions &options, const DataOutput &output)
-{
-    const char *const no_color = std::getenv("NO_COLOR");
-    const char *const terminal = std::getenv("TERM");
-    return output.is_terminal() && !options.no_color &&
-           (no_color == nullptr || *no_color == '\0') && terminal != nullptr &&
-           std::strcmp(terminal, "dumb") != 0;
 }

@@ -10,14 +10,27 @@
 #include <string>
 #include <vector>
 
-#include "output/block_writer.h"
+#include "output/output_format.h"
 #include "output/pending_file.h"
+
+// What the user wants to get. A file without a name is not written.
+struct ReportSettings {
+    const OutputFormat *format = &kOutputFormats[0];
+    std::string output; // instead of standard output
+    std::string plot;
+    std::string histogram;
+    bool per_frame = false;
+    int on_change = 0; // degrees by which the angle has to differ; 0 shows every block
+    bool realtime = false;
+    bool quiet = false;
+    bool no_color = false;
+};
 
 class Report
 {
 public:
-    // Opens the outputs that the options name. Live, every line is out as soon as it is written.
-    Report(const TrackingOptions &options, DataOutput &output, bool is_live, bool many_inputs);
+    // Opens the outputs that the settings name. Live, every line is out as soon as it is written.
+    Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs);
 
     void begin(const InputInfo &input);
     void block(const Block &block, const std::vector<int> &delays);
@@ -28,14 +41,14 @@ public:
     // Puts what was written to its place; without it, there are no files.
     void commit();
 
-    long blocks() const { return summary_.blocks; }
+    long blocks() const { return summary_.blocks(); }
 
 private:
     bool is_shown(const Block &block);
     void wait_for(double seconds);
     void advise(const Summary &summary) const;
 
-    const TrackingOptions &options_;
+    ReportSettings settings_;
     DataOutput &output_;
     bool is_live_;
     std::unique_ptr<BlockWriter> writer_;
@@ -47,8 +60,5 @@ private:
     std::optional<int> last_shown_;
     std::chrono::steady_clock::time_point began_;
 };
-
-// Whether the user can see colours on this output, and wants them.
-bool wants_color(const TrackingOptions &options, const DataOutput &output);
 
 #endif

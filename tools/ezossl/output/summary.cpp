@@ -1,30 +1,34 @@
 // SPDX-License-Identifier: MIT
-// summary.cpp - see summary.h.
+// summary.cpp - counts blocks by status and angle, and puts the counts into a line.
 
 #include "output/summary.h"
+
+#include <numeric>
 
 #include "base/text.h"
 
 void Summary::add(const Block &block)
 {
-    blocks++;
-    if (block.status == BlockStatus::quiet)
-        quiet++;
-    if (block.status != BlockStatus::ok)
-        return;
-    decided++;
-    const int index = block.angle + 90;
-    count_of_angle_.at(static_cast<std::size_t>(index))++;
+    ++count_of_status_[index_of(block.status)];
+    if (block.status == BlockStatus::ok)
+        ++count_of_angle_.at(static_cast<std::size_t>(block.angle + 90));
+}
+
+long Summary::blocks() const
+{
+    return std::accumulate(count_of_status_.begin(), count_of_status_.end(), 0L);
 }
 
 double Summary::decided_share() const
 {
-    return blocks > 0 ? static_cast<double>(decided) / static_cast<double>(blocks) : 0.0;
+    const long all = blocks();
+    return all > 0 ? static_cast<double>(count(BlockStatus::ok)) / static_cast<double>(all) : 0.0;
 }
 
 double Summary::median() const
 {
-    return 0.5 * (nth_angle((decided - 1) / 2) + nth_angle(decided / 2));
+    const long angles = count(BlockStatus::ok);
+    return 0.5 * (nth_angle((angles - 1) / 2) + nth_angle(angles / 2));
 }
 
 int Summary::nth_angle(long n) const
@@ -38,9 +42,9 @@ int Summary::nth_angle(long n) const
 std::string to_text(const std::string &path, const Summary &summary)
 {
     std::string text = format_text("%s: %s, %ld decided (%.0f %%)", path.c_str(),
-                                   counted(summary.blocks, "block").c_str(), summary.decided,
-                                   100 * summary.decided_share());
-    if (summary.decided > 0)
+                                   counted(summary.blocks(), "block").c_str(),
+                                   summary.count(BlockStatus::ok), 100 * summary.decided_share());
+    if (summary.count(BlockStatus::ok) > 0)
         text += format_text(", median %+g deg", summary.median());
     if (summary.overruns > 0)
         text += ", " + counted(summary.overruns, "overrun") + ": sound is missing";

@@ -11,9 +11,6 @@
 #include "tracking/block.h"
 
 struct Summary {
-    long blocks = 0;
-    long decided = 0;
-    long quiet = 0;
     double dropped_seconds = 0.0; // at the end, less than a block
     std::size_t clamped = 0;      // samples beyond full scale
     std::size_t wrapped = 0;      // samples that the gain took beyond 16 bits
@@ -21,14 +18,17 @@ struct Summary {
     long suspends = 0; // of the machine, while it listened
 
     void add(const Block &block);
+    long count(BlockStatus status) const { return count_of_status_[index_of(status)]; }
+    long blocks() const;          // of every status
     double decided_share() const; // of all blocks
-    // Of the decided blocks, of which there has to be one. Of an even number, the mean of the two
-    // in the middle.
+    // Of the angles, of which there has to be one. Of an even number, the mean of the two in the
+    // middle.
     double median() const;
 
 private:
     int nth_angle(long n) const;
 
+    std::array<long, kStatusCount> count_of_status_{};
     // Angles are whole degrees, so counting them is enough for the median.
     std::array<long, 181> count_of_angle_{};
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// table_writer.cpp - blocks as a table with a direction meter.
+// table_writer.cpp - blocks as a table with a direction meter, for people.
 
 #include "base/text.h"
 #include "output/block_writer.h"
@@ -11,18 +11,27 @@ constexpr int kMeterWidth = 25; // with it a row fits into 79 columns
 
 std::string direction(const Block &block)
 {
-    switch (block.status) {
-    case BlockStatus::ok:
-        return format_text("%+d deg", block.angle);
-    case BlockStatus::quiet:
-        return "too quiet";
-    case BlockStatus::undecided:
-        return "undecided";
-    case BlockStatus::impossible:
-        break;
-    }
-    return "impossible";
+    return block.status == BlockStatus::ok ? format_text("%+d deg", block.angle)
+                                           : display_of(block.status).words;
 }
+
+// A column of text before the meter. A negative width puts it to the left, as in printf.
+struct TextColumn {
+    const char *gap; // before the column
+    const char *heading;
+    int width;
+    std::string (*text)(const Block &block);
+};
+constexpr TextColumn kTextColumns[] = {
+    {"", "from [s]", 9, [](const Block &block) { return format_text("%.3f", block.start); }},
+    {" ", "to [s]", 9, [](const Block &block) { return format_text("%.3f", block.end); }},
+    {"  ", "direction", -10, direction},
+    {"  ", "frames", -9,
+     [](const Block &block) {
+         return format_text("%4d/%d", block.frames_used, block.frames_total);
+     }},
+    {" ", "dBFS", 6, [](const Block &block) { return format_text("%.1f", block.level); }},
+};
 
 class TableWriter : public BlockWriter
 {
@@ -41,11 +50,11 @@ public:
             write_header();
         is_first_ = false;
         const bool is_ok = block.status == BlockStatus::ok;
-        const char *const color = !style_.color ? "" : is_ok ? "\033[32m" : "\033[2m";
         const auto angle = is_ok ? std::optional<int>(block.angle) : std::nullopt;
-        output_.print("%s%9.3f %9.3f  %-10s  %4d/%-4d %6.1f  %s%s\n", color, block.start, block.end,
-                      direction(block).c_str(), block.frames_used, block.frames_total, block.level,
-                      direction_meter(angle, kMeterWidth, !style_.utf8).c_str(),
+        output_.print("%s", !style_.color ? "" : is_ok ? "\033[32m" : "\033[2m");
+        for (const TextColumn &column : kTextColumns)
+            write_cell(column, column.text(block));
+        output_.print("  %s%s\n", direction_meter(angle, kMeterWidth, !style_.utf8).c_str(),
                       style_.color ? "\033[0m" : "");
         if (style_.per_frame)
             write_delays(delays);
@@ -57,8 +66,14 @@ private:
     {
         if (style_.many_inputs)
             output_.print("%s\n", name_.c_str());
-        output_.print("%9s %9s  %-10s  %-9s %6s  %s%s\n", "from [s]", "to [s]", "direction",
-                      "frames", "dBFS", style_.utf8 ? " " : "", "+90         0         -90");
+        for (const TextColumn &column : kTextColumns)
+            write_cell(column, column.heading);
+        output_.print("  %s%s\n", style_.utf8 ? " " : "", "+90         0         -90");
+    }
+
+    void write_cell(const TextColumn &column, const std::string &text)
+    {
+        output_.print("%s%*s", column.gap, column.width, text.c_str());
     }
 
     void write_delays(const std::vector<int> &delays)
@@ -76,12 +91,6 @@ private:
 };
 
 } // namespace
-
-const char *name_of(BlockStatus status)
-{
-    static constexpr const char *kNames[] = {"ok", "quiet", "undecided", "impossible"};
-    return kNames[static_cast<int>(status)];
-}
 
 std::unique_ptr<BlockWriter> make_table_writer(DataOutput &output, const WriterStyle &style)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// plot.cpp - the figure of angle and level against time, see plot.h. The rose is in rose.cpp.
+// plot.cpp - the figure of angle and level against time. The rose is in rose.cpp.
 
 #include "plot/plot.h"
 
@@ -17,27 +17,19 @@ namespace {
 
 // The sheet: three panels above one another, with one time axis. A unit is a pixel at full size.
 constexpr double kWidth = 800.0;
-constexpr double kHeight = 488.0;
 constexpr double kLeft = 78.0;
 constexpr double kRight = 750.0;
 constexpr double kAngleTop = 68.0;
 constexpr double kAngleBottom = 296.0;
-constexpr double kRowsTop = 306.0; // the rows of blocks without an angle
+constexpr double kRowsTop = 306.0; // a row for each reason to have no angle
 constexpr double kRowHeight = 14.0;
-constexpr double kLevelTop = 364.0;
-constexpr double kLevelBottom = 438.0;
+constexpr double kLevelTop = kRowsTop + kRowHeight * (kStatusCount - 1) + 16.0;
+constexpr double kLevelBottom = kLevelTop + 74.0;
+constexpr double kHeight = kLevelBottom + 50.0;
 constexpr std::size_t kTitleCharacters = 70;
 
 // From here on the blocks are so narrow that only thin marks stay apart.
 constexpr std::size_t kManyBlocks = 300;
-
-struct NoAngleRow {
-    BlockStatus status;
-    const char *name; // also of the style
-};
-constexpr NoAngleRow kRows[] = {{BlockStatus::quiet, "quiet"},
-                                {BlockStatus::undecided, "undecided"},
-                                {BlockStatus::impossible, "impossible"}};
 
 // Places that differ by less than half a unit look the same.
 double on_grid(double x)
@@ -132,7 +124,9 @@ void draw_blocks_without_angle(SvgDrawing &drawing, const std::vector<Block> &bl
                                const TimeAxis &time)
 {
     double y = kRowsTop + kRowHeight / 2.0;
-    for (const NoAngleRow &row : kRows) {
+    for (const StatusDisplay &row : kStatuses) {
+        if (row.status == BlockStatus::ok)
+            continue;
         drawing.text("right minor tiny", {kLeft - 8.0, y + 4.0}, row.name);
         drawing.path(row.name, row_of(row.status, blocks, time, y));
         drawing.text("minor tiny", {kRight + 8.0, y + 4.0},
@@ -212,7 +206,7 @@ std::string angle_plot_svg(const std::vector<Block> &blocks, const std::string &
 {
     const TimeAxis time = time_axis_of(blocks);
     const double floor = level_floor(blocks);
-    const std::string summary = facts(blocks);
+    const std::string summary = result_text(blocks);
     SvgDrawing drawing(
         kWidth, kHeight, title,
         "Angle of the sound against time, block by block, and the level below: " + summary + '.');

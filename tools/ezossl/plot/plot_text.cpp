@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// plot_text.cpp - see plot_text.h.
+// plot_text.cpp - signs, counts and titles as the figures write them.
 
 #include "plot/plot_text.h"
 
@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "base/median.h"
+#include "base/text.h"
 #include "plot/svg.h"
 
 std::string angle_text(double degrees)
@@ -32,16 +33,11 @@ double median_angle(const std::vector<Block> &blocks)
     return median(angles);
 }
 
-std::string blocks_text(std::size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " block" : " blocks");
-}
-
-std::string facts(const std::vector<Block> &blocks)
+std::string result_text(const std::vector<Block> &blocks)
 {
     const std::size_t decided = count_of(blocks, BlockStatus::ok);
-    std::string text =
-        std::to_string(decided) + " of " + blocks_text(blocks.size()) + " with an angle";
+    std::string text = std::to_string(decided) + " of " +
+                       counted(static_cast<long>(blocks.size()), "block") + " with an angle";
     if (decided == 0)
         return text;
     const double percent =

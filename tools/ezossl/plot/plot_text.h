@@ -19,11 +19,8 @@ std::size_t count_of(const std::vector<Block> &blocks, BlockStatus status);
 // middle.
 double median_angle(const std::vector<Block> &blocks);
 
-// "1 block", "20 blocks"
-std::string blocks_text(std::size_t count);
-
 // "18 of 20 blocks with an angle (90 %), median +30°"
-std::string facts(const std::vector<Block> &blocks);
+std::string result_text(const std::vector<Block> &blocks);
 
 // The end of a title that is too long for its line, as the end of a path tells more.
 std::string fitting_title(const std::string &title, std::size_t most_characters);

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// rose.cpp - the figure of how often each angle was found, see plot.h.
+// rose.cpp - the figure of how often each angle was found, a half circle.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
 
+#include "base/text.h"
 #include "plot/plot.h"
 #include "plot/plot_text.h"
 #include "plot/svg.h"
@@ -114,7 +115,8 @@ void draw_sector(SvgDrawing &drawing, const Sector &sector, double radius)
     outline.arc(kHub, true, polar(kHub, sector.from)).close();
     drawing.path("sector", outline,
                  angle_text(sector.from) + " to " + angle_text(sector.to) + ": " +
-                     blocks_text(sector.count) + ", " + svg_number(sector.percent) + " %");
+                     counted(static_cast<long>(sector.count), "block") + ", " +
+                     svg_number(sector.percent) + " %");
 }
 
 // The count of a sector beyond its end, or inside if that is at the rim. Short sectors next to one
@@ -174,7 +176,7 @@ std::string angle_rose_svg(const std::vector<Block> &blocks, const std::string &
 {
     const std::vector<Sector> sectors = sectors_of(blocks);
     const Scale scale = scale_for(sectors);
-    const std::string summary = facts(blocks);
+    const std::string summary = result_text(blocks);
     SvgDrawing drawing(kWidth, kHeight, title,
                        "How often each angle was found, seen from above, microphone 0 on the "
                        "left: " +

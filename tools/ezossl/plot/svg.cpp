@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// svg.cpp - see svg.h.
+// svg.cpp - the style sheet, and the elements that use it.
 
 #include "plot/svg.h"
 
@@ -8,11 +8,13 @@
 #include <string_view>
 
 #include "base/utf8.h"
+#include "tracking/block_status.h"
 
 namespace {
 
 // Readers that know nothing of prefers-color-scheme show the light colours.
-constexpr const char *kStyleSheet = R"(<style>
+// The classes of the statuses are put in from their table.
+constexpr const char *kLightStyles = R"(<style>
 text{font:12px "Helvetica Neue",Arial,"Liberation Sans",sans-serif;fill:#1f2328}
 .title{font-size:16px;font-weight:600}
 .minor{fill:#59636e}
@@ -21,21 +23,20 @@ text{font:12px "Helvetica Neue",Arial,"Liberation Sans",sans-serif;fill:#1f2328}
 .right{text-anchor:end}
 .halo{paint-order:stroke;stroke:#fff;stroke-width:3px;stroke-linejoin:round}
 .sheet{fill:#fff}
-.frame,.grid,.mark,.narrow,.level,.quiet,.undecided,.impossible{fill:none}
-.frame{stroke:#818b98}
+)";
+constexpr const char *kLightStrokes = R"(.frame{stroke:#818b98}
 .grid{stroke:#dde2e7}
 .zero{stroke:#aeb6bf}
 .mark{stroke:#0a62b8;stroke-width:5;stroke-linecap:round}
 .narrow{stroke-width:3}
 .level{stroke:#59636e;stroke-linejoin:round}
-.quiet{stroke:#aeb6bf;stroke-width:7}
-.undecided{stroke:#bf8700;stroke-width:7}
-.impossible{stroke:#bc4c00;stroke-width:7}
-.sector{fill:#0a62b8;fill-opacity:.75;stroke:#fff}
+)";
+constexpr const char *kLightFigures = R"(.sector{fill:#0a62b8;fill-opacity:.75;stroke:#fff}
 .median{fill:#bc4c00}
 .microphone{fill:#1f2328}
 .on{fill:#fff;font-weight:600}
-@media(prefers-color-scheme:dark){
+)";
+constexpr const char *kDarkStrokes = R"(@media(prefers-color-scheme:dark){
 text{fill:#e6edf3}
 .minor{fill:#9ea7b3}
 .halo{stroke:#0d1117}
@@ -45,16 +46,31 @@ text{fill:#e6edf3}
 .zero{stroke:#4d5661}
 .mark{stroke:#58a6ff}
 .level{stroke:#9ea7b3}
-.quiet{stroke:#59636e}
-.undecided{stroke:#d29922}
-.impossible{stroke:#f0883e}
-.sector{fill:#58a6ff;stroke:#0d1117}
+)";
+constexpr const char *kDarkFigures = R"(.sector{fill:#58a6ff;stroke:#0d1117}
 .median{fill:#f0883e}
 .microphone{fill:#e6edf3}
 .on{fill:#0d1117}
 }
 </style>
 )";
+
+std::string style_sheet()
+{
+    std::string classes = ".frame,.grid,.mark,.narrow,.level";
+    std::string light;
+    std::string dark;
+    for (const StatusDisplay &row : kStatuses) {
+        if (row.status == BlockStatus::ok) // has marks, which have a style of their own
+            continue;
+        const std::string name = std::string(".") + row.name;
+        classes += ',' + name;
+        light += name + "{stroke:" + row.light_colour + ";stroke-width:7}\n";
+        dark += name + "{stroke:" + row.dark_colour + "}\n";
+    }
+    return kLightStyles + classes + "{fill:none}\n" + kLightStrokes + light + kLightFigures +
+           kDarkStrokes + dark + kDarkFigures;
+}
 
 // The characters that no XML document can hold: control characters, and the last two of a plane.
 bool is_xml_character(std::string_view character)
@@ -152,7 +168,7 @@ SvgDrawing::SvgDrawing(double width, double height, const std::string &title,
                 svg_number(width) + "\" height=\"" + svg_number(height) +
                 "\" role=\"img\" aria-labelledby=\"title desc\">\n<title id=\"title\">" +
                 xml_text(title) + "</title>\n<desc id=\"desc\">" + xml_text(description) +
-                "</desc>\n" + kStyleSheet +
+                "</desc>\n" + style_sheet() +
                 "<rect class=\"sheet\" width=\"100%\" height=\"100%\"/>\n";
 }
 

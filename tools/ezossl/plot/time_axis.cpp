@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// time_axis.cpp - see time_axis.h.
+// time_axis.cpp - the step between ticks, at most ten of them, and their labels.
 
 #include "plot/time_axis.h"
 
@@ -45,7 +45,7 @@ std::vector<double> TimeAxis::ticks() const
     std::vector<double> result;
     // Counted, as a sum of tenths would drift; a little beyond, as a tenth is not exact either.
     const auto last = static_cast<long>(std::floor(end_ / step_ + 1e-6));
-    for (auto i = static_cast<long>(std::ceil(start_ / step_ - 1e-6)); i <= last; i++)
+    for (auto i = static_cast<long>(std::ceil(start_ / step_ - 1e-6)); i <= last; ++i)
         result.push_back(static_cast<double>(i) * step_);
     return result;
 }

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/units.h"
+#include "base/acoustics.h"
 #include "input/audio_file.h"
 #include "scene/convolution.h"
 #include "scene/fractional_delay.h"

@@ -4,12 +4,7 @@
 #ifndef EZOSSL_TOOL_BLOCK_H
 #define EZOSSL_TOOL_BLOCK_H
 
-enum class BlockStatus {
-    ok,         // there is an angle
-    quiet,      // at or below the noise gate
-    undecided,  // no direction has votes enough
-    impossible, // the delay does not fit the spacing
-};
+#include "tracking/block_status.h"
 
 struct Block {
     double start; // seconds from the beginning of the input

@@ -17,6 +17,13 @@ constexpr std::size_t kFrameSamples =
 // The library's bf_mode.
 enum class DelayMode { vote = 0, time_domain = 1 };
 
+struct DelayModeName {
+    DelayMode mode;
+    const char *name;
+};
+constexpr DelayModeName kDelayModes[] = {{DelayMode::vote, "vote"},
+                                         {DelayMode::time_domain, "delay"}};
+
 struct LocalizerSettings {
     int sample_rate;   // Hz
     double spacing_cm; // of the microphones

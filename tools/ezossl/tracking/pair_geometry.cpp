@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/units.h"
+#include "base/acoustics.h"
 
 namespace {
 

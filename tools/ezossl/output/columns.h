@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// columns.h - what programs are told of a block: the columns of CSV, which are the members of JSON.
+// A new column is a row of kColumns in columns.cpp, and the function that finds its value.
+
+#ifndef EZOSSL_TOOL_COLUMNS_H
+#define EZOSSL_TOOL_COLUMNS_H
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "output/block_writer.h"
+
+struct Number {
+    double value;
+    int decimals;
+};
+using List = std::vector<std::optional<int>>;                          // whole numbers, and gaps
+using Value = std::variant<std::monostate, Number, std::string, List>; // the first is no value
+
+// A block as the writers get it.
+struct BlockRow {
+    const Block &block;
+    const std::vector<int> &delays;
+};
+
+// In the order of CSV.
+struct Column {
+    const char *name;
+    Value (*value)(const BlockRow &row);
+    bool WriterStyle::*only_if = nullptr; // nullptr is always
+};
+
+// Those that are written in this style.
+std::vector<Column> columns_for(const WriterStyle &style);
+
+#endif

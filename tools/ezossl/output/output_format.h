@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: MIT
+// output_format.h - the forms in which blocks are written. A new one is a row here and its writer.
+
+#ifndef EZOSSL_TOOL_OUTPUT_FORMAT_H
+#define EZOSSL_TOOL_OUTPUT_FORMAT_H
+
+#include <memory>
+
+#include "output/block_writer.h"
+
+struct OutputFormat {
+    const char *name;
+    const char *help; // follows the name in the list of formats
+    std::unique_ptr<BlockWriter> (*make)(DataOutput &output, const WriterStyle &style);
+};
+
+// The first is the default.
+constexpr OutputFormat kOutputFormats[] = {
+    {"table", " (default)", make_table_writer},
+    {"csv", "", make_csv_writer},
+    {"jsonl", ": an object per line", make_jsonl_writer},
+};
+
+#endif
