@@ -1,11 +1,14 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_manual.sh TOOL - bash completion offers, and the manual page has, every command and option
-# that the tool's help shows.
+# test_manual.sh TOOL - bash completion offers, and the manual page has, every command, option and
+# value that the tool knows; the page also has the defaults, statuses and columns.
 set -euo pipefail
+tool=$(realpath "$1")
 cd "$(dirname "$0")/.."
 # shellcheck source=/dev/null
 . tools/completion/ezossl
+work=$(mktemp -d)
+trap 'rm -r "$work"' EXIT
 
 offered() { # WORD... of which the last is begun
     COMP_WORDS=(ezossl "$@") COMP_CWORD=$# COMPREPLY=()
@@ -15,18 +18,48 @@ offered() { # WORD... of which the last is begun
 require() { # LINE TEXT PLACE
     grep -qxF -e "$1" <<<"$2" || { echo "$1 is missing in the $3" && exit 1; }
 }
-manual=$(sed 's/\\-/-/g' docs/ezossl.1 | grep -oE -e '--[a-z0-9-]+|^\.SS [a-z]+$')
-commands=$("$1" --help | sed '1,/^Subcommands:/d' | grep -oE '^  [a-z]+')
+# The manual page without its fonts, a paragraph per line.
+manual=$(sed -E 's/\\f[A-Z]//g; s/\\-/-/g; s/^\.([BIR]|BI|BR|IR|RB) //; s/"//g; s/\( /(/; s/ \)/)/' \
+    docs/ezossl.1 | awk '/^\.(TP|SS|SH|PP)/ { print "" } { printf "%s ", $0 }')
+require_value() { # OPTION WORD in a paragraph on the option
+    grep -E -e "$1[ ,]" <<<"$manual" | grep -qwF -e "$2" ||
+        { echo "$2 is missing with $1 in the manual" && exit 1; }
+}
+
+commands=$("$tool" --help | sed '1,/^Subcommands:/d' | grep -oE '^  [a-z]+')
 require simulate "$(xargs -n 1 <<<"$commands")" help
+choices=0
 for command in $commands; do
     require "$command" "$(offered '')" completion
-    require ".SS $command" "$manual" manual
-    ! "$1" "$command" --help | grep -E '.{81}' || { echo "^ too wide for a terminal" && exit 1; }
-    options=$("$1" "$command" --help | sed -nE 's/^ +(-., ?)?(--[a-z0-9-]+).*/\2/p')
+    require ".SS $command" "$(grep -oE '^\.SS [a-z]+' <<<"$manual")" manual
+    help=$("$tool" "$command" --help)
+    ! grep -E '.{81}' <<<"$help" || { echo "^ too wide for a terminal" && exit 1; }
+    options=$(sed -nE 's/^ +(-., ?)?(--[a-z0-9-]+).*/\2/p' <<<"$help")
     for option in $options; do
         require "$option" "$(offered "$command" --)" "completion of $command"
-        require "$option" "$manual" manual
+        require "$option" "$(grep -oE -e '--[a-z0-9-]+' <<<"$manual")" manual
+        refusal=$("$tool" "$command" "$option" '?' 2>&1 </dev/null) || true
+        values=$(sed -nE 's/,//g; s/.* is not one of //p' <<<"$refusal")
+        [ -z "$values" ] || choices=$((choices + 1))
+        [ -z "$values" ] || [ "$(offered "$command" "$option" '' | xargs)" = "$values" ] ||
+            { echo "the completion of $command $option is not $values" && exit 1; }
+        for value in $values; do
+            require_value "$option" "$value"
+        done
+        default=$(sed -nE "s/^ .*$option [A-Z]+[^ =]*=([^ ]+).*/\1/p" <<<"$help")
+        [ -z "$default" ] || require_value "$option" "($default)"
     done
 done
-require jsonl "$(offered live --format = j)" 'completion of a value'
+[ "$choices" -ge 9 ] || { echo "only $choices options with choices" && exit 1; }
 require docs/ezossl.1 "$(offered docs/ez)" 'completion of a file'
+
+statuses=$(sed -nE 's/^ +\{BlockStatus::[a-z_]+, "([a-z_]+)".*/\1/p' \
+    tools/ezossl/tracking/block_status.h)
+require undecided "$statuses" 'table of statuses'
+for status in $statuses; do
+    require "$status" "$(sed -nE 's/^\.TP ([a-z_]+) .*/\1/p' <<<"$manual")" 'manual as a status'
+done
+"$tool" simulate -a 0 -s 5 -d 1 -o "$work/x.wav" 2>"$work/err"
+"$tool" "$work/x.wav" -s 5 -f csv --per-frame -o "$work/x.csv" 2>"$work/err"
+header=$(head -n 1 "$work/x.csv")
+require "${header%,frame_delays}" "$(<docs/ezossl.1)" manual
