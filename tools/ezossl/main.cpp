@@ -1,110 +1,23 @@
 // SPDX-License-Identifier: MIT
 // main.cpp - the command line of ezossl: finds the command, runs it, and turns the outcome into an
-// exit status. A command is added to kCommands and knows the rest itself.
+// exit status. The commands are in commands/commands.h.
 
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
+#include <iterator>
 #include <sstream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include "base/failure.h"
-#include "base/text.h"
-#include "commands/check.h"
-#include "commands/demo.h"
-#include "commands/geometry.h"
-#include "commands/live.h"
-#include "commands/options.h"
-#include "commands/simulate.h"
-#include "commands/track.h"
+#include "commands/commands.h"
+#include "commands/parser_texts.h"
+#include "input/alsa_capture.h"
 
 namespace {
-
-using AddCommand = Command (*)(CLI::App &app);
-constexpr AddCommand kCommands[] = {add_track_command,    add_live_command,     add_check_command,
-                                    add_simulate_command, add_geometry_command, add_demo_command};
-
-// The end of each command's help: what is typed first.
-struct Examples {
-    const char *command;
-    const char *text;
-};
-constexpr Examples kExamples[] = {
-    {"track", "  ezossl track talk.wav -s 5.8cm\n"
-              "  ezossl track talk.flac -s 58mm -r 16000 -f csv -o talk.csv --plot talk.svg\n"},
-    {"live", "  ezossl live -s 5.8cm\n"
-             "  ezossl live -D hw:1,0 -s 5.8cm -d 60 --record bench.wav --on-change 5\n"},
-    {"check", "  ezossl check talk.wav -s 5.8cm\n"
-              "  ezossl check --live 10 -D hw:1,0 -s 5.8cm\n"},
-    {"simulate",
-     "  ezossl simulate --angle -30 -s 5.8cm -o x.wav\n"
-     "  ezossl simulate -i voice.wav --walk -60,60 -s 5.8cm -r 16000 --snr 20 -o x.wav\n"},
-    {"geometry", "  ezossl geometry -s 5.8cm\n"
-                 "  ezossl geometry -s 12cm -r 16000 -t 35\n"},
-    {"demo", "  ezossl demo\n"
-             "  ezossl demo | cat                 # unpaced, as into a file\n"},
-};
-
-void add_examples(CLI::App &app)
-{
-    for (const Examples &examples : kExamples) {
-        CLI::App *const parser = app.get_subcommand(examples.command);
-        const std::string before = parser->get_footer();
-        parser->footer((before.empty() ? "" : before + "\n\n") + "Examples:\n" + examples.text);
-    }
-}
-
-// The parser's help in lines that fit the terminal.
-class HelpFormatter : public CLI::Formatter
-{
-public:
-    std::string make_option(const CLI::Option *option, bool is_positional) const override
-    {
-        const std::string name = make_option_name(option, is_positional);
-        // Without the value of a flag that may take one: it shows in the description.
-        return entry(name.substr(0, name.find('{')) + make_option_opts(option),
-                     option->get_description());
-    }
-    std::string make_subcommand(const CLI::App *command) const override
-    {
-        return entry(command->get_name(), command->get_description());
-    }
-
-private:
-    std::string entry(const std::string &name, const std::string &description) const
-    {
-        const std::size_t indent = get_column_width();
-        std::string text = "  " + name;
-        text += text.size() < indent ? std::string(indent - text.size(), ' ')
-                                     : '\n' + std::string(indent, ' ');
-        return text + wrapped(description, indent) + '\n';
-    }
-};
-
-// The parser's refusals as sentences, where they are not.
-std::string sentence_of(const CLI::App &app, const CLI::Error &error)
-{
-    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
-        const std::string extras = CLI::detail::join(app.remaining(true), " ");
-        return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
-                                                   "'; such as: ezossl FILE -s 5.8cm"
-                                             : "not expected: " + extras;
-    }
-    std::string text = error.what();
-    if (text == "--spacing is required")
-        return text + ", the distance between the microphones, such as -s 5.8cm";
-    const std::string no_conversion = "Could not convert: ";
-    if (text.rfind(no_conversion, 0) == 0)
-        return text.substr(no_conversion.size()) + " is not a whole number";
-    if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
-        return text.substr(0, at) + " can be given once only";
-    return text;
-}
-
-std::string describe_usage_error(const CLI::App *app, const CLI::Error &error)
-{
-    return "ezossl: " + sentence_of(*app, error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
-}
 
 // Without a command, a file is to be tracked. What looks like a file counts as one, so that the
 // answer to a misspelt name is about the file.
@@ -132,9 +45,8 @@ void join_on_change(std::vector<std::string> &arguments)
 void complete_command(std::vector<std::string> &arguments)
 {
     const auto is_command = [](const std::string &argument) {
-        return std::any_of(
-            std::begin(kExamples), std::end(kExamples),
-            [&argument](const Examples &examples) { return argument == examples.command; });
+        return std::any_of(std::begin(kCommands), std::end(kCommands),
+                           [&](const Command &command) { return argument == command.name; });
     };
     if (arguments.empty() || std::any_of(arguments.begin(), arguments.end(), is_command))
         return;
@@ -166,20 +78,33 @@ int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutpu
     return status == 0 ? kDone : kUsage;
 }
 
+// A command with its parser, which knows after parsing whether the user asked for it.
+struct ParsedCommand {
+    const CLI::App *parser;
+    RunCommand run;
+};
+
+ParsedCommand add_command(CLI::App &app, const Command &command)
+{
+    CLI::App *const parser = app.add_subcommand(command.name, command.description);
+    RunCommand run = command.add(*parser);
+    const std::string footer = parser->get_footer();
+    parser->footer((footer.empty() ? "" : footer + "\n\n") + "Examples:\n" + command.examples);
+    return {parser, std::move(run)};
+}
+
 int run(int argc, char **argv, DataOutput &output)
 {
     CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
     app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
-    app.failure_message(describe_usage_error);
-    app.formatter(std::make_shared<HelpFormatter>());
+    set_parser_texts(app);
     app.require_subcommand(0, 1); // none is refused below, so that a wrong option is told first
     app.fallthrough();            // -v may stand behind the command
     bool verbose = false;
     app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
-    std::vector<Command> commands;
-    for (const AddCommand add : kCommands)
-        commands.push_back(add(app));
-    add_examples(app);
+    std::vector<ParsedCommand> commands;
+    for (const Command &command : kCommands)
+        commands.push_back(add_command(app, command));
     // Set last, as the commands would take it over.
     app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
 
@@ -191,7 +116,8 @@ int run(int argc, char **argv, DataOutput &output)
         return end_of_parsing(app, reason, output);
     }
     show_library_messages(verbose);
-    for (const Command &command : commands) {
+    show_alsa_messages(verbose);
+    for (const ParsedCommand &command : commands) {
         if (command.parser->parsed())
             command.run(output);
     }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// check.cpp - see check.h. What is found, and how, is in diagnosis.cpp.
-
-#include "commands/check.h"
+// check.cpp - the command `ezossl check`: is this recording usable, and if not, what is wrong?
+// What is found, and how, is in diagnosis.cpp.
 
 #include <memory>
 
 #include "base/failure.h"
 #include "base/text.h"
+#include "commands/commands.h"
 #include "commands/tracking_options.h"
 #include "diagnosis/diagnosis.h"
 #include "input/alsa_capture.h"
@@ -86,46 +86,41 @@ void check(const CheckOptions &options, DataOutput &output)
 
 } // namespace
 
-Command add_check_command(CLI::App &app)
+RunCommand add_check(CLI::App &parser)
 {
     const auto options = std::make_shared<CheckOptions>();
     TrackingOptions &tracking = options->tracking;
-    CLI::App *const parser = app.add_subcommand(
-        "check", "Tell whether a recording or a device is usable, and name the fault");
     parser
-        ->add_option("INPUT", options->input,
-                     "Sound file; microphone 0 is the first channel. - is standard input")
+        .add_option("INPUT", options->input,
+                    "Sound file; microphone 0 is the first channel. - is standard input")
         ->type_name("FILE");
     CLI::Option *const live =
         parser
-            ->add_option("--live", options->live_seconds,
-                         "Instead, so many seconds of what the microphones hear now")
+            .add_option("--live", options->live_seconds,
+                        "Instead, so many seconds of what the microphones hear now")
             ->check(limits(1, kLongestSeconds, "seconds"))
             ->type_name("SEC");
-    parser->add_option("-D,--device", options->device, "ALSA device for --live")
+    parser.add_option("-D,--device", options->device, "ALSA device for --live")
         ->type_name("NAME")
         ->capture_default_str()
         ->needs(live);
-    tracking.array.add_to(*parser);
-    parser->add_option("-g,--gate", tracking.gate_db, "Blocks at or below this level are no sound")
+    tracking.array.add_to(parser);
+    parser.add_option("-g,--gate", tracking.gate_db, "Blocks at or below this level are no sound")
         ->check(limits(-80, 0, "dB of full scale"))
         ->type_name("DBFS")
         ->capture_default_str();
     parser
-        ->add_option("-c,--channels", tracking.channels,
-                     "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
+        .add_option("-c,--channels", tracking.channels,
+                    "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
         ->delimiter(',')
         ->expected(2)
         ->type_name("A,B")
         ->check(limits(1, 64, "(a channel)"));
-    parser->add_option("-r,--rate", tracking.rate, "Rate in Hz to which the sound is brought first")
+    parser.add_option("-r,--rate", tracking.rate, "Rate in Hz to which the sound is brought first")
         ->check(supported_rate())
         ->type_name("HZ");
-    parser->footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
-                   "Faults are found in stretches of a second: the longer the recording, the\n"
-                   "slower the clock drift that shows. Judged are the first 5 minutes.");
-    return {parser, [options, &app](DataOutput &output) {
-                show_alsa_messages(app.count("--verbose") > 0);
-                check(*options, output);
-            }};
+    parser.footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
+                  "Faults are found in stretches of a second: the longer the recording, the\n"
+                  "slower the clock drift that shows. Judged are the first 5 minutes.");
+    return [options](DataOutput &output) { check(*options, output); };
 }

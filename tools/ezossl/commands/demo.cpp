@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// demo.cpp - see demo.h.
-
-#include "commands/demo.h"
+// demo.cpp - the command `ezossl demo`: the library at work, without microphones and files.
 
 #include <algorithm>
 #include <chrono>
@@ -9,6 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "commands/commands.h"
 #include "output/meter.h"
 #include "scene/scene.h"
 #include "tracking/localizer.h"
@@ -108,9 +107,7 @@ void demo(DataOutput &output)
 
 } // namespace
 
-Command add_demo_command(CLI::App &app)
+RunCommand add_demo(CLI::App & /*parser: no options*/)
 {
-    CLI::App *const parser = app.add_subcommand(
-        "demo", "Show the library at work on a made-up sound; needs no file and no microphone");
-    return {parser, [](DataOutput &output) { demo(output); }};
+    return [](DataOutput &output) { demo(output); };
 }

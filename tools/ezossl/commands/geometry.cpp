@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
-// geometry.cpp - see geometry.h. The figures come from pair_geometry.cpp.
-
-#include "commands/geometry.h"
+// geometry.cpp - the command `ezossl geometry`: what a pair of microphones can resolve. The
+// figures come from pair_geometry.cpp.
 
 #include <algorithm>
 #include <memory>
 
 #include "base/acoustics.h"
 #include "base/text.h"
+#include "commands/commands.h"
+#include "commands/options.h"
 #include "input/audio_file.h"
 #include "tracking/pair_geometry.h"
 
@@ -115,14 +116,12 @@ void show_geometry(const GeometryOptions &options, DataOutput &output)
 
 } // namespace
 
-Command add_geometry_command(CLI::App &app)
+RunCommand add_geometry(CLI::App &parser)
 {
     const auto options = std::make_shared<GeometryOptions>();
-    CLI::App *const parser =
-        app.add_subcommand("geometry", "Show what a pair of microphones can resolve");
-    options->array.add_to(*parser);
-    parser->add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
+    options->array.add_to(parser);
+    parser.add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
         ->check(supported_rate());
-    parser->footer(explanations());
-    return {parser, [options](DataOutput &output) { show_geometry(*options, output); }};
+    parser.footer(explanations());
+    return [options](DataOutput &output) { show_geometry(*options, output); };
 }

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// live.cpp - see live.h.
-
-#include "commands/live.h"
+// live.cpp - the command `ezossl live`: a line per block while the microphones listen.
 
 #include <algorithm>
 #include <cmath>
@@ -11,6 +9,7 @@
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
+#include "commands/commands.h"
 #include "commands/tracking_options.h"
 #include "input/alsa_capture.h"
 #include "output/recording.h"
@@ -120,38 +119,36 @@ void listen(const LiveOptions &options, DataOutput &output)
         std::rethrow_exception(failure);
 }
 
-void live(const LiveOptions &options, const CLI::App &app, DataOutput &output)
+void live(const LiveOptions &options, DataOutput &output)
 {
-    show_alsa_messages(app.count("--verbose") > 0);
     if (options.list) {
         list_capture_devices(output);
         return;
     }
-    if (options.tracking.array.spacing_cm == 0.0)
-        throw UsageFailure("--spacing is required, the distance between the microphones, such as "
-                           "-s 5.8cm");
     listen(options, output);
 }
 
 } // namespace
 
-Command add_live_command(CLI::App &app)
+RunCommand add_live(CLI::App &parser)
 {
     const auto options = std::make_shared<LiveOptions>();
-    CLI::App *const parser = app.add_subcommand(
-        "live", "Print the direction of the sound that microphones hear now, until Ctrl-C");
-    parser->add_option("-D,--device", options->device, "ALSA device")
+    parser.add_option("-D,--device", options->device, "ALSA device")
         ->type_name("NAME")
         ->capture_default_str();
-    parser->add_flag("-l,--list", options->list, "List the devices and end");
-    options->tracking.add_to(*parser);
-    parser->get_option("--spacing")->required(false); // --list does without
-    parser->add_option("-d,--duration", options->seconds, "End after so many seconds of sound")
+    parser.add_flag("-l,--list", options->list, "List the devices and end");
+    options->tracking.add_to(parser);
+    parser.get_option("--spacing")->required(false); // --list does without
+    parser.callback([options] {
+        if (!options->list && options->tracking.array.spacing_cm == 0.0)
+            throw CLI::RequiredError("--spacing");
+    });
+    parser.add_option("-d,--duration", options->seconds, "End after so many seconds of sound")
         ->check(limits(0.001, kLongest, "seconds"))
         ->type_name("SEC");
     parser
-        ->add_option("--record", options->recording,
-                     "Keep what is heard, all channels of the device, as a WAV file")
+        .add_option("--record", options->recording,
+                    "Keep what is heard, all channels of the device, as a WAV file")
         ->type_name("FILE.wav");
-    return {parser, [options, &app](DataOutput &output) { live(*options, app, output); }};
+    return [options](DataOutput &output) { live(*options, output); };
 }

@@ -1,23 +1,14 @@
 // SPDX-License-Identifier: MIT
-// options.h - what the commands have in common on the command line.
+// options.h - what several commands have in common on the command line.
 
 #ifndef EZOSSL_TOOL_OPTIONS_H
 #define EZOSSL_TOOL_OPTIONS_H
 
 #include <cstddef>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
-
-#include "output/data_output.h"
-
-// A subcommand: its options, and the work that is done when the user asked for it.
-struct Command {
-    CLI::App *parser;
-    std::function<void(DataOutput &)> run;
-};
 
 // The microphones and the air between them.
 struct ArrayOptions {

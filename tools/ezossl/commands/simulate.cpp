@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// simulate.cpp - see simulate.h. The sound itself is made in scene.cpp.
-
-#include "commands/simulate.h"
+// simulate.cpp - the command `ezossl simulate`: makes a two-channel file with a known direction.
+// The sound itself is made in scene.cpp.
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +12,8 @@
 
 #include "base/failure.h"
 #include "base/units.h"
+#include "commands/commands.h"
+#include "commands/options.h"
 #include "input/audio_file.h"
 #include "output/pending_file.h"
 #include "scene/scene.h"
@@ -251,23 +252,21 @@ void add_room_options(CLI::App &parser, SimulateOptions &options)
 
 } // namespace
 
-Command add_simulate_command(CLI::App &app)
+RunCommand add_simulate(CLI::App &parser)
 {
     const auto options = std::make_shared<SimulateOptions>();
-    CLI::App *const parser =
-        app.add_subcommand("simulate", "Make a two-channel file with a known direction");
-    add_source_options(*parser, *options);
-    options->array.add_to(*parser);
-    add_room_options(*parser, *options);
-    parser->add_option("-o,--output", options->output, "16-bit WAV file to write")
+    add_source_options(parser, *options);
+    options->array.add_to(parser);
+    add_room_options(parser, *options);
+    parser.add_option("-o,--output", options->output, "16-bit WAV file to write")
         ->type_name("FILE")
         ->required();
     auto *const truth =
         parser
-            ->add_option(
+            .add_option(
                 "--truth", options->truth,
                 "CSV file for the true angles (default: that of the output, ending .truth.csv)")
             ->type_name("FILE");
-    parser->add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
-    return {parser, [options](DataOutput &) { simulate(*options); }};
+    parser.add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
+    return [options](DataOutput &) { simulate(*options); };
 }

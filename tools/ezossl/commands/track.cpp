@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// track.cpp - see track.h. Files go through in constant memory, chunk by chunk.
-
-#include "commands/track.h"
+// track.cpp - the command `ezossl track`: two-channel sound files in, a line per block out. Files
+// go through in constant memory, chunk by chunk.
 
 #include <algorithm>
 #include <cmath>
@@ -10,6 +9,7 @@
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
+#include "commands/commands.h"
 #include "commands/tracking_options.h"
 #include "input/audio_file.h"
 #include "output/progress.h"
@@ -197,34 +197,32 @@ void track(const TrackOptions &options, DataOutput &output)
 
 } // namespace
 
-Command add_track_command(CLI::App &app)
+RunCommand add_track(CLI::App &parser)
 {
     const auto options = std::make_shared<TrackOptions>();
-    CLI::App *const parser =
-        app.add_subcommand("track", "Print the direction of the sound in two-channel files");
     parser
-        ->add_option("INPUT", options->inputs,
-                     "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "
-                     "standard input")
+        .add_option("INPUT", options->inputs,
+                    "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "
+                    "standard input")
         ->type_name("FILE")
         ->required();
-    options->tracking.add_to(*parser);
-    parser->add_option("--start", options->start, "Begin at this second of the input")
+    options->tracking.add_to(parser);
+    parser.add_option("--start", options->start, "Begin at this second of the input")
         ->check(limits(0, kLongest, "seconds"))
         ->type_name("SEC");
-    parser->add_option("--duration", options->duration, "End after so many seconds")
+    parser.add_option("--duration", options->duration, "End after so many seconds")
         ->check(limits(0.001, kLongest, "seconds"))
         ->type_name("SEC");
-    CLI::Option *const raw = parser->add_flag(
+    CLI::Option *const raw = parser.add_flag(
         "--raw", options->raw, "The input is 16-bit little-endian samples without a header");
-    parser->add_option("--raw-rate", options->raw_rate, "Its sample rate in Hz")
+    parser.add_option("--raw-rate", options->raw_rate, "Its sample rate in Hz")
         ->check(limits(1000, kHighestRawRate, "Hz"))
         ->type_name("HZ")
         ->capture_default_str()
         ->needs(raw);
-    parser->add_option("--raw-channels", options->raw_channels, "Its interleaved channels")
+    parser.add_option("--raw-channels", options->raw_channels, "Its interleaved channels")
         ->check(limits(2, 64, "channels"))
         ->capture_default_str()
         ->needs(raw);
-    return {parser, [options](DataOutput &output) { track(*options, output); }};
+    return [options](DataOutput &output) { track(*options, output); };
 }

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// parser_texts.cpp - words the parser's help and refusals anew, where its own are not sentences.
+
+#include "commands/parser_texts.h"
+
+#include <memory>
+#include <string>
+
+#include "base/text.h"
+
+namespace {
+
+// The parser's help in lines that fit the terminal.
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    std::string make_option(const CLI::Option *option, bool is_positional) const override
+    {
+        const std::string name = make_option_name(option, is_positional);
+        // Without the value of a flag that may take one: it shows in the description.
+        return entry(name.substr(0, name.find('{')) + make_option_opts(option),
+                     option->get_description());
+    }
+    std::string make_subcommand(const CLI::App *command) const override
+    {
+        return entry(command->get_name(), command->get_description());
+    }
+
+private:
+    std::string entry(const std::string &name, const std::string &description) const
+    {
+        const std::size_t indent = get_column_width();
+        std::string text = "  " + name;
+        text += text.size() < indent ? std::string(indent - text.size(), ' ')
+                                     : '\n' + std::string(indent, ' ');
+        return text + wrapped(description, indent) + '\n';
+    }
+};
+
+// The parser's refusals as sentences, where they are not.
+std::string sentence_of(const CLI::App &app, const CLI::Error &error)
+{
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
+        const std::string extras = CLI::detail::join(app.remaining(true), " ");
+        return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
+                                                   "'; such as: ezossl FILE -s 5.8cm"
+                                             : "not expected: " + extras;
+    }
+    std::string text = error.what();
+    if (text == "--spacing is required")
+        return text + ", the distance between the microphones, such as -s 5.8cm";
+    const std::string no_conversion = "Could not convert: ";
+    if (text.rfind(no_conversion, 0) == 0)
+        return text.substr(no_conversion.size()) + " is not a whole number";
+    if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
+        return text.substr(0, at) + " can be given once only";
+    return text;
+}
+
+std::string describe_usage_error(const CLI::App *app, const CLI::Error &error)
+{
+    return "ezossl: " + sentence_of(*app, error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
+}
+
+} // namespace
+
+void set_parser_texts(CLI::App &app)
+{
+    app.failure_message(describe_usage_error);
+    app.formatter(std::make_shared<HelpFormatter>());
+}
