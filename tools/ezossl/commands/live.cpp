@@ -122,7 +122,9 @@ void listen(const LiveOptions &options, DataOutput &output)
 void live(const LiveOptions &options, DataOutput &output)
 {
     if (options.list) {
-        list_capture_devices(output);
+        for (const std::string &device : capture_devices())
+            output.print("%s\n", device.c_str());
+        output.finish();
         return;
     }
     listen(options, output);

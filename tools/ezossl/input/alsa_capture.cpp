@@ -175,13 +175,14 @@ void show_alsa_messages(bool show)
     snd_lib_error_set_handler(show ? nullptr : ignore_message);
 }
 
-void list_capture_devices(DataOutput &output)
+std::vector<std::string> capture_devices()
 {
     void **devices = nullptr;
     if (const int code = snd_device_name_hint(-1, "pcm", &devices); code < 0)
         throw Failure(std::string("the devices cannot be listed: ") + snd_strerror(code));
+    std::vector<std::string> lines;
     bool is_any = false;
-    for (void **device = devices; *device != nullptr; device++) {
+    for (void **device = devices; *device != nullptr; ++device) {
         const Text name = hint(*device, "NAME");
         const Text direction = hint(*device, "IOID"); // none is both
         const Text description = hint(*device, "DESC");
@@ -190,11 +191,11 @@ void list_capture_devices(DataOutput &output)
         is_any = is_any || std::string(name.get()) != "null"; // which hears silence
         std::string text = description ? description.get() : "";
         std::replace(text.begin(), text.end(), '\n', ' ');
-        output.print("%s\t%s\n", name.get(), text.c_str());
+        lines.push_back(std::string(name.get()) + '\t' + text);
     }
     snd_device_name_free_hint(devices);
-    output.finish();
     if (!is_any)
         note("no capture device found: no microphone is plugged in, or this user may not open it "
              "(see the group audio)");
+    return lines;
 }

@@ -12,8 +12,6 @@
 
 #include <alsa/asoundlib.h>
 
-#include "output/data_output.h"
-
 class AlsaCapture
 {
 public:
@@ -55,7 +53,7 @@ private:
 // The library of ALSA prints to standard error what it tells its caller as well.
 void show_alsa_messages(bool show);
 
-// A line per device that captures: its name, a tab, what it is.
-void list_capture_devices(DataOutput &output);
+// A line per device that captures: its name, a tab, what it is. A note if there is none.
+std::vector<std::string> capture_devices();
 
 #endif

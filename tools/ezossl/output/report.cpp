@@ -32,10 +32,10 @@ bool wants_color(const ReportSettings &settings, const DataOutput &output)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-void draw(const PendingFile &file, const std::string &svg)
+void write(const PendingFile &file, const std::string &text)
 {
     std::ofstream stream(file.working_path());
-    stream << svg;
+    stream << text;
     stream.close();
     if (!stream)
         throw Failure(file.target() + ": cannot be written: " + std::strerror(errno));
@@ -48,11 +48,13 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
 {
     if (!settings.output.empty())
         output.redirect(settings.output);
-    // Empty files show now whether they can be written, not after an hour.
-    if (!settings.plot.empty())
-        draw(plot_.emplace(settings.plot), "");
-    if (!settings.histogram.empty())
-        draw(histogram_.emplace(settings.histogram), "");
+    for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
+                                        std::pair(settings.histogram, angle_rose_svg)}) {
+        if (path.empty())
+            continue;
+        // An empty file shows now whether it can be written, not after an hour.
+        write(figures_.emplace_back(path, drawing).file, "");
+    }
     writer_ =
         settings.format->make(output, {settings.per_frame, wants_color(settings, output),
                                        many_inputs, output.is_terminal() && locale_is_utf8()});
@@ -73,7 +75,7 @@ void Report::block(const Block &block, const std::vector<int> &delays)
     if (settings_.realtime)
         wait_for(block.end - input_.layout.start);
     summary_.add(block);
-    if (plot_ || histogram_)
+    if (!figures_.empty())
         drawn_.push_back(block);
     if (!is_shown(block))
         return;
@@ -113,10 +115,8 @@ void Report::end(Summary rest)
     summary_.suspends = rest.suspends;
     writer_->end(summary_);
     output_.flush();
-    if (plot_)
-        draw(*plot_, angle_plot_svg(drawn_, input_.name));
-    if (histogram_)
-        draw(*histogram_, angle_rose_svg(drawn_, input_.name));
+    for (const Figure &figure : figures_)
+        write(figure.file, figure.svg(drawn_, input_.name));
     summarize();
     if (!settings_.quiet)
         advise(summary_);
@@ -143,8 +143,6 @@ void Report::advise(const Summary &summary) const
 void Report::commit()
 {
     output_.finish();
-    if (plot_)
-        plot_->commit();
-    if (histogram_)
-        histogram_->commit();
+    for (Figure &figure : figures_)
+        figure.file.commit();
 }

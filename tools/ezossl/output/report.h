@@ -5,6 +5,7 @@
 #define EZOSSL_TOOL_REPORT_H
 
 #include <chrono>
+#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 
 #include "output/output_format.h"
 #include "output/pending_file.h"
+#include "plot/plot.h"
 
 // What the user wants to get. A file without a name is not written.
 struct ReportSettings {
@@ -44,6 +46,13 @@ public:
     long blocks() const { return summary_.blocks(); }
 
 private:
+    struct Figure {
+        Figure(const std::string &path, Drawing drawing) : file(path), svg(drawing) {}
+
+        PendingFile file;
+        Drawing svg;
+    };
+
     bool is_shown(const Block &block);
     void wait_for(double seconds);
     void advise(const Summary &summary) const;
@@ -52,8 +61,7 @@ private:
     DataOutput &output_;
     bool is_live_;
     std::unique_ptr<BlockWriter> writer_;
-    std::optional<PendingFile> plot_;
-    std::optional<PendingFile> histogram_;
+    std::list<Figure> figures_;
     InputInfo input_;
     Summary summary_;
     std::vector<Block> drawn_; // all blocks of the input, if there is something to draw

@@ -9,6 +9,9 @@
 
 #include "tracking/block.h"
 
+// Draws one of the figures below.
+using Drawing = std::string (*)(const std::vector<Block> &blocks, const std::string &title);
+
 // Angle and level against time; a mark per block with an angle, and a row for each reason to have
 // none. Blocks that share a place in the figure share a mark, so that hours stay small.
 std::string angle_plot_svg(const std::vector<Block> &blocks, const std::string &title);

@@ -1,39 +1,31 @@
 // SPDX-License-Identifier: MIT
-// localizer.cpp - see localizer.h.
+// localizer.cpp - calls the library in its order, and turns its codes into statuses.
 
 #include "tracking/localizer.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <iterator>
 #include <string>
 
 #include "base/failure.h"
+#include "tracking/library_code.h"
 
 namespace {
 
-[[noreturn]] void fail(const char *operation, uint32_t code)
+[[noreturn]] void fail(const char *operation, int32_t code)
 {
-    char text[96];
-    std::snprintf(text, sizeof text,
-                  "%s refused with code 0x%08" PRIx32 "; -v shows the library's messages",
-                  operation, code);
-    throw Failure(text);
+    throw Failure(std::string(operation) + " refused: " + name_of_code(code) +
+                  "; -v shows the library's messages");
 }
 
-void require(const char *operation, int32_t code)
+// The library has operations that return their code as a signed and as an unsigned number.
+template <class Code>
+void require(const char *operation, Code code)
 {
     if (code != EZOSSL_OK)
-        fail(operation, static_cast<uint32_t>(code));
-}
-
-void require(const char *operation, uint32_t code)
-{
-    if (code != EZOSSL_OK)
-        fail(operation, code);
+        fail(operation, static_cast<int32_t>(code));
 }
 
 struct StatusOfCode {
@@ -53,7 +45,7 @@ BlockStatus status_of(int32_t code)
         if (known.code == code)
             return known.status;
     }
-    fail("EzoSsl_Get_Direction", static_cast<uint32_t>(code));
+    fail("EzoSsl_Get_Direction", code);
 }
 
 SslHandle *make_instance(std::vector<std::byte> &buffer, const LocalizerSettings &settings)
