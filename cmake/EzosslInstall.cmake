@@ -7,9 +7,8 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 # What a program links besides libezossl.a, by name: so find_package() looks for nothing that a
-# program with the shared library does without. The .pc file of KISS FFT is named as its library.
-list(TRANSFORM EZOSSL_FFT_REQUIRES_PRIVATE PREPEND -l OUTPUT_VARIABLE static_libraries)
-list(APPEND static_libraries ${EZOSSL_FFT_LIBS_PRIVATE} -lcjson -lm)
+# program with the shared library does without.
+set(static_libraries ${EZOSSL_FFT_LIBS_PRIVATE} -lcjson -lm)
 target_link_libraries(ezossl_static INTERFACE "$<INSTALL_INTERFACE:${static_libraries}>")
 
 install(TARGETS ezossl EXPORT ezossl_shared
@@ -40,7 +39,6 @@ string(PREPEND prefix_of_pc "\${pcfiledir}/")
 if(prefix STREQUAL "/usr")
     set(prefix_of_pc ${prefix})
 endif()
-list(JOIN EZOSSL_FFT_REQUIRES_PRIVATE " " fft_requires)
 list(JOIN EZOSSL_FFT_LIBS_PRIVATE " " fft_libs)
 configure_file(cmake/ezossl.pc.in ezossl.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
@@ -58,7 +56,3 @@ if(TARGET ezossl_tool)
     install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT documentation)
 endif()
 install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC COMPONENT documentation)
-if(EZOSSL_FFT_FROM_SOURCE)
-    install(FILES ${EZOSSL_KISSFFT_SOURCE_DIR}/COPYING TYPE DOC RENAME COPYING.kissfft
-        COMPONENT documentation)
-endif()

@@ -18,8 +18,8 @@ cd "$aside"
 if ! { "${apt[@]}" update &&
     "${apt[@]}" download "libne10-10:$architecture" "libne10-dev:$architecture"; } >log 2>&1; then
     cat log >&2
-    echo "fetch-ne10.sh: the mirror has no libne10-dev for $architecture; to build with KISS FFT:" \
-        "cmake --preset $architecture -DEZOSSL_FFT=kissfft" >&2
+    echo "fetch-ne10.sh: the mirror has no libne10-dev for $architecture; to build without:" \
+        "cmake --preset $architecture -DEZOSSL_FFT=builtin" >&2
     exit 1
 fi
 rm -rf "$folder" "$folder.part"

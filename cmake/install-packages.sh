@@ -27,10 +27,13 @@ foreign() {
 }
 for group in "$@"; do
     case $group in
-    build) packages="$packages g++ cmake ninja-build pkg-config libkissfft-dev libcjson-dev" ;;
-    tools) packages="$packages libsndfile1-dev libsamplerate0-dev libasound2-dev libcli11-dev" ;;
+    build) packages="$packages g++ cmake ninja-build pkg-config libcjson-dev" ;;
+    tools)
+        packages="$packages libkissfft-dev libsndfile1-dev libsamplerate0-dev libasound2-dev"
+        packages="$packages libcli11-dev"
+        ;;
     test) packages="$packages libgtest-dev python3" ;;
-    check) packages="$packages clang-format clang-tidy shellcheck ccache doxygen lintian" ;;
+    check) packages="$packages clang clang-format clang-tidy shellcheck ccache doxygen lintian" ;;
     demo) packages="$packages alsa-utils" ;;
     package) packages="$packages dpkg-dev file" ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;

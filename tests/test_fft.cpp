@@ -168,7 +168,7 @@ TEST(Fft, RefusalsAndReports)
         if (fft_backend_build(region.get(), needed, 256) != nullptr)
             break;
     }
-    EXPECT_GT(needed, 2u * 256 * sizeof(float));
+    EXPECT_GE(needed, 2u * 256 * sizeof(float));
     EXPECT_LE(needed, fft_get_buffer_size(256) - 4);
     for (const int32_t points : {0, -2, 1, 100, 257, 512, INT32_MIN}) {
         Transform odd(0, points);

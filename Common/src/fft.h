@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fft.h - real FFT with an rdft-style calling interface, in memory that the caller supplies.
 //
-// The FFT library itself stands behind fft_backend.h.
+// The FFT itself stands behind fft_backend.h.
 
 #ifndef FFT_H
 #define FFT_H
@@ -30,8 +30,8 @@ constexpr uint32_t fft_get_buffer_size(uint32_t points)
     return 18 * points + 96 * (points / 32 + 1) + 556;
 }
 
-// Initialises the FFT library, once in a process; any number of threads may call it. Comes before
-// fft_init. A failure prints the library's own line; transforms work all the same.
+// Initialises the FFT, once in a process; any number of threads may call it. Comes before
+// fft_init. A failure prints a line of its own; transforms work all the same.
 void fft_start();
 
 // Builds the plan for fft_size points inside the region that fft_cfg points to, which must hold
@@ -42,7 +42,7 @@ void fft_init(FftContext *ctx);
 // Transforms `data`, an array of points + 2 floats, in place.
 //   kFftForward  points real samples become points / 2 + 1 bins,
 //                X[k] = sum over n of x[n] exp(-2 pi i k n / points), not scaled
-//   kFftInverse  bins become samples, scaled by 1 or `points` as the FFT library has it; the last
+//   kFftInverse  bins become samples, scaled by `points` or, with Ne10, by 1; the last
 //                two floats become 0
 // Any other direction, and `points` other than fft_size, do nothing. `aux1` and `aux2` are only
 // tested for NULL. A NULL argument prints a line; where a transform is still possible, it follows.

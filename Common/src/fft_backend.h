@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fft_backend.h - what fft.cpp asks of an FFT library. A file per library implements it, and one of
-// them is linked: fft_kissfft.cpp or fft_ne10.cpp.
+// fft_backend.h - what fft.cpp asks of an FFT. A file per FFT implements it, and one of them is
+// linked: fft_builtin.cpp or fft_ne10.cpp.
 
 #ifndef FFT_BACKEND_H
 #define FFT_BACKEND_H
@@ -8,7 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// Initialises the FFT library, if it wants that: once in a process, whichever thread comes first.
+// Initialises the FFT, if it wants that: once in a process, whichever thread comes first.
 // Comes before the other functions.
 void fft_backend_start();
 

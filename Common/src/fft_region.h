@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Plans store pointers and bins, so every piece starts at a multiple of 8; the region itself need
-// not.
+// Plans store pointers and bins, so every piece starts at a multiple of 8, unless more is asked for;
+// the region itself need not.
 constexpr size_t kFftAlignment = 8;
 
 struct FftRegion {
@@ -17,9 +17,9 @@ struct FftRegion {
 };
 
 // The next `bytes` bytes of the region, or NULL if they are not there.
-inline void *fft_take(FftRegion &region, size_t bytes)
+inline void *fft_take(FftRegion &region, size_t bytes, size_t alignment = kFftAlignment)
 {
-    const size_t gap = (kFftAlignment - reinterpret_cast<uintptr_t>(region.next)) % kFftAlignment;
+    const size_t gap = (alignment - reinterpret_cast<uintptr_t>(region.next)) % alignment;
     if (region.bytes < gap || region.bytes - gap < bytes)
         return nullptr;
     void *const taken = region.next + gap;

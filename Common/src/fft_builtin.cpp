@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: MIT
+// fft_builtin.cpp - a real FFT of 256 points that gives the same bits on every machine, with every
+// compiler and at every optimisation, because each sum and product stands here in its order.
+//
+// Real from complex: 256 real samples x are read as 128 complex ones, z[n] = x[2n] + i x[2n + 1],
+// which have a complex transform Z. The transforms of the even and of the odd samples follow from
+// Z[k] and conj(Z[128 - k]), and from them the spectrum X (W. H. Press et al., "Numerical Recipes
+// in C", 2nd ed. 1992, section 12.3).
+//
+// The complex transform is a Stockham autosort in four steps of radix 4, 4, 4 and 2 (C. Van Loan,
+// "Computational Frameworks for the Fast Fourier Transform", 1992, section 1.7). Each step reads one
+// array and writes another, and leaves everything in such an order that the last step leaves the
+// bins in theirs: nothing is shuffled by reversed bits, and neighbours stay neighbours, so that
+// four lanes can work side by side.
+//
+// W(n, m) below is exp(-2 pi i m / n).
+
+#include "fft_backend.h"
+#include "fft_region.h"
+#include "fft_twiddles.h"
+#include "four_floats.h"
+
+#include <cstdint>
+
+namespace {
+
+constexpr uint32_t kPoints = 256;
+constexpr uint32_t kBins = kPoints / 2; // of the complex transform
+constexpr uint32_t kLanes = 4;
+
+// Real and imaginary parts apart, so that lanes hold the same part of neighbours.
+struct Bins {
+    alignas(16) float re[kBins];
+    alignas(16) float im[kBins];
+};
+
+// The plan is memory for the steps; what never changes are the tables of twiddle factors.
+struct Plan {
+    Bins a;
+    Bins b;
+};
+
+// ---- Four complex numbers -------------------------------------------------------------------
+
+struct FourBins {
+    FourFloats re;
+    FourFloats im;
+};
+
+inline FourBins operator+(FourBins a, FourBins b)
+{
+    return {a.re + b.re, a.im + b.im};
+}
+
+inline FourBins operator-(FourBins a, FourBins b)
+{
+    return {a.re - b.re, a.im - b.im};
+}
+
+inline FourBins operator*(FourBins a, FourBins b)
+{
+    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+}
+
+inline FourBins conjugate(FourBins a)
+{
+    return {a.re, -a.im};
+}
+
+inline FourBins times_minus_i(FourBins a)
+{
+    return {a.im, -a.re};
+}
+
+inline FourBins reversed(FourBins a)
+{
+    return {reverse(a.re), reverse(a.im)};
+}
+
+inline FourBins operator*(FourBins a, float scale)
+{
+    return {a.re * scale, a.im * scale};
+}
+
+// From and to separate parts; `at` is a multiple of four.
+template <typename Parts>
+inline FourBins load(const Parts &from, uint32_t at)
+{
+    return {load_aligned(from.re + at), load_aligned(from.im + at)};
+}
+
+inline void store(Bins &to, uint32_t at, FourBins bins)
+{
+    store_aligned(to.re + at, bins.re);
+    store_aligned(to.im + at, bins.im);
+}
+
+// From and to an array of the caller's: real, imaginary, real, ...
+inline FourBins load_zipped(const float *from, uint32_t at)
+{
+    const FourFloats low = load_four(from + 2 * at);
+    const FourFloats high = load_four(from + 2 * at + kLanes);
+    return {pick<0, 2, 4, 6>(low, high), pick<1, 3, 5, 7>(low, high)};
+}
+
+inline void store_zipped(float *to, uint32_t at, FourBins bins)
+{
+    store_four(to + 2 * at, pick<0, 4, 1, 5>(bins.re, bins.im));
+    store_four(to + 2 * at + kLanes, pick<2, 6, 3, 7>(bins.re, bins.im));
+}
+
+// ---- The complex transform of 128 points ----------------------------------------------------
+//
+// A step of radix r joins the transforms of r sequences into one that is r times as long. With
+// `length` for the length so far, input k of sequence j at bin q lies at
+//     k (128 / r) + j length + q,
+// is turned by W(r length, k q), and output i lies at
+//     j r length + i length + q.
+
+// The transform of four points: sum over k of x[k] W(4, i k), which takes no product.
+struct Quartet {
+    FourBins x[4];
+};
+
+inline Quartet transform_of_four(FourBins x0, FourBins x1, FourBins x2, FourBins x3)
+{
+    const FourBins even_sum = x0 + x2;
+    const FourBins even_difference = x0 - x2;
+    const FourBins odd_sum = x1 + x3;
+    const FourBins odd_difference = times_minus_i(x1 - x3);
+    return {{even_sum + odd_sum, even_difference + odd_difference, even_sum - odd_sum,
+             even_difference - odd_difference}};
+}
+
+// Radix 4 at length 1: nothing to turn. The four lanes are four j here, so rows become columns.
+void first_step(const float *samples, Bins &out)
+{
+    constexpr uint32_t kQuarter = kBins / 4;
+    for (uint32_t j = 0; j < kQuarter; j += kLanes) {
+        Quartet y = transform_of_four(load_zipped(samples, j), load_zipped(samples, kQuarter + j),
+                                      load_zipped(samples, 2 * kQuarter + j),
+                                      load_zipped(samples, 3 * kQuarter + j));
+        transpose(y.x[0].re, y.x[1].re, y.x[2].re, y.x[3].re);
+        transpose(y.x[0].im, y.x[1].im, y.x[2].im, y.x[3].im);
+        for (uint32_t i = 0; i < 4; ++i)
+            store(out, 4 * (j + i), y.x[i]);
+    }
+}
+
+// Radix 4 at length 4 and more; `twiddles` are W(4 length, k q). The four lanes are four q.
+template <uint32_t Length>
+void middle_step(const FftTwiddles<Length> (&twiddles)[3], const Bins &in, Bins &out)
+{
+    constexpr uint32_t kQuarter = kBins / 4;
+    for (uint32_t j = 0; j < kQuarter; j += Length) {
+        for (uint32_t q = 0; q < Length; q += kLanes) {
+            const Quartet y =
+                transform_of_four(load(in, j + q), //
+                                  load(in, kQuarter + j + q) * load(twiddles[0], q),
+                                  load(in, 2 * kQuarter + j + q) * load(twiddles[1], q),
+                                  load(in, 3 * kQuarter + j + q) * load(twiddles[2], q));
+            for (uint32_t i = 0; i < 4; ++i)
+                store(out, 4 * j + i * Length + q, y.x[i]);
+        }
+    }
+}
+
+// Radix 2 at length 64. Leaves the bins as the caller has them, or their conjugates.
+template <bool Conjugate>
+void last_step(const Bins &in, float *out)
+{
+    constexpr uint32_t kHalf = kBins / 2;
+    for (uint32_t q = 0; q < kHalf; q += kLanes) {
+        const FourBins even = load(in, q);
+        const FourBins odd = load(in, kHalf + q) * load(FftTwiddles128, q);
+        const FourBins low = even + odd;
+        const FourBins high = even - odd;
+        store_zipped(out, q, Conjugate ? conjugate(low) : low);
+        store_zipped(out, kHalf + q, Conjugate ? conjugate(high) : high);
+    }
+}
+
+template <bool Conjugate>
+void transform_complex(Plan &plan, const float *in, float *out)
+{
+    first_step(in, plan.a);
+    middle_step(FftTwiddles16, plan.a, plan.b);
+    middle_step(FftTwiddles64, plan.b, plan.a);
+    last_step<Conjugate>(plan.a, out);
+}
+
+// ---- Real from complex ----------------------------------------------------------------------
+//
+// With m = 128 - k, E = (Z[k] + conj(Z[m])) / 2 is the transform of the even samples, and
+// O = (Z[k] - conj(Z[m])) / 2i that of the odd ones. Then
+//     X[k] = E + W(256, k) O  and  conj(X[m]) = E - W(256, k) O.
+//
+// The way back is the same way. An inverse transform is the conjugate of the forward transform of
+// the conjugate; and from conj(X) in place of Z these very sums give conj(Z), halved. Without the
+// division by 2 forward and inverse make 256 times the samples.
+
+enum Way { kToSpectrum, kToSamples };
+
+// In place, the bins k = 1 ... 127; k = 64 is its own partner.
+template <Way Going>
+void join_partners(float *bins)
+{
+    for (uint32_t k = 1; k <= kBins / 2; k += kLanes) {
+        const uint32_t m = kBins - k - (kLanes - 1); // the partners, last first
+        const FourBins at_k = load_zipped(bins, k);
+        const FourBins at_m = reversed(load_zipped(bins, m));
+        const FourBins z_k = Going == kToSpectrum ? at_k : conjugate(at_k);
+        const FourBins z_m_conjugate = Going == kToSpectrum ? conjugate(at_m) : at_m;
+        const FourBins even = z_k + z_m_conjugate;
+        const FourBins odd = times_minus_i((z_k - z_m_conjugate) * load(FftTwiddles256, k - 1));
+        const float scale = Going == kToSpectrum ? 0.5f : 1.0f;
+        store_zipped(bins, k, (even + odd) * scale);
+        store_zipped(bins, m, reversed(conjugate(even - odd) * scale));
+    }
+}
+
+} // namespace
+
+void fft_backend_start()
+{
+}
+
+void *fft_backend_build(void *region, size_t bytes, int32_t points)
+{
+    FftRegion rest = {static_cast<char *>(region), bytes};
+    return points == int32_t{kPoints} ? fft_take(rest, sizeof(Plan), alignof(Plan)) : nullptr;
+}
+
+void fft_backend_forward(void *plan, float *samples, float *spectrum)
+{
+    transform_complex<false>(*static_cast<Plan *>(plan), samples, spectrum);
+    join_partners<kToSpectrum>(spectrum);
+    // Z[0] is the sum of the even samples and, as its imaginary part, that of the odd ones.
+    const float even = spectrum[0];
+    const float odd = spectrum[1];
+    spectrum[0] = even + odd;
+    spectrum[1] = 0.0f;
+    spectrum[kPoints] = even - odd;
+    spectrum[kPoints + 1] = 0.0f;
+}
+
+void fft_backend_inverse(void *plan, float *spectrum, float *samples)
+{
+    const float first = spectrum[0];
+    const float last = spectrum[kPoints];
+    spectrum[0] = first + last;
+    spectrum[1] = last - first; // of the conjugate
+    join_partners<kToSamples>(spectrum);
+    transform_complex<true>(*static_cast<Plan *>(plan), spectrum, samples);
+}
