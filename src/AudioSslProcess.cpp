@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // AudioSslProcess.cpp - the exported operations, in the order in which a caller meets them.
 //
-// Each tests its pointers (such messages are printed whatever the level), marks its own step as
-// entered, checks the order of calls and the handle, and then does its work.
+// Each tests its pointers, marks its own step as entered, checks the order of calls and the handle,
+// and then does its work.
 
 #include "EzoSsl.h"
 
@@ -14,12 +14,26 @@
 
 #include <cmath>
 
+namespace {
+
+// Whether an argument is missing, which is said whatever the level: there may be no instance that
+// has one.
+bool is_null(const void *argument, const char *text)
+{
+    if (argument == nullptr)
+        ssl_print(kMsgLevelDefault, kMsgError, "%s", text);
+    return argument == nullptr;
+}
+
+} // namespace
+
 // ---- Life of an instance --------------------------------------------------------------------
 
 uint32_t EzoSsl_GetBufferSize(void)
 {
     const int32_t level = read_message_level();
-    const uint32_t bytes = kSslStateBytes + fft_get_buffer_size(kFftLength);
+    constexpr uint32_t bytes = kSslStateBytes + fft_get_buffer_size(kFftLength);
+    static_assert(bytes == EZOSSL_BUFFER_BYTES, "static buffers of callers are as large");
     ssl_print(level, kMsgInfo, "[SSL] Working buffer size = %d bytes\t\n", static_cast<int>(bytes));
     return bytes;
 }
@@ -36,10 +50,8 @@ SslHandle *EzoSsl_Reset(SslHandle *handle, const SslInit *ssl_init)
 
 int32_t EzoSsl_Free(SslHandle *handle)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [Free] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [Free] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     fft_free(&handle->fft);
     // In a buffer that never was an instance there are no streams, only what looks like them.
     if (ssl_has_magic(handle))
@@ -51,14 +63,10 @@ int32_t EzoSsl_Free(SslHandle *handle)
 
 int32_t EzoSsl_Config(SslHandle *handle, const SslConfig *ssl_config)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [Config] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [Config] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
-    if (ssl_config == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [Config] Fail! The ssl_config is null!\t\n");
+    if (is_null(ssl_config, " [SSL] [Config] Fail! The ssl_config is null!\t\n"))
         return EZOSSL_CONFIG_NULL;
-    }
     handle->order.config_state = kStepEntered;
     const int32_t refused = ssl_check_call(handle, kConfig);
     if (refused != EZOSSL_OK)
@@ -85,15 +93,10 @@ int32_t EzoSsl_Config(SslHandle *handle, const SslConfig *ssl_config)
 
 int32_t EzoSsl_Get_Config(SslHandle *handle, SslConfig *ssl_config)
 {
-    if (ssl_config == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [GetConfig] Fail! The ssl_config is null!\t\n");
+    if (is_null(ssl_config, " [SSL] [GetConfig] Fail! The ssl_config is null!\t\n"))
         return EZOSSL_CONFIG_NULL;
-    }
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [GetConfig] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [GetConfig] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     const int32_t refused = ssl_check_call(handle, kGetConfig);
     if (refused != EZOSSL_OK)
         return refused;
@@ -107,10 +110,8 @@ int32_t EzoSsl_Get_Config(SslHandle *handle, SslConfig *ssl_config)
 int32_t EzoSsl_SetMode(SslHandle *handle, uint32_t mode, uint32_t angular_distance,
                        uint32_t convidence)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [SetMode] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [SetMode] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     const int32_t refused = ssl_check_call(handle, kSetMode);
     if (refused != EZOSSL_OK)
         return refused;
@@ -147,16 +148,11 @@ int32_t EzoSsl_SetMode(SslHandle *handle, uint32_t mode, uint32_t angular_distan
 
 int32_t EzoSsl_ApplyDigitalGain(SslHandle *handle, int16_t *microphone_input, int32_t gain)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [ApplyDigitalGain] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
-    if (microphone_input == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [ApplyDigitalGain] Fail! The microphone_input is NULL\t\n");
+    if (is_null(microphone_input,
+                " [SSL] [ApplyDigitalGain] Fail! The microphone_input is NULL\t\n"))
         return EZOSSL_DATA_NULL;
-    }
     const int32_t refused = ssl_check_call(handle, kApplyDigitalGain);
     if (refused != EZOSSL_OK)
         return refused;
@@ -220,10 +216,8 @@ void finish_shape(SslHandle *handle)
 
 uint32_t EzoSsl_Set_Shape(SslHandle *handle, uint32_t array_geometry)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, "[SSL] [SetShape] Fail! The handle is NULL!!\r\n");
+    if (is_null(handle, "[SSL] [SetShape] Fail! The handle is NULL!!\r\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     const int32_t owed = ssl_check_order(handle, kSetShape);
     if (owed != EZOSSL_OK)
         return static_cast<uint32_t>(owed);
@@ -252,16 +246,10 @@ uint32_t EzoSsl_Set_Shape(SslHandle *handle, uint32_t array_geometry)
 
 int32_t EzoSsl_Set_ArbitraryShape(SslHandle *handle, const float *array_pos)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  "[SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n");
+    if (is_null(handle, "[SSL] [Set_ArbitraryShape] Fail! The handle is NULL!!\r\n"))
         return EZOSSL_BAD_HANDLE;
-    }
-    if (array_pos == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n");
+    if (is_null(array_pos, " [SSL] [Set_ArbitraryShape] Fail! The array_pos is NULL\t\n"))
         return EZOSSL_DATA_NULL;
-    }
     const int32_t owed = ssl_check_order(handle, kSetArbitraryShape);
     if (owed != EZOSSL_OK)
         return owed;
@@ -289,10 +277,8 @@ int32_t EzoSsl_Set_ArbitraryShape(SslHandle *handle, const float *array_pos)
 
 uint32_t EzoSsl_Cal_Params(SslHandle *handle)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, "[SSL] [CalParams] Fail! The handle is NULL!!\r\n");
+    if (is_null(handle, "[SSL] [CalParams] Fail! The handle is NULL!!\r\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     handle->order.param_state = kStepEntered;
     const int32_t refused = ssl_check_call(handle, kCalParams);
     if (refused != EZOSSL_OK)
@@ -327,19 +313,12 @@ int32_t check_turn(const SslHandle *handle)
 
 int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input, int32_t *delay_sample)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [Run] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [Run] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
-    if (microphone_input == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [Run] Fail! The microphone_input is NULL\t\n");
+    if (is_null(microphone_input, " [SSL] [Run] Fail! The microphone_input is NULL\t\n"))
         return EZOSSL_DATA_NULL;
-    }
-    if (delay_sample == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError, " [SSL] [Run] Fail! The delay_sample is NULL\t\n");
+    if (is_null(delay_sample, " [SSL] [Run] Fail! The delay_sample is NULL\t\n"))
         return EZOSSL_DATA_NULL;
-    }
     handle->order.run_state = kStepEntered;
     const int32_t refused = ssl_check_call(handle, kRun);
     if (refused != EZOSSL_OK)
@@ -402,16 +381,10 @@ int32_t find_direction(SslHandle *handle, int32_t *direction_avg_int)
 
 int32_t EzoSsl_Get_Direction(SslHandle *handle, int32_t *direction_avg_int)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [GetDirection] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [GetDirection] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
-    if (direction_avg_int == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [GetDirection] Fail! The direction_avg_int is NULL\t\n");
+    if (is_null(direction_avg_int, " [SSL] [GetDirection] Fail! The direction_avg_int is NULL\t\n"))
         return EZOSSL_DATA_NULL;
-    }
     *direction_avg_int = EZOSSL_NO_DIRECTION;
     handle->order.direction_state = kStepEntered;
     const int32_t refused = ssl_check_call(handle, kGetDirection);
@@ -433,11 +406,8 @@ int32_t EzoSsl_Get_Direction(SslHandle *handle, int32_t *direction_avg_int)
 
 int32_t EzoSsl_Reset_Mapping(SslHandle *handle)
 {
-    if (handle == nullptr) {
-        ssl_print(kMsgLevelDefault, kMsgError,
-                  " [SSL] [ResetMapping] Fail! The handle is null!\t\n");
+    if (is_null(handle, " [SSL] [ResetMapping] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
-    }
     handle->order.mapping_state = kStepEntered;
     const int32_t refused = ssl_check_call(handle, kResetMapping);
     if (refused != EZOSSL_OK)

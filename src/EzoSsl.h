@@ -19,28 +19,29 @@
  *     +90 --------(0)--+--(1)-------- -90
  *          microphone 0   microphone 1
  *
- * The side of microphone 0 is +, the side of microphone 1 is -. Microphone 0 is the first sample of
- * every interleaved couple; swapping the microphones flips the sign. One pair of microphones
- * measures the angle against its own axis and nothing else: it cannot tell front from back, above
- * from below, or how far the sound is, and of several sounds at once it follows the dominant one.
+ * Angles on the side of microphone 0 are positive, those on the side of microphone 1 negative.
+ * Microphone 0 is the first sample of every interleaved pair; swapping the microphones flips the
+ * sign. Two microphones measure the angle to their own axis and nothing else. They cannot tell
+ * front from back, above from below, or how far away the sound is. Of several sounds at once, the
+ * dominant one is found.
  *
- * A delay is counted in samples at the sample rate, arrival time at microphone 0 less that at
- * microphone 1: a positive delay means that microphone 0 hears the sound later, so the sound is on
- * the side of microphone 1 and its angle is negative.
+ * A delay is the arrival time at microphone 0 minus that at microphone 1, in samples at the sample
+ * rate. If it is positive, microphone 0 hears the sound later, so the sound is on the side of
+ * microphone 1 and its angle is negative.
  *
  *
  * ## The order of calls
  *
- *     EzoSsl_GetBufferSize   how much memory to bring
+ *     EzoSsl_GetBufferSize   how much memory to provide
  *     EzoSsl_Init            the buffer becomes an instance
- *     EzoSsl_Config          temperature, noise gate, frames per block; also later, between frames
+ *     EzoSsl_Config          temperature, noise gate, frames per block; again at any time
  *     EzoSsl_Set_Shape       the array
  *     EzoSsl_Cal_Params      its intrinsic parameters
  *     then, for every block (bf_mode 0):
- *       EzoSsl_Run             direction_frame_num times, a frame each
+ *       EzoSsl_Run             once per frame, direction_frame_num times
  *       EzoSsl_Get_Direction   the angle of the block
- *       EzoSsl_Reset_Mapping   empties the votes; until then Run is refused
- *     EzoSsl_Free            closes what was opened; the buffer is yours again
+ *       EzoSsl_Reset_Mapping   clears the votes; until then Run is refused
+ *     EzoSsl_Free            closes the dump files; the buffer is yours again
  *
  * @code{.c}
  *   #include <stdio.h>
@@ -74,36 +75,44 @@
  *
  * ## Memory
  *
- * An instance lives in one buffer that the caller brings, of EzoSsl_GetBufferSize() bytes (21936)
- * and aligned to at least 4 bytes. The handle is the buffer's address. The instance holds addresses
- * into its own buffer: do not copy or move it. The library allocates nothing for its state and
- * never frees the buffer. While the level file is read (GetBufferSize, Init, Reset, GetAPIVersion)
- * its contents are held on the heap and released before the call returns. So are, where the library
- * is built on Ne10, the tables of the transform in Init and Reset. Run uses no heap, and makes no
- * system call but for the input dump. All other pointers are read or written during the call only.
+ * An instance lives in one buffer that the caller provides: EzoSsl_GetBufferSize() bytes, which is
+ * EZOSSL_BUFFER_BYTES in this version, aligned to at least 4 bytes. A static buffer is
+ *
+ *     static uint32_t buffer[EZOSSL_BUFFER_BYTES / 4];
+ *
+ * The handle is the buffer's address. The instance holds addresses into its own buffer, so do not
+ * copy or move it. The library allocates no memory for its state and never frees the buffer.
+ *
+ * GetBufferSize, Init, Reset and GetAPIVersion read the level file; its contents are on the heap
+ * until the call returns. With Ne10 the transform tables are too, during Init and Reset. Run uses
+ * no heap and, without the input dump, makes no system call. All other pointers are read or written
+ * during the call only.
  *
  *
  * ## Threads
  *
  * The library starts no thread and takes no lock. Use one instance from one thread at a time;
- * separate instances are independent. (Two threads in GetBufferSize, Init, Reset or GetAPIVersion
- * at once both let cJSON note where it stopped; nobody reads that note.) Where the library is built
- * on Ne10, the first Init of the process initialises Ne10, and others at once wait for it; only a
- * program that calls ne10_init() itself must do so before.
+ * separate instances are independent. There is one exception: GetBufferSize, Init, Reset and
+ * GetAPIVersion write cJSON's global error pointer when there is a level file. Two threads may
+ * write it at once. The library never reads it; a program that calls cJSON_GetErrorPtr() may read
+ * a pointer to memory that was freed. With Ne10 the first Init of the process initialises Ne10,
+ * and concurrent Inits wait; a program that calls ne10_init() itself must do so first.
  *
  *
  * ## What is process-wide
  *
- * - Messages go to standard output, filtered by a message level: 1 errors, 3 also warnings, 7 also
- *   information (the default), 15 the same. GetBufferSize, Init, Reset and GetAPIVersion take the
- *   level from the member "debug_level" of the JSON file /config/audioAlgo.json or, if the
- *   environment variable DML_PATH is set, of the file that it names (a path of at most 127
- *   characters, a file of at most 1 MiB). An instance keeps the level of its Init.
+ * - Messages go to standard output, filtered by a message level: 1 errors; 3 errors and warnings; 7
+ *   errors, warnings and information (the default); 15 has the effect of 7. GetBufferSize, Init,
+ *   Reset and GetAPIVersion take the level from the member "debug_level" of the JSON file
+ *   /config/audioAlgo.json or, if the environment variable DML_PATH is set, of the file that it
+ *   names (a path of at most 127 characters, a file of at most 1 MiB). An instance keeps the level
+ *   of its Init.
  * - AUDIO_SSL_DUMP=1 in the environment writes the input samples of microphone 0 and 1 to
- *   Audio_SSL_input_data0.pcm and Audio_SSL_input_data1.pcm (16-bit, no header) in the directory
- *   AUDIO_DUMP_PATH, or the current one; all instances write to the same two names. The variables
- *   are read by Init, Reset, Free and every Run: do not change the environment in another thread.
- * - Run draws from rand() and never seeds it: seed it for repeatable angles.
+ *   Audio_SSL_input_data0.pcm and Audio_SSL_input_data1.pcm (16-bit, no header). They are in the
+ *   directory AUDIO_DUMP_PATH or, if that is not set, in the current one. All instances write to
+ *   these two names. Init, Reset, Free and every Run read the variables, so do not change the
+ *   environment in another thread.
+ * - Run draws from rand() and never seeds it. Call srand() for repeatable angles.
  */
 #ifndef EZOSSL_H
 #define EZOSSL_H
@@ -120,11 +129,16 @@
 extern "C" {
 #endif
 
+/** The version of this interface; EzoSsl_GetAPIVersion() gives that of the library in use. */
+#define EZOSSL_VERSION_MAJOR 1
+#define EZOSSL_VERSION_MINOR 4
+
 /** Fixed sizes and marks. */
 enum {
+    EZOSSL_BUFFER_BYTES = 21936,    /**< bytes of an instance, as EzoSsl_GetBufferSize() says */
     EZOSSL_FRAME_LENGTH = 128,      /**< samples per microphone per frame */
     EZOSSL_MIC_COUNT = 2,           /**< microphones */
-    EZOSSL_REJECTED_FRAME = -32768, /**< delay_sample of a frame without a clear delay */
+    EZOSSL_REJECTED_FRAME = -32768, /**< delay_sample of a frame that has no clear delay */
     EZOSSL_NO_DIRECTION = -10000    /**< direction_avg_int of a block without a direction */
 };
 
@@ -132,18 +146,18 @@ enum {
 enum EzoSslCode {
     EZOSSL_OK = 0,                        /**< done */
     EZOSSL_DUMP_FILE = -1,                /**< an input dump file could not be opened */
-    EZOSSL_NOT_INITIALISED = 0x10000101,  /**< EzoSsl_Init is owed */
+    EZOSSL_NOT_INITIALISED = 0x10000101,  /**< EzoSsl_Init has not been called */
     EZOSSL_CONFIG_NULL = 0x10000102,      /**< ssl_config is NULL */
-    EZOSSL_BAD_HANDLE = 0x10000103,       /**< the handle is NULL, or is no instance */
-    EZOSSL_BAD_SAMPLE_RATE = 0x10000104,  /**< not 8000, 16000, 32000 or 48000; inside Init only */
+    EZOSSL_BAD_HANDLE = 0x10000103,       /**< the handle is NULL or not an instance */
+    EZOSSL_BAD_SAMPLE_RATE = 0x10000104,  /**< not 8000, 16000, 32000 or 48000; never returned */
     EZOSSL_BAD_POINT_NUMBER = 0x10000105, /**< point_number is not 128 */
-    EZOSSL_BAD_BF_MODE = 0x10000106,      /**< bf_mode is not 0 or 1; or does not suit the call */
-    EZOSSL_DELAY_TOO_LARGE = 0x10000107,  /**< no delay that the spacing and the rate allow */
-    EZOSSL_STEP_OWED = 0x10000108,        /**< Config, Set_Shape, Cal_Params or Run is owed */
-    EZOSSL_WRONG_PHASE = 0x10000109,      /**< not now: see Set_Shape, Cal_Params and Run */
+    EZOSSL_BAD_BF_MODE = 0x10000106,      /**< bf_mode is not 0 or 1, or the call needs 0 */
+    EZOSSL_DELAY_TOO_LARGE = 0x10000107,  /**< beyond what spacing and sample rate allow */
+    EZOSSL_STEP_OWED = 0x10000108,        /**< call Config, Set_Shape, Cal_Params or Run first */
+    EZOSSL_WRONG_PHASE = 0x10000109,      /**< refused now: see Set_Shape, Cal_Params, Run */
     EZOSSL_BAD_MIC_NUM = 0x10000110,      /**< mic_num is not 2 */
     EZOSSL_BAD_GEOMETRY = 0x10000111,     /**< array_geometry is not 0 or 1 */
-    EZOSSL_NOT_LINEAR = 0x10000112,       /**< two microphones form a linear array only */
+    EZOSSL_NOT_LINEAR = 0x10000112,       /**< two microphones can only be a linear array */
     EZOSSL_TOO_QUIET = 0x10000113,        /**< the block's level is at or below noise_gate_db */
     EZOSSL_UNDECIDED = 0x10000114,        /**< no direction has enough votes */
     EZOSSL_BAD_MODE = 0x10000115,         /**< an argument of SetMode is out of range */
@@ -152,95 +166,97 @@ enum EzoSslCode {
     EZOSSL_BAD_GAIN = 0x10000119          /**< the gain is not within -120 ... 120 dB */
 };
 
-/** What an instance is built for; read by EzoSsl_Init and EzoSsl_Reset, not kept. */
+/** The settings of an instance; EzoSsl_Init and EzoSsl_Reset copy them. */
 typedef struct SslInit {
     int32_t point_number; /**< samples per microphone per frame: 128 */
     int32_t sample_rate;  /**< Hz: 8000, 16000, 32000 or 48000 */
     float mic_distance;   /**< spacing of the two microphones in centimetres; not checked */
     int32_t bf_mode;      /**< 0: votes over a block of frames give a direction.
-                               1: Run gives a time-domain delay, and there is no direction; both
-                               frames that it compares carry microphone 0, so it locates nothing */
+                               1: Run gives a time-domain delay, and there is no direction. It
+                               compares microphone 0 with itself: the delay is constant and has no
+                               direction */
     int32_t mic_num;      /**< number of microphones: 2 */
 } SslInit;
 
-/** What may change between frames. */
+/** The settings that may change between frames. */
 typedef struct SslConfig {
     /** Degrees Celsius; the speed of sound is 331 + 0.6 t m/s. */
     int32_t temperature;
-    /** dB of full scale, clamped to -80 ... 0: blocks whose mean level is at or below it get no
-     * direction. */
+    /** dB relative to full scale, clamped to -80 ... 0. A block whose mean level is at or below it
+     * gets no direction. */
     int32_t noise_gate_db;
-    /** Frames in a block, usually 32 or more; not checked. Of every 32 frames a direction needs 4
-     * votes (2 at the ends of the axis); blocks under 32 frames need just more than any other. */
+    /** Frames in a block, usually 32 or more; not checked. Per 32 frames a direction needs 4 votes
+     * (2 for the two end directions). In shorter blocks the most votes win, however few. */
     int32_t direction_frame_num;
 } SslConfig;
 
-/** An instance: the caller's buffer. Its contents are the library's own. */
+/** An instance: the caller's buffer. Its contents belong to the library. */
 typedef struct SslHandle SslHandle;
 
-/** The settings of this build as text, to identify a library file; a constant. */
+/** A constant text that states the settings of this build, to identify a library file. */
 EZOSSL_API extern const char ssl_setting[];
 
 /* ---- Life of an instance ------------------------------------------------------------------- */
 
-/** Bytes that an instance needs: 21936. Reads the level file. */
+/** Bytes that an instance needs: EZOSSL_BUFFER_BYTES. Reads the level file. */
 EZOSSL_API uint32_t EzoSsl_GetBufferSize(void);
 
 /** Makes an instance of a buffer.
  * @param working_buffer  EzoSsl_GetBufferSize() bytes, aligned to 4; its contents are overwritten
  * @param ssl_init        read only
- * @return the handle, which is the buffer's address; or NULL, with a message, for a NULL argument,
- * a buffer that is not aligned, a value that SslInit does not allow, an input dump that is asked
- * for and cannot be written, or, built on Ne10, an exhausted heap. With the first two the buffer is
- * untouched; after the others every operation on it is refused. */
+ * @return the handle, which is the buffer's address. NULL, with a message, for a NULL argument, a
+ * buffer that is not aligned, a value that SslInit does not allow, an input dump that is switched
+ * on and cannot be opened, or, with Ne10, an exhausted heap. In the first two cases the buffer is
+ * not touched; after the others every operation on it is refused. */
 EZOSSL_API SslHandle *EzoSsl_Init(void *working_buffer, const SslInit *ssl_init);
 
-/** The same as EzoSsl_Init over the instance's own buffer: nothing survives, Config, Set_Shape and
- * Cal_Params are owed again. Dump files that are open stay open and are lost: call Free before. */
+/** EzoSsl_Init again, over the instance's own buffer. Nothing survives: call Config, Set_Shape and
+ * Cal_Params again. Open dump files are not closed, and cannot be closed later: call EzoSsl_Free
+ * first. */
 EZOSSL_API SslHandle *EzoSsl_Reset(SslHandle *handle, const SslInit *ssl_init);
 
-/** Ends an instance; closes the dump files if AUDIO_SSL_DUMP is 1 (and the buffer still is an
- * instance: what merely looks like an open file is left alone). The buffer can be released or
- * given to EzoSsl_Init again; nothing else may be done with the handle.
+/** Ends an instance. Closes the dump files if AUDIO_SSL_DUMP is 1 now, only if the buffer still
+ * holds a valid instance. Afterwards release the buffer or give it to EzoSsl_Init again; do nothing
+ * else with the handle.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE (NULL). */
 EZOSSL_API int32_t EzoSsl_Free(SslHandle *handle);
 
 /* ---- Configuration ------------------------------------------------------------------------- */
 
-/** Sets the configuration. Needs Init. Allowed between frames; a changed direction_frame_num makes
- * the next Run drop the votes collected so far. A changed temperature reaches the limits of the
- * delay with the next Set_Shape. A refused call leaves the configuration owed.
+/** Sets the configuration. Needs Init. Allowed between frames: if direction_frame_num changes, the
+ * next Run drops the votes collected so far. A new temperature affects the limits of the delay from
+ * the next Set_Shape on. After a refused call Config must be called again before anything else.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_CONFIG_NULL, EZOSSL_NOT_INITIALISED,
  * EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM. */
 EZOSSL_API int32_t EzoSsl_Config(SslHandle *handle, const SslConfig *ssl_config);
 
-/** Writes the configuration in force, noise_gate_db as clamped, to *ssl_config. Needs Config.
+/** Writes the current configuration to *ssl_config, with noise_gate_db as clamped. Needs Config.
  * @return EZOSSL_OK, EZOSSL_CONFIG_NULL, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED,
  * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM. */
 EZOSSL_API int32_t EzoSsl_Get_Config(SslHandle *handle, SslConfig *ssl_config);
 
 /** Chooses the processing mode and drops the votes collected so far. Needs Cal_Params.
- * @param mode              0; mode 1 is refused, but stays stored and stops Run and Get_Direction
+ * @param mode              0. Mode 1 is refused but stored: Run and Get_Direction are then refused
  *                         until mode 0 is set
- * @param angular_distance  1 ... 180, checked and not used
- * @param convidence        1 ... 90, checked and not used
+ * @param angular_distance  1 ... 180, checked, not used
+ * @param convidence        1 ... 90, checked, not used
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_MODE, EZOSSL_NO_SUCH_MODE. */
 EZOSSL_API int32_t EzoSsl_SetMode(SslHandle *handle, uint32_t mode, uint32_t angular_distance,
                                   uint32_t convidence);
 
-/** Amplifies one frame in place, before it goes to Run (Run itself applies no gain). Needs
+/** Amplifies one frame in place. Call it before Run, which applies no gain itself. Needs
  * Cal_Params.
  * @param microphone_input  256 samples, interleaved by microphone. A result beyond 16 bits wraps
- *                         around: leave headroom
+ *                         around, so leave headroom
  * @param gain              -120 ... 120 dB
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,
  * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_GAIN. */
 EZOSSL_API int32_t EzoSsl_ApplyDigitalGain(SslHandle *handle, int16_t *microphone_input,
                                            int32_t gain);
 
-/** Writes the version of this interface, 1 and 4; a NULL pointer is passed over. Reads the level
- * file.
+/** Writes EZOSSL_VERSION_MAJOR and EZOSSL_VERSION_MINOR of the library in use. A NULL pointer is
+ * ignored. Reads the level file.
  * @return EZOSSL_OK. */
 EZOSSL_API int32_t EzoSsl_GetAPIVersion(uint16_t *major, uint16_t *minor);
 
@@ -250,24 +266,25 @@ EZOSSL_API int32_t EzoSsl_SetCallbackFunction(int32_t a, int32_t b, int32_t c, i
 
 /* ---- Array geometry ------------------------------------------------------------------------ */
 
-/** Places the microphones, SslInit.mic_distance apart. Needs Config; not after the first Run. A
- * second call replaces the first, with a warning. Cal_Params must follow.
+/** Places the microphones SslInit.mic_distance apart. Needs Config; refused after the first Run. A
+ * second call replaces the first, with a warning. Call Cal_Params next.
  * @param array_geometry  0 linear; 1 (circular) is refused for two microphones
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_WRONG_PHASE (Run has been called since Init), EZOSSL_BAD_POINT_NUMBER,
  * EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_GEOMETRY, EZOSSL_NOT_LINEAR. */
 EZOSSL_API uint32_t EzoSsl_Set_Shape(SslHandle *handle, uint32_t array_geometry);
 
-/** Microphones at given positions: refused with EZOSSL_NOT_LINEAR for two microphones, after all
- * other checks; use EzoSsl_Set_Shape.
+/** Places the microphones at given positions. With two microphones it is always refused, with
+ * EZOSSL_NOT_LINEAR if nothing else is wrong: use EzoSsl_Set_Shape.
  * @param array_pos  x and y of each microphone in centimetres: 4 values
  * @return EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_WRONG_PHASE (Run has been called since Init), EZOSSL_BAD_POINT_NUMBER,
  * EZOSSL_BAD_MIC_NUM, EZOSSL_NOT_LINEAR. */
 EZOSSL_API int32_t EzoSsl_Set_ArbitraryShape(SslHandle *handle, const float *array_pos);
 
-/** Derives the array's intrinsic parameters. Needs Set_Shape; not after the first Run (a refused
- * call leaves the parameters owed, so that Run is refused until EzoSsl_Reset).
+/** Derives the array's intrinsic parameters. Needs Set_Shape; refused after the first Run. After a
+ * refused call Run is refused until Cal_Params succeeds; after the first Run that takes an
+ * EzoSsl_Reset.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_WRONG_PHASE (Run has been called since Init), EZOSSL_BAD_POINT_NUMBER,
  * EZOSSL_BAD_MIC_NUM. */
@@ -275,29 +292,29 @@ EZOSSL_API uint32_t EzoSsl_Cal_Params(SslHandle *handle);
 
 /* ---- Frames and directions ----------------------------------------------------------------- */
 
-/** Takes one frame. Needs Cal_Params, and in bf_mode 0 a Reset_Mapping since the last
+/** Processes one frame. Needs Cal_Params, and in bf_mode 0 a Reset_Mapping after every
  * Get_Direction.
- * @param microphone_input  256 samples: sample n of microphone c at index 2 n + c; read only
- * @param delay_sample      one value: the frame's delay in whole samples, EZOSSL_REJECTED_FRAME
- *                         if it has no clear one; written on EZOSSL_OK only
+ * @param microphone_input  256 samples: sample n of microphone c is at index 2 n + c; read only
+ * @param delay_sample      one value: the frame's delay in whole samples, or EZOSSL_REJECTED_FRAME
+ *                         if it has no clear delay; written with EZOSSL_OK only
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,
- * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_WRONG_PHASE (Reset_Mapping
- * is owed), EZOSSL_NO_SUCH_MODE (bf_mode 0 and processing mode 1), EZOSSL_DUMP_FILE. */
+ * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_WRONG_PHASE (call
+ * Reset_Mapping first), EZOSSL_NO_SUCH_MODE (bf_mode 0 and processing mode 1), EZOSSL_DUMP_FILE. */
 EZOSSL_API int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input,
                               int32_t *delay_sample);
 
-/** The direction of the block. Needs a Run that succeeded; bf_mode 0 only. Whatever the result, Run
- * is refused until Reset_Mapping (in bf_mode 1, where there is none, until EzoSsl_Reset).
- * @param direction_avg_int  one value: the angle, -90 ... 90 degrees, truncated toward 0; with
- *                          every other code EZOSSL_NO_DIRECTION (untouched where a pointer is NULL)
+/** Gives the direction of the block. Needs a successful Run; bf_mode 0 only. Whatever the result,
+ * Run is refused until Reset_Mapping (in bf_mode 1, which has none, until EzoSsl_Reset).
+ * @param direction_avg_int  one value: with EZOSSL_OK the angle, -90 ... 90 degrees, truncated
+ *                          toward 0; else EZOSSL_NO_DIRECTION (not written if an argument is NULL)
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,
  * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_BF_MODE (bf_mode 1),
- * EZOSSL_NO_SUCH_MODE, and as answers about the block EZOSSL_TOO_QUIET, EZOSSL_UNDECIDED,
+ * EZOSSL_NO_SUCH_MODE; and for a block without a direction EZOSSL_TOO_QUIET, EZOSSL_UNDECIDED,
  * EZOSSL_DELAY_TOO_LARGE. */
 EZOSSL_API int32_t EzoSsl_Get_Direction(SslHandle *handle, int32_t *direction_avg_int);
 
-/** Empties the votes and lets Run continue. Needs a Run that succeeded; bf_mode 0 only. Without a
- * Get_Direction before it, it drops the block. A refused call leaves Run refused.
+/** Clears the votes and lets Run continue. Needs a successful Run; bf_mode 0 only. Called without a
+ * Get_Direction before it, it drops the block. After a refused call Run is refused.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_BF_MODE (bf_mode 1). */
 EZOSSL_API int32_t EzoSsl_Reset_Mapping(SslHandle *handle);

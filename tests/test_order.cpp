@@ -64,21 +64,22 @@ Refusal expected_refusal(const Operation &operation, const SslCallOrderFlags &or
     const std::string begin = "[ALGO_MSG_ERR] [SSL] [" + tag + "] Fail! ";
     for (const char *need = operation.needs; *need != '\0'; ++need) {
         if (*need == 'i' && order.init_state != 1)
-            return {0x10000101,
+            return {EZOSSL_NOT_INITIALISED,
                     (tag == "Config" ? "[ALGO_MSG_ERR]  [SSL] [Config] Fail! " : begin) +
                         "Please call EzoSsl_Init first!\t\n"};
         if (*need == 'c' && order.config_state != 1)
-            return {0x10000108, begin + "Please call EzoSSL_Config first!\t\n"};
+            return {EZOSSL_STEP_OWED, begin + "Please call EzoSSL_Config first!\t\n"};
         if (*need == 's' && order.shape_state != 1)
-            return {0x10000108, begin + "Please call EzoSsl_Set_Shape first!\t\n"};
+            return {EZOSSL_STEP_OWED, begin + "Please call EzoSsl_Set_Shape first!\t\n"};
         if (*need == 'p' && order.param_state != 1)
-            return {0x10000108, begin + "Please call EzoSsl_Cal_Params first!\t\n"};
+            return {EZOSSL_STEP_OWED, begin + "Please call EzoSsl_Cal_Params first!\t\n"};
         if (*need == 'r' && order.run_state != 1)
-            return {0x10000108, begin + "Please call EzoSsl_Run first!\t\n"};
+            return {EZOSSL_STEP_OWED, begin + "Please call EzoSsl_Run first!\t\n"};
         if (*need == 'n' && order.run_state != 2)
-            return {0x10000109, begin + "Can't not change " +
-                                    (tag == "CalParams" ? "intrinsic parameters" : "array shape") +
-                                    " during run process!\t\n"};
+            return {EZOSSL_WRONG_PHASE,
+                    begin + "Can't not change " +
+                        (tag == "CalParams" ? "intrinsic parameters" : "array shape") +
+                        " during run process!\t\n"};
     }
     return {};
 }
@@ -99,8 +100,8 @@ TEST(Order, EveryOperationFromEveryState)
             const std::string text = printed_by([&] { code = operation.call(ssl); });
             if (expected.code == 0) {
                 const bool arbitrary = operation.tag == std::string("Set_ArbitraryShape");
-                EXPECT_EQ(code, arbitrary                                      ? 0x10000112
-                                : operation.tag == std::string("GetDirection") ? 0x10000113
+                EXPECT_EQ(code, arbitrary                                      ? EZOSSL_NOT_LINEAR
+                                : operation.tag == std::string("GetDirection") ? EZOSSL_TOO_QUIET
                                                                                : 0);
                 continue;
             }
@@ -123,11 +124,11 @@ TEST(Order, TheHandleIsCheckedAfterTheOrder)
             int32_t code;
             std::string text;
         } spoilt[] = {
-            {[](SslHandle *ssl) { ssl->magic[3] = 'O'; }, 0x10000103,
+            {[](SslHandle *ssl) { ssl->magic[3] = 'O'; }, EZOSSL_BAD_HANDLE,
              "[BF][" + tag + "] Fail! The handle pointer seems to be dirty!!\r\n"},
-            {[](SslHandle *ssl) { ssl->mic_num = 3; }, 0x10000110,
+            {[](SslHandle *ssl) { ssl->mic_num = 3; }, EZOSSL_BAD_MIC_NUM,
              "[BF][" + tag + "] Fail! This library only support 2 Microphones!!\r\n"},
-            {[](SslHandle *ssl) { ssl->point_number = 129; }, 0x10000105,
+            {[](SslHandle *ssl) { ssl->point_number = 129; }, EZOSSL_BAD_POINT_NUMBER,
              "[BF] [" + tag + "] Fail! This library only support 128 point number!!\r\n"},
         };
         const bool shape = operation.needs == std::string("icn");
@@ -142,7 +143,9 @@ TEST(Order, TheHandleIsCheckedAfterTheOrder)
         }
         EXPECT_EQ(ssl->order.shape_state, shape ? 0 : 1);
         ssl->order.init_state = 2;
-        EXPECT_EQ(printed_by([&] { EXPECT_EQ(operation.call(ssl), 0x10000101); }).find("[BF]"),
+        EXPECT_EQ(printed_by([&] {
+                      EXPECT_EQ(operation.call(ssl), EZOSSL_NOT_INITIALISED);
+                  }).find("[BF]"),
                   std::string::npos);
     }
 }
