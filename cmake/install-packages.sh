@@ -19,8 +19,8 @@ architectures= # foreign ones
 foreign() {
     local package
     packages="$packages $2 qemu-user"
-    for package in libkissfft-dev libcjson-dev libsndfile1-dev libsamplerate0-dev libasound2-dev \
-        libgtest-dev; do
+    for package in libkissfft-dev libcjson-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev \
+        libasound2-dev libgtest-dev; do
         packages="$packages $package:$1"
     done
     architectures="$architectures $1"
@@ -29,8 +29,8 @@ for group in "$@"; do
     case $group in
     build) packages="$packages g++ cmake ninja-build pkg-config libcjson-dev" ;;
     tools)
-        packages="$packages libkissfft-dev libsndfile1-dev libsamplerate0-dev libasound2-dev"
-        packages="$packages libcli11-dev"
+        packages="$packages libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev"
+        packages="$packages libasound2-dev libcli11-dev"
         ;;
     test) packages="$packages libgtest-dev python3" ;;
     check) packages="$packages clang clang-format clang-tidy shellcheck ccache doxygen lintian" ;;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// resampler.h - a stream of sample couples at another rate. Both microphones go through the same
+// resampler.h - a stream of sample pairs at another rate. Both microphones go through the same
 // call, so that nothing comes between them.
 
 #ifndef EZOSSL_TOOL_RESAMPLER_H
@@ -9,22 +9,31 @@
 #include <memory>
 #include <vector>
 
-#include <samplerate.h>
+#include <soxr.h>
 
 class Resampler
 {
 public:
     Resampler(int from_rate, int to_rate);
 
-    // Couples in, and those that they complete. With `is_last`, also what was held back.
-    const std::vector<float> &process(const float *samples, std::size_t couples, bool is_last);
+    // Takes pairs and returns those that they complete. The filter's delay is taken out: pair n of
+    // the whole output belongs to the time n / to_rate. The output lags the input by up to 40 ms;
+    // with `is_last`, what was held back comes out too, and nothing may follow.
+    const std::vector<float> &process(const float *samples, std::size_t pairs, bool is_last);
 
 private:
     struct Delete {
-        void operator()(SRC_STATE *state) const { src_delete(state); }
+        void operator()(soxr *state) const { soxr_delete(state); }
     };
+    struct Progress { // in pairs
+        std::size_t used;
+        std::size_t made;
+    };
+    // Appends to result_; without samples, what was held back.
+    Progress convert(const float *samples, std::size_t pairs);
+
     double ratio_;
-    std::unique_ptr<SRC_STATE, Delete> state_;
+    std::unique_ptr<soxr, Delete> state_;
     std::vector<float> result_;
 };
 
