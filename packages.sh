@@ -1,26 +1,66 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# packages.sh [PRESET] - builds the preset (release; arm64 and armhf cross compile) and makes its
-# Debian packages in build/package-PRESET, the same wherever that is: with the built-in FFT, though
-# Ne10 may be installed. Programs are built with them, and lintian looks at them where it is installed.
+# packages.sh [arm64|armhf] - makes the Debian packages of this machine, or cross-compiles those of
+# another, tries them, and leaves them in build/package-ARCHITECTURE. The same source gives the same
+# bytes in any folder. Installs what is missing; nothing outside this folder is written.
 set -euo pipefail
 cd "$(dirname "$0")"
-umask 022 # of the folders in the packages
+umask 022
 
-preset=${1:-release}
-build=build/package-$preset
-case $preset in
-arm64 | armhf) cmake/install-packages.sh build tools package "$preset" ;;
-*) cmake/install-packages.sh build tools package ;;
+native=$(dpkg --print-architecture)
+architecture=${1:-$native}
+case $architecture in
+"$native") cmake/install-packages.sh build tools package ;;
+arm64 | armhf) cmake/install-packages.sh build tools package "$architecture" ;;
+*)
+    sed -n '3,5s/^# //p' "$0" >&2
+    [[ $architecture != -h && $architecture != --help ]] || exit 0
+    exit 2
+    ;;
 esac
-export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
-cmake --preset "$preset" -B "$build" -DCMAKE_INSTALL_PREFIX=/usr -DEZOSSL_PACKAGES=ON \
-    -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON -DEZOSSL_FFT=builtin
-cmake --build "$build" --parallel "$(nproc)"
-rm -f "$build"/*.deb
-cpack --config "$build/CPackConfig.cmake" -B "$build"
-cmake/check-packages.sh "$build"
-if command -v lintian >/dev/null; then
-    lintian --allow-root --fail-on error "$build"/*.deb
+# What dpkg-architecture knows of the machine: DEB_HOST_GNU_TYPE and others.
+eval "$(dpkg-architecture --host-arch "$architecture" --print-set 2>/dev/null)"
+
+folder=$PWD/build/package-$architecture
+build() { # in a copy, as dpkg-buildpackage leaves the packages beside the source
+    rm -rf "$folder"
+    mkdir -p "$folder/ezossl"
+    tar -c --exclude-vcs --exclude=./build . | tar -x -C "$folder/ezossl"
+    cd "$folder/ezossl"
+    dpkg-buildpackage --build=binary --no-sign --host-arch "$architecture"
+}
+
+# What debian/tests does with installed packages, with these, unpacked.
+try() {
+    local work=$1 libdir=usr/lib/$DEB_HOST_MULTIARCH package
+    for package in "$folder"/*.deb; do
+        dpkg-deb --extract "$package" "$work/root"
+    done
+    export EMULATOR='' LD_LIBRARY_PATH=$work/root/$libdir PKG_CONFIG_SYSROOT_DIR=$work/root
+    export PKG_CONFIG_LIBDIR=$work/root/$libdir/pkgconfig:/$libdir/pkgconfig:/usr/share/pkgconfig
+    [ "$architecture" = "$native" ] || EMULATOR="qemu-$DEB_HOST_GNU_CPU -L /usr/$DEB_HOST_GNU_TYPE"
+    mkdir "$work/bin"
+    printf '#!/bin/sh\nexec %s "%s" "$@"\n' "$EMULATOR" "$work/root/usr/bin/ezossl" \
+        >"$work/bin/ezossl"
+    chmod +x "$work/bin/ezossl"
+    PATH=$work/bin:$PATH debian/tests/examples
+}
+
+log=build/package-$architecture.log
+echo "packages.sh: building for $architecture; log in $log"
+mkdir -p build
+if ! (build) >"$log" 2>&1; then
+    tail -n 40 "$log" >&2
+    echo "packages.sh: the build failed; the whole log is $log" >&2
+    exit 1
 fi
-ls -l "$build"/*.deb
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+(try "$work")
+if command -v lintian >/dev/null; then
+    lintian --allow-root --fail-on error,warning "$folder"/*.changes
+fi
+rm -rf "$folder/ezossl"
+mkdir "$folder/debug"
+mv "$folder"/*-dbgsym_*.deb "$folder/debug"
+ls -l "$folder"/*.deb

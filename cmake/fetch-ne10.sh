@@ -5,7 +5,7 @@
 # packages of the two architectures hold the same documentation files with other contents.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-. cmake/main-archive.sh
+. cmake/debian-archives.sh
 
 architecture=$1
 folder=$PWD/build/ne10/$architecture

@@ -1,41 +1,74 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# install-packages.sh GROUP... - the Debian packages of this project, in one place. Installs those
-# of the groups that are missing; does nothing, and needs no privileges, when all are there.
+# install-packages.sh [--dry-run] GROUP... - the Debian packages of this project, in one place.
+# Installs those of the groups that are missing; does nothing, and needs no privileges, when all are
+# there. Shows first what will be done, removes nothing, and refuses with apt's reason. --dry-run
+# shows it and changes nothing. Without apt-get it looks for the programs and libraries themselves.
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
 #   test    GoogleTest, and Python for its example and its XML parser
-#   check   formatting, static analysis, the pages, a look at the packages
+#   check   formatting, static analysis, the other compiler, the pages, a look at the packages
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
-# shellcheck source=cmake/main-archive.sh
-. "$(dirname "$0")/main-archive.sh"
+# shellcheck source=cmake/debian-archives.sh
+. "$(dirname "$0")/debian-archives.sh"
 
-packages=
-architectures= # foreign ones
+# What there is to look for where no packages are known: a program, a module of pkg-config, a file.
+declare -A probes=(
+    [g++]="program ${CXX:-c++}" [cmake]='program cmake' [ninja-build]='program ninja make'
+    [pkg-config]='program pkg-config' [libcjson-dev]='module libcjson'
+    [libkissfft-dev]='module kissfft-float' [libsndfile1-dev]='module sndfile'
+    [libsamplerate0-dev]='module samplerate' [libsoxr-dev]='module soxr'
+    [libasound2-dev]='module alsa'
+    [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
+    [alsa-utils]='file /usr/share/sounds/alsa/Front_Center.wav'
+    [clang-format]='program clang-format' [clang-tidy]='program clang-tidy'
+    [clang]='program clang' [shellcheck]='program shellcheck' [ccache]='program ccache'
+    [doxygen]='program doxygen'
+)
+probe() { # KIND NAME... - whether one is there
+    local kind=$1 name
+    shift
+    for name in "$@"; do
+        case $kind in
+        program) ! command -v "$name" >/dev/null || return 0 ;;
+        module) ! pkg-config --exists "$name" 2>/dev/null || return 0 ;;
+        file) [ ! -e "$name" ] || return 0 ;;
+        esac
+    done
+    return 1
+}
+
+dry_run=
+if [ "${1:-}" = --dry-run ]; then
+    dry_run=yes
+    shift
+fi
+packages=()
+architectures=() # foreign ones
 foreign() {
     local package
-    packages="$packages $2 qemu-user"
-    for package in libkissfft-dev libcjson-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev \
-        libasound2-dev libgtest-dev; do
-        packages="$packages $package:$1"
+    packages+=("$2" qemu-user)
+    for package in libcjson-dev libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev \
+        libasound2-dev libgtest-dev pkg-config; do
+        packages+=("$package:$1")
     done
-    architectures="$architectures $1"
+    architectures+=("$1")
 }
 for group in "$@"; do
     case $group in
-    build) packages="$packages g++ cmake ninja-build pkg-config libcjson-dev" ;;
+    build) packages+=(g++ cmake ninja-build pkg-config libcjson-dev) ;;
     tools)
-        packages="$packages libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev"
-        packages="$packages libasound2-dev libcli11-dev"
+        packages+=(libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev)
+        packages+=(libasound2-dev libcli11-dev)
         ;;
-    test) packages="$packages libgtest-dev python3" ;;
-    check) packages="$packages clang clang-format clang-tidy shellcheck ccache doxygen lintian" ;;
-    demo) packages="$packages alsa-utils" ;;
-    package) packages="$packages dpkg-dev file" ;;
+    test) packages+=(libgtest-dev python3) ;;
+    check) packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian) ;;
+    demo) packages+=(alsa-utils) ;;
+    package) packages+=(build-essential debhelper) ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
@@ -46,8 +79,21 @@ for group in "$@"; do
     esac
 done
 
+missing=()
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
-    echo "This is no Debian system; install yourself what corresponds to:$packages" >&2
+    for package in "${packages[@]}"; do
+        # Unquoted: a kind and names.
+        # shellcheck disable=SC2086
+        probe ${probes[$package]:-none} || missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || exit 0
+    cat >&2 <<NAMES
+install-packages.sh: these are missing, and there is no apt-get to install them. As Debian names them:
+  ${missing[*]}
+Install them by your system's own means and start again, or build what can be built without:
+  cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DEZOSSL_BUILD_TESTS=OFF
+  cmake --build build --parallel
+NAMES
     exit 1
 fi
 
@@ -59,57 +105,74 @@ is_installed() {
     dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "${1%:*}" 2>/dev/null |
         grep -qxE "($architecture|all) installed"
 }
-missing=
-for package in $packages; do
-    # pkg-config is a name that other packages provide as well.
-    if [ "$package" = pkg-config ] && command -v pkg-config >/dev/null; then
-        continue
-    fi
-    is_installed "$package" || missing="$missing $package"
+for package in "${packages[@]}"; do
+    case $package in
+    pkg-config*) # a name that pkgconf provides as well
+        is_installed "$package" || is_installed "${package/pkg-config/pkgconf}" ||
+            missing+=("$package")
+        ;;
+    *) is_installed "$package" || missing+=("$package") ;;
+    esac
 done
-[ -n "$missing" ] || exit 0
+[ ${#missing[@]} -gt 0 ] || exit 0
 
-as_root=
-if [ "$(id -u)" -ne 0 ]; then
-    if ! command -v sudo >/dev/null; then
-        echo "Packages are missing:$missing" >&2
-        echo "There is no sudo; as root, run: cmake/install-packages.sh $*" >&2
-        exit 1
-    fi
-    as_root=sudo
-fi
-
-log=$(mktemp)
-trap 'rm -f "$log" "$log".list' EXIT
-quietly() {
-    $as_root env DEBIAN_FRONTEND=noninteractive "$@" >"$log" 2>&1 </dev/null
-}
-failed() {
-    cat "$log" >&2
-    echo "$* failed, see above; missing packages:$missing" >&2
+# apt-get with lists of its own: the plan needs no privileges, and changes nothing.
+aside=$(mktemp -d)
+trap 'rm -rf "$aside"' EXIT
+private_apt "$aside"
+# Those that this machine has already count, too: one version of a library for all.
+others=$({ dpkg --print-foreign-architectures && printf '%s\n' "${architectures[@]}"; } |
+    grep -vx -e "$native" -e '' | sort -u | paste -sd, || true)
+apt+=(-o APT::Architectures="$native${others:+,$others}" -o APT::Get::List-Cleanup=false)
+failed() { # WHAT - with what apt said
+    cat "$aside/log" >&2
+    echo "install-packages.sh: $1; apt's reason is above. Nothing was changed." >&2
+    echo "install-packages.sh: missing are: ${missing[*]}" >&2
     exit 1
 }
-
-update_foreign() {
-    local list="$log".list separated=${architectures# }
-    main_archive deb "arch=${separated// /,}" >"$list"
-    quietly apt-get update -o Dir::Etc::SourceList="$list" -o Dir::Etc::SourceParts=- \
-        -o APT::Get::List-Cleanup=false
-}
 update() {
-    quietly apt-get update -o APT::Architectures="$native" || return
-    [ -z "$architectures" ] || update_foreign
+    "${apt[@]}" update "$@" >"$aside/log" 2>&1
 }
+twice() { # COMMAND... - a mirror may be in the middle of an update
+    "$@" || { sleep 10 && "$@"; }
+}
+twice update -o APT::Architectures="$native" || failed 'the lists of packages cannot be read'
+# Of the other architectures Debian's own suites only, which have them: with the updates, as the
+# one version may be there. Where a list cannot be read, the plan may do without.
+if [ -n "$others" ]; then
+    debian_archives deb "arch=$others" >"$aside/others.list"
+    twice update -o Dir::Etc::SourceList="$aside/others.list" -o Dir::Etc::SourceParts=- || {
+        echo "install-packages.sh: some lists of $others cannot be read; going on without them:"
+        grep '^E: Failed' "$aside/log" || cat "$aside/log"
+    } >&2
+fi
 
-for architecture in $architectures; do
-    [ "$architecture" = "$native" ] || quietly dpkg --add-architecture "$architecture" ||
-        failed dpkg --add-architecture "$architecture"
+install=(install --no-install-recommends --no-remove)
+"${apt[@]}" "${install[@]}" --simulate "${missing[@]}" >"$aside/log" 2>&1 ||
+    failed 'apt would not install what is missing'
+for architecture in "${architectures[@]}"; do
+    { [ "$architecture" = "$native" ] || dpkg --print-foreign-architectures |
+        grep -qx "$architecture"; } || echo "architecture: $architecture is added to dpkg"
 done
-echo "installing:$missing"
-# A mirror may be in the middle of an update.
-update || { sleep 10 && update; } || failed apt-get update
-# Unquoted: a list of names.
-# shellcheck disable=SC2086
-quietly apt-get install -y --no-install-recommends $missing ||
-    { sleep 10 && update && quietly apt-get install -y --no-install-recommends $missing; } ||
-    failed apt-get install
+sed -nE 's/^Inst ([^ ]+) \(([^ ]+) .*/install: \1 \2/p
+    s/^Inst ([^ ]+) \[([^]]+)\] \(([^ ]+) .*/upgrade: \1 from \2 to \3/p' "$aside/log"
+[ -z "$dry_run" ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "install-packages.sh: this needs root, and there is no sudo; as root, run:" \
+            "cmake/install-packages.sh $*" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+for architecture in "${architectures[@]}"; do
+    [ "$architecture" = "$native" ] || "${as_root[@]}" dpkg --add-architecture "$architecture"
+done
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive "${apt[@]}" "${install[@]}" -y "${missing[@]}" \
+    >"$aside/log" 2>&1 </dev/null || {
+    cat "$aside/log" >&2
+    echo "install-packages.sh: apt-get install failed, see above" >&2
+    exit 1
+}
