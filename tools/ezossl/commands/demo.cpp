@@ -30,7 +30,7 @@ std::vector<float> make_bursts(NoiseSource &noise)
 {
     constexpr double kSounding = 0.7; // of the block
     std::vector<float> bursts = make_noise(kSteps * kBlockLength, noise);
-    for (std::size_t n = 0; n < bursts.size(); n++) {
+    for (std::size_t n = 0; n < bursts.size(); ++n) {
         const double place = static_cast<double>(n % kBlockLength) / kBlockLength / kSounding;
         bursts[n] *= place < 1.0 ? static_cast<float>(std::sin(kPi * place)) : 0.0f;
     }
@@ -40,7 +40,7 @@ std::vector<float> make_bursts(NoiseSource &noise)
 Block locate(Localizer &localizer, const int16_t *block)
 {
     int16_t frame[kFrameSamples];
-    for (int i = 0; i < kBlockFrames; i++, block += kFrameSamples) {
+    for (int i = 0; i < kBlockFrames; ++i, block += kFrameSamples) {
         std::copy_n(block, kFrameSamples, frame);
         localizer.add_frame(frame);
     }
@@ -53,7 +53,7 @@ struct Score {
 
     void add(double error)
     {
-        decided++;
+        ++decided;
         sum_of_errors += std::fabs(error);
     }
 };
@@ -87,7 +87,7 @@ void demo(DataOutput &output)
         "%g dB above their noise. + is the side of microphone 0, left as seen from behind "
         "them.\n\n%6s  %6s  %-*s%s\n",
         kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
-    for (int step = 0; step < kSteps; step++) {
+    for (int step = 0; step < kSteps; ++step) {
         const double truth = walk.at((step + 0.5) / kSteps);
         const Block block =
             locate(localizer, &scene[static_cast<std::size_t>(step) * kBlockLength * 2]);

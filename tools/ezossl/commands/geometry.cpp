@@ -92,12 +92,12 @@ void print_lags(const ArrayOptions &array, int rate, DataOutput &output)
     const auto reachable = pair.reachable_directions();
     output.print("rate %d Hz: longest lag %.2f samples, D = %d, directions reachable:", rate,
                  pair.longest_lag(), pair.limit());
-    for (int k = 0; k < kDirectionCount; k++) {
+    for (int k = 0; k < kDirectionCount; ++k) {
         if (reachable[static_cast<std::size_t>(k)])
             output.print(" %+g", angle_of_direction(k));
     }
     output.print("\n\n%5s  %11s  %s\n", "lag", "angle [deg]", "votes for direction");
-    for (int lag = -pair.longest_accepted_lag(); lag <= pair.longest_accepted_lag(); lag++) {
+    for (int lag = -pair.longest_accepted_lag(); lag <= pair.longest_accepted_lag(); ++lag) {
         const int direction = pair.direction_of_lag(lag);
         output.print("%+5d  %+11.1f  %d (%+g)%s\n", lag, pair.angle_of_lag(lag), direction,
                      angle_of_direction(direction), remark(std::abs(lag) - pair.longest_lag()));

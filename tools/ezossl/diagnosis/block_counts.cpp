@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// block_counts.cpp - see block_counts.h.
+// block_counts.cpp - runs the library over a recording, and leaves pauses out of the count.
 
 #include "diagnosis/block_counts.h"
 
@@ -43,10 +43,10 @@ BlockCounts count_blocks(const std::vector<int16_t> &samples, const LocalizerSet
     for (const Block &block : blocks) {
         if (block.status == BlockStatus::quiet)
             continue;
-        counts.loud++;
+        ++counts.loud;
         if (block.level <= loudest - kPauseDb)
             continue;
-        counts.with_sound++;
+        ++counts.with_sound;
         counts.decided += block.status == BlockStatus::ok ? 1 : 0;
     }
     return counts;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// channel_statistics.cpp - see channel_statistics.h.
+// channel_statistics.cpp - level, offset and clipping of each channel, and what links the two.
 
 #include "diagnosis/channel_statistics.h"
 
@@ -26,7 +26,7 @@ std::size_t count_clipped(const std::vector<int16_t> &samples, std::size_t chann
         if (run == kShortestClippedRun)
             clipped += run;
         else if (run > kShortestClippedRun)
-            clipped++;
+            ++clipped;
     }
     return clipped;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// diagnosis.cpp - see diagnosis.h. The lags are measured here and not by the library, which would
-// show what it rejects as rejected only; then the library has its say.
+// diagnosis.cpp - the table of findings, and how each is recognised. The lags are measured here, as
+// the library only shows that it rejects a frame; its blocks are counted afterwards.
 
 #include "diagnosis/diagnosis.h"
 
@@ -168,28 +168,28 @@ void find_mismatch(const DiagnosisSettings &settings, Diagnosis &diagnosis)
 
 // ---- The channels against each other ---------------------------------------------------------
 
-using Stretches = std::vector<StretchCorrelation>;
+using Segments = std::vector<SegmentCorrelation>;
 
-double share_of(const Stretches &stretches, bool (*has)(const StretchCorrelation &, double),
+double share_of(const Segments &segments, bool (*has)(const SegmentCorrelation &, double),
                 double limit)
 {
     const auto count =
-        std::count_if(stretches.begin(), stretches.end(),
-                      [&](const StretchCorrelation &stretch) { return has(stretch, limit); });
-    return static_cast<double>(count) / static_cast<double>(stretches.size());
+        std::count_if(segments.begin(), segments.end(),
+                      [&](const SegmentCorrelation &segment) { return has(segment, limit); });
+    return static_cast<double>(count) / static_cast<double>(segments.size());
 }
 
-bool is_upside_down(const StretchCorrelation &stretch, double)
+bool is_upside_down(const SegmentCorrelation &segment, double)
 {
-    return -stretch.dip.value > 1.2 * stretch.peak.value;
+    return -segment.dip.value > 1.2 * segment.peak.value;
 }
 
-bool is_beyond(const StretchCorrelation &stretch, double limit)
+bool is_beyond(const SegmentCorrelation &segment, double limit)
 {
-    return std::fabs(stretch.strongest().lag) > limit;
+    return std::fabs(segment.strongest().lag) > limit;
 }
 
-void find_lag_faults(const Stretches &common, const DiagnosisSettings &settings,
+void find_lag_faults(const Segments &common, const DiagnosisSettings &settings,
                      Diagnosis &diagnosis)
 {
     const double limit = diagnosis.longest_lag + kLagMargin;
@@ -222,16 +222,16 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
                       Diagnosis &diagnosis)
 {
     const double least_power = std::pow(10.0, settings.gate_db / 10.0);
-    const Stretches all = correlate_stretches(samples, settings.rate, least_power);
-    Stretches common;
+    const Segments all = correlate_segments(samples, settings.rate, least_power);
+    Segments common;
     std::vector<double> lags;
-    for (const StretchCorrelation &stretch : all) {
-        if (!stretch.has_common_sound())
+    for (const SegmentCorrelation &segment : all) {
+        if (!segment.has_common_sound())
             continue;
-        common.push_back(stretch);
-        lags.push_back(stretch.strongest().lag);
+        common.push_back(segment);
+        lags.push_back(segment.strongest().lag);
     }
-    diagnosis.stretches = static_cast<int>(all.size());
+    diagnosis.segments = static_cast<int>(all.size());
     diagnosis.common = static_cast<int>(common.size());
     diagnosis.median_lag = median(lags);
     if (!common.empty())
@@ -239,7 +239,7 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     else if (!all.empty())
         diagnosis.findings.push_back(
             {&kNoCommonSound,
-             format_text("no correlation at any lag up to %d ms in any of %zu stretches",
+             format_text("no correlation at any lag up to %d ms in any of %zu segments",
                          250 * correlation_length(settings.rate) / settings.rate, all.size())});
 }
 
@@ -294,13 +294,13 @@ bool Diagnosis::is_usable() const
 
 std::size_t shortest_input(int rate)
 {
-    return static_cast<std::size_t>(kStretchSeconds * rate);
+    return static_cast<std::size_t>(kSegmentSeconds * rate);
 }
 
 Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings)
 {
     Diagnosis diagnosis{};
-    for (std::size_t c = 0; c < 2; c++)
+    for (std::size_t c = 0; c < 2; ++c)
         diagnosis.channels[c] = channel_statistics(samples, c);
     diagnosis.longest_lag =
         settings.spacing_cm / 100.0 / speed_of_sound(settings.temperature) * settings.rate;

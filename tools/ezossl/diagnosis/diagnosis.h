@@ -36,7 +36,7 @@ struct Finding {
 struct Diagnosis {
     ChannelStatistics channels[2];
     double longest_lag; // samples that the stated spacing allows
-    int stretches;      // of a second, above the gate
+    int segments;       // of a second, above the gate
     int common;         // of these, with a sound that both channels have
     double median_lag;  // of these, in samples
     int blocks;  // blocks of 32 frames with sound: above the gate and not much below the rest

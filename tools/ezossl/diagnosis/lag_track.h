@@ -11,11 +11,11 @@
 // The line that the lag follows, and how well.
 struct LagLine {
     double slope;     // samples per second
-    double change;    // samples from the first to the last stretch
-    double near_line; // share of the stretches whose lag lies near the line
+    double change;    // samples from the first to the last segment
+    double near_line; // share of the segments whose lag lies near the line
 };
 
-// Of stretches with common sound; all zero for fewer than three.
-LagLine fit_lag_line(const std::vector<StretchCorrelation> &stretches);
+// Of segments with common sound; all zero for fewer than three.
+LagLine fit_lag_line(const std::vector<SegmentCorrelation> &segments);
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// pair_correlation.cpp - see pair_correlation.h. The smoothed coherence transform: the cross power
-// spectrum, averaged over the frames of a stretch, each bin divided by the root of the two power
+// pair_correlation.cpp - the smoothed coherence transform: the cross power
+// spectrum, averaged over the frames of a segment, each bin divided by the root of the two power
 // spectra (G. C. Carter, A. H. Nuttall and P. G. Cable, "The smoothed coherence transform", Proc.
 // IEEE 61, 1973). Bins without common sound count little, however loud they are.
 
@@ -23,7 +23,7 @@ constexpr double kCommonSound = 10.0;
 std::vector<float> hann_window(std::size_t length)
 {
     std::vector<float> window(length);
-    for (std::size_t n = 0; n < length; n++)
+    for (std::size_t n = 0; n < length; ++n)
         window[n] = static_cast<float>(
             0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) / static_cast<double>(length)));
     return window;
@@ -35,7 +35,7 @@ struct SpectrumSums {
 
     void add(const std::vector<kiss_fft_cpx> &x0, const std::vector<kiss_fft_cpx> &x1)
     {
-        for (std::size_t k = 0; k < cross.size(); k++) {
+        for (std::size_t k = 0; k < cross.size(); ++k) {
             const std::complex<double> a(x0[k].r, x0[k].i);
             const std::complex<double> b(x1[k].r, x1[k].i);
             cross[k] += a * std::conj(b);
@@ -49,10 +49,10 @@ struct SpectrumSums {
     std::vector<double> power1;
 };
 
-class StretchCorrelator
+class SegmentCorrelator
 {
 public:
-    StretchCorrelator(const std::vector<int16_t> &samples, int rate)
+    SegmentCorrelator(const std::vector<int16_t> &samples, int rate)
         : samples_(samples), length_(static_cast<std::size_t>(correlation_length(rate))),
           lowest_bin_(static_cast<std::size_t>(kLowestHz * static_cast<double>(length_) / rate) +
                       1),
@@ -80,7 +80,7 @@ private:
                    std::vector<kiss_fft_cpx> &spectrum) const
     {
         std::vector<float> windowed(length_);
-        for (std::size_t n = 0; n < length_; n++)
+        for (std::size_t n = 0; n < length_; ++n)
             windowed[n] = window_[n] * static_cast<float>(samples_[2 * (frame + n) + channel]);
         forward_.forward(windowed, spectrum);
     }
@@ -91,7 +91,7 @@ private:
         const double scale =
             1.0 / (static_cast<double>(length_) - 2.0 * static_cast<double>(lowest_bin_));
         std::vector<kiss_fft_cpx> coherence(sums.cross.size());
-        for (std::size_t k = lowest_bin_; k + 1 < coherence.size(); k++) {
+        for (std::size_t k = lowest_bin_; k + 1 < coherence.size(); ++k) {
             const double power = std::sqrt(sums.power0[k] * sums.power1[k]);
             const auto value = power > 0.0 ? sums.cross[k] * (scale / power) : 0.0;
             coherence[k].r = static_cast<float>(value.real());
@@ -133,7 +133,7 @@ double noise_of(std::vector<float> values)
     return double{*middle} / 0.6745;
 }
 
-StretchCorrelation describe(const std::vector<float> &values, double middle)
+SegmentCorrelation describe(const std::vector<float> &values, double middle)
 {
     const auto length = static_cast<long>(values.size());
     long highest = 0;
@@ -141,7 +141,7 @@ StretchCorrelation describe(const std::vector<float> &values, double middle)
     const auto at = [&](long lag) {
         return values[static_cast<std::size_t>((lag + length) % length)];
     };
-    for (long lag = -length / 4; lag <= length / 4; lag++) {
+    for (long lag = -length / 4; lag <= length / 4; ++lag) {
         highest = at(lag) > at(highest) ? lag : highest;
         lowest = at(lag) < at(lowest) ? lag : lowest;
     }
@@ -151,14 +151,14 @@ StretchCorrelation describe(const std::vector<float> &values, double middle)
 double mean_power(const std::vector<int16_t> &samples, std::size_t start, std::size_t end)
 {
     double sum = 0.0;
-    for (std::size_t i = 2 * start; i < 2 * end; i++)
+    for (std::size_t i = 2 * start; i < 2 * end; ++i)
         sum += (samples[i] / 32768.0) * (samples[i] / 32768.0);
     return sum / static_cast<double>(2 * (end - start));
 }
 
 } // namespace
 
-bool StretchCorrelation::has_common_sound() const
+bool SegmentCorrelation::has_common_sound() const
 {
     return std::fabs(strongest().value) > kCommonSound * noise;
 }
@@ -171,18 +171,18 @@ int correlation_length(int rate)
     return length;
 }
 
-std::vector<StretchCorrelation> correlate_stretches(const std::vector<int16_t> &samples, int rate,
-                                                    double least_power)
+std::vector<SegmentCorrelation> correlate_segments(const std::vector<int16_t> &samples, int rate,
+                                                   double least_power)
 {
-    const StretchCorrelator correlator(samples, rate);
-    const auto stretch = static_cast<std::size_t>(kStretchSeconds * rate);
-    std::vector<StretchCorrelation> result;
-    for (std::size_t start = 0; start + stretch <= samples.size() / 2; start += stretch / 2) {
-        if (mean_power(samples, start, start + stretch) <= least_power)
+    const SegmentCorrelator correlator(samples, rate);
+    const auto segment = static_cast<std::size_t>(kSegmentSeconds * rate);
+    std::vector<SegmentCorrelation> result;
+    for (std::size_t start = 0; start + segment <= samples.size() / 2; start += segment / 2) {
+        if (mean_power(samples, start, start + segment) <= least_power)
             continue;
         const double middle =
-            (static_cast<double>(start) + 0.5 * static_cast<double>(stretch)) / rate;
-        result.push_back(describe(correlator.correlate(start, start + stretch), middle));
+            (static_cast<double>(start) + 0.5 * static_cast<double>(segment)) / rate;
+        result.push_back(describe(correlator.correlate(start, start + segment), middle));
     }
     return result;
 }

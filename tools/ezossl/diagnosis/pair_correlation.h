@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_correlation.h - what two channels have in common, stretch by stretch, and how far apart in
+// pair_correlation.h - what two channels have in common, segment by segment, and how far apart in
 // time: over a much wider range of lags than any pair of microphones allows.
 
 #ifndef EZOSSL_TOOL_PAIR_CORRELATION_H
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-constexpr double kStretchSeconds = 1.0;
+constexpr double kSegmentSeconds = 1.0;
 
 // A lag is counted in samples, arrival time at channel 0 less that at channel 1, as in the library.
 struct Extreme {
@@ -16,7 +16,7 @@ struct Extreme {
     double lag;
 };
 
-struct StretchCorrelation {
+struct SegmentCorrelation {
     double middle; // seconds from the beginning
     Extreme peak;
     Extreme dip;
@@ -31,9 +31,9 @@ struct StretchCorrelation {
 // Samples of the transforms at a rate; lags are searched up to a quarter of it.
 int correlation_length(int rate);
 
-// Of the stretches of interleaved samples whose mean power exceeds `least_power` (full scale 1).
-// Stretches overlap by half; what is shorter than one at the end is left out.
-std::vector<StretchCorrelation> correlate_stretches(const std::vector<int16_t> &samples, int rate,
-                                                    double least_power);
+// Of the segments of interleaved samples whose mean power exceeds `least_power` (full scale 1).
+// Segments overlap by half; what is shorter than one at the end is left out.
+std::vector<SegmentCorrelation> correlate_segments(const std::vector<int16_t> &samples, int rate,
+                                                   double least_power);
 
 #endif

@@ -11,7 +11,7 @@
 class TimeAxis
 {
 public:
-    // The stretch of time, in seconds, between two places. The end must be later than the start.
+    // The segment of time, in seconds, between two places. The end must be later than the start.
     TimeAxis(double start, double end, double left, double right);
 
     double x(double seconds) const;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// convolution.cpp - see convolution.h. By overlap and add: each block is transformed with room for
-// its echoes, which are added to the blocks behind.
+// convolution.cpp - overlap and add: each block is transformed with space for its echoes, which are
+// added to the blocks that follow.
 
 #include "scene/convolution.h"
 
@@ -29,14 +29,14 @@ std::vector<float> convolve(const std::vector<float> &samples, const std::vector
         std::fill(block.begin(), block.end(), 0.0f);
         std::copy_n(&samples[start], count, block.begin());
         forward.forward(block, spectrum);
-        for (std::size_t k = 0; k < spectrum.size(); k++) {
+        for (std::size_t k = 0; k < spectrum.size(); ++k) {
             const kiss_fft_cpx x = spectrum[k];
             spectrum[k].r = x.r * filter[k].r - x.i * filter[k].i;
             spectrum[k].i = x.r * filter[k].i + x.i * filter[k].r;
         }
         inverse.inverse(spectrum, block);
         const std::size_t reach = std::min(length, samples.size() - start);
-        for (std::size_t n = 0; n < reach; n++)
+        for (std::size_t n = 0; n < reach; ++n)
             result[start + n] += scale * block[n];
     }
     return result;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fractional_delay.cpp - see fractional_delay.h. A sinc of 64 samples under a Kaiser window, from a
-// table over the fraction with straight lines between its rows. Measured against the exact delay
+// fractional_delay.cpp - a sinc of 64 samples under a Kaiser window, from a table over the
+// fraction that is interpolated linearly. Measured against the exact delay
 // over all fractions: the error is below -78 dB and the delay right to 0.0001 samples up to 0.92 of
 // half the sample rate; above that it grows, to -24 dB and 0.011 samples at 0.95.
 
@@ -24,7 +24,7 @@ double bessel_i0(double x)
 {
     double term = 1.0;
     double sum = 1.0;
-    for (int k = 1; term > 1e-17 * sum; k++) {
+    for (int k = 1; term > 1e-17 * sum; ++k) {
         term *= (x / 2.0 / k) * (x / 2.0 / k);
         sum += term;
     }
@@ -36,7 +36,7 @@ Taps make_taps(double fraction)
 {
     Taps taps{};
     double sum = 0.0;
-    for (int i = 0; i < kTaps; i++) {
+    for (int i = 0; i < kTaps; ++i) {
         const double x = i - (kInterpolationReach - 1) - fraction;
         const double edge = x / kInterpolationReach;
         const double sinc = x == 0.0 ? 1.0 : std::sin(kPi * x) / (kPi * x);
@@ -54,7 +54,7 @@ std::vector<Taps> make_table()
 {
     std::vector<Taps> table;
     table.reserve(kRows + 1);
-    for (int row = 0; row <= kRows; row++)
+    for (int row = 0; row <= kRows; ++row)
         table.push_back(make_taps(static_cast<double>(row) / kRows));
     return table;
 }
@@ -72,7 +72,7 @@ void for_each_tap(std::size_t length, double place, Weigh weigh)
     const std::ptrdiff_t begin = std::max<std::ptrdiff_t>(0, -first);
     const std::ptrdiff_t end =
         std::min<std::ptrdiff_t>(kTaps, static_cast<std::ptrdiff_t>(length) - first);
-    for (std::ptrdiff_t i = begin; i < end; i++) {
+    for (std::ptrdiff_t i = begin; i < end; ++i) {
         const auto tap = static_cast<std::size_t>(i);
         const double weight =
             table[lower][tap] + part * (table[lower + 1][tap] - table[lower][tap]);

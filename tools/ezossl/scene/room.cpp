@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// room.cpp - see room.h. The image method (J. B. Allen and D. A. Berkley, "Image method for
+// room.cpp - the image method (J. B. Allen and D. A. Berkley, "Image method for
 // efficiently simulating small-room acoustics", J. Acoust. Soc. Am. 65, 1979), with pulses between
 // the samples, as the delays of the pair demand.
 
@@ -28,8 +28,8 @@ std::vector<AxisImage> images_along(double size, double source, double receiver,
 {
     std::vector<AxisImage> images;
     const int last = static_cast<int>(std::ceil(reach / (2.0 * size))) + 1;
-    for (int n = -last; n <= last; n++) {
-        for (int turned = 0; turned <= 1; turned++) {
+    for (int n = -last; n <= last; ++n) {
+        for (int turned = 0; turned <= 1; ++turned) {
             const double place = (1 - 2 * turned) * source + 2.0 * n * size - receiver;
             if (std::fabs(place) <= reach)
                 images.push_back({place, std::abs(n - turned) + std::abs(n)});
@@ -44,7 +44,7 @@ void for_each_image(const Point &size, const Point &source, const Point &receive
                     Visit visit)
 {
     std::vector<AxisImage> axis[3];
-    for (std::size_t i = 0; i < 3; i++)
+    for (std::size_t i = 0; i < 3; ++i)
         axis[i] = images_along(size[i], source[i], receiver[i], reach);
     for (const AxisImage &x : axis[0]) {
         for (const AxisImage &y : axis[1]) {
@@ -109,7 +109,7 @@ private:
         const double limit = to_come.front() * std::pow(10.0, db / 10.0);
         std::size_t t = 0;
         while (t + 1 < to_come.size() && to_come[t] > limit)
-            t++;
+            ++t;
         return kStep * static_cast<double>(t);
     }
 
@@ -120,7 +120,7 @@ double find_reflection(const EnergyMap &energy, double rt60)
 {
     double low = 0.0;
     double high = 1.0;
-    for (int i = 0; i < 30; i++) {
+    for (int i = 0; i < 30; ++i) {
         const double middle = 0.5 * (low + high);
         (energy.reverberation_time(middle) < rt60 ? low : high) = middle;
     }
@@ -155,7 +155,7 @@ Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int
 Point Room::middle_of_pair() const
 {
     Point middle{};
-    for (std::size_t i = 0; i < 3; i++)
+    for (std::size_t i = 0; i < 3; ++i)
         middle[i] = kPairPlace[i] * settings_.size[i];
     return middle;
 }
@@ -166,7 +166,7 @@ Point Room::source_at(double angle_deg) const
     Point source = middle_of_pair();
     source[0] -= settings_.distance * std::sin(angle_deg * kPi / 180.0);
     source[1] += settings_.distance * std::cos(angle_deg * kPi / 180.0);
-    for (std::size_t i = 0; i < 2; i++) {
+    for (std::size_t i = 0; i < 2; ++i) {
         if (source[i] >= kWallMargin && source[i] <= settings_.size[i] - kWallMargin)
             continue;
         char text[256];

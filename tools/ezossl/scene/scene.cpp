@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// scene.cpp - see scene.h.
+// scene.cpp - delays the source per microphone, far off or by a room, scales it and adds noise.
 
 #include "scene/scene.h"
 
@@ -23,7 +23,7 @@ std::vector<float> hear_far(const std::vector<float> &source, const Placement &p
     const double part = microphone == 0 ? 0.5 : -0.5;
     const auto length = static_cast<double>(source.size());
     std::vector<float> heard(source.size());
-    for (std::size_t n = 0; n < source.size(); n++) {
+    for (std::size_t n = 0; n < source.size(); ++n) {
         const double angle = placement.at(static_cast<double>(n) / length);
         const double place = static_cast<double>(n) - part * far_field_delay(angle, settings);
         heard[n] = static_cast<float>(value_at(source, place));
@@ -73,12 +73,12 @@ double far_field_delay(double angle, const SceneSettings &settings)
 
 double active_rms(const std::vector<float> &source, int rate)
 {
-    const std::size_t stretch = static_cast<std::size_t>(rate) / 100;
+    const std::size_t segment = static_cast<std::size_t>(rate) / 100;
     std::vector<double> powers;
-    for (std::size_t start = 0; start < source.size(); start += stretch) {
-        const std::size_t end = std::min(start + stretch, source.size());
+    for (std::size_t start = 0; start < source.size(); start += segment) {
+        const std::size_t end = std::min(start + segment, source.size());
         double energy = 0.0;
-        for (std::size_t i = start; i < end; i++)
+        for (std::size_t i = start; i < end; ++i)
             energy += double{source[i]} * double{source[i]};
         powers.push_back(energy / static_cast<double>(end - start));
     }
@@ -88,7 +88,7 @@ double active_rms(const std::vector<float> &source, int rate)
     for (const double power : powers) {
         if (power > limit) {
             sum += power;
-            active++;
+            ++active;
         }
     }
     return active > 0 ? std::sqrt(sum / static_cast<double>(active)) : 0.0;
@@ -114,7 +114,7 @@ std::vector<int16_t> make_scene(const std::vector<float> &source,
     for (const Placement &placement : placements) {
         const std::vector<float> first = hear(placement, 0);
         const std::vector<float> second = hear(placement, 1);
-        for (std::size_t i = 0; i < source.size(); i++) {
+        for (std::size_t i = 0; i < source.size(); ++i) {
             scene.push_back(first[i] + noise_level * noise.next());
             scene.push_back(gain * (second[i] + noise_level * noise.next()));
         }

@@ -56,7 +56,7 @@ std::vector<int16_t> make_scene(const std::vector<float> &source,
                                 const std::vector<Placement> &placements,
                                 const SceneSettings &settings, NoiseSource &noise);
 
-// Root mean square of the source over the stretches of 10 ms less than 40 dB below the loudest one:
+// Root mean square of the source over the segments of 10 ms less than 40 dB below the loudest one:
 // pauses do not count. 0 for silence.
 double active_rms(const std::vector<float> &source, int rate);
 

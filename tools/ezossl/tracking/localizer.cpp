@@ -131,5 +131,5 @@ void Localizer::begin_block()
         require("EzoSsl_Reset_Mapping", EzoSsl_Reset_Mapping(handle_));
     delays_.clear();
     energy_ = 0.0;
-    blocks_++;
+    ++blocks_;
 }
