@@ -8,6 +8,7 @@
 #include "AudioSslDump.h"
 
 #include "AudioSslCheck.h"
+#include "KivOs.h"
 
 #include <climits>
 #include <cstdlib>
@@ -22,7 +23,7 @@ constexpr int32_t kDumpOn = 1;
 // The value of AUDIO_SSL_DUMP as a decimal number, saturating; `absent` if it is not set.
 int32_t mode_in_environment(int32_t absent)
 {
-    const char *const text = std::getenv("AUDIO_SSL_DUMP");
+    const char *const text = KivOsEnvironment("AUDIO_SSL_DUMP");
     if (text == nullptr)
         return absent;
     const long value = std::strtol(text, nullptr, 10);
@@ -31,7 +32,7 @@ int32_t mode_in_environment(int32_t absent)
 
 const char *directory()
 {
-    const char *const named = std::getenv("AUDIO_DUMP_PATH");
+    const char *const named = KivOsEnvironment("AUDIO_DUMP_PATH");
     return named != nullptr ? named : ".";
 }
 
@@ -101,7 +102,7 @@ bool ssl_dump_set_up(SslHandle *handle, const char *tag)
 
 bool ssl_dump_update(SslHandle *handle)
 {
-    if (std::getenv("AUDIO_SSL_DUMP") == nullptr) {
+    if (KivOsEnvironment("AUDIO_SSL_DUMP") == nullptr) {
         // The mode stays: with every further frame the files are closed again.
         if (handle->dump_mode == kDumpOn)
             close_files(&handle->dump_files);

@@ -112,6 +112,9 @@
  *   directory AUDIO_DUMP_PATH or, if that is not set, in the current one. All instances write to
  *   these two names. Init, Reset, Free and every Run read the variables, so do not change the
  *   environment in another thread.
+ * - A process with more rights than its caller (set-user-ID, set-group-ID, file capabilities)
+ *   ignores DML_PATH, AUDIO_SSL_DUMP and AUDIO_DUMP_PATH: they would let the caller choose which
+ *   files the process reads and overwrites.
  * - Run draws from rand() and never seeds it. Call srand() for repeatable angles.
  */
 #ifndef EZOSSL_H

@@ -40,7 +40,7 @@ void ssl_load_frame(SslHandle *handle)
     for (float(&frame)[kFrameLength] : handle->ref_frame_b)
         std::memcpy(frame, newest, sizeof frame);
 
-    // Computed with every frame, and not used further.
+    // Nobody reads the rate, so the compiler leaves its computation out.
     [[maybe_unused]] float zero_crossing_rate;
     ssl_zero_crossing_rate(newest, kFrameLength, &zero_crossing_rate);
 }
@@ -116,8 +116,8 @@ void correlate(SslHandle *handle)
     rotate_half(handle->correlation_raw, handle->correlation, kFftLength);
 }
 
-// Takes the floor away as a running update: once the floor itself is 0, what follows keeps its
-// value. So only the indexes up to the floor are lowered; the grading below counts on that.
+// Subtracts the minimum in place: it becomes 0 when reached, so only the values up to it are
+// lowered. Intended: the grading below depends on it.
 void remove_floor(float *correlation, uint32_t min_index)
 {
     const float floor = correlation[min_index];
@@ -152,7 +152,7 @@ float refinement(const float *correlation, uint32_t max_index)
     return r * (after - before) / (2.0f * peak - after - before);
 }
 
-// The lag of the peak and how far it stands out of the mean; -1 where it cannot be a delay.
+// The lag of the peak and its ratio to the mean, or a ratio of -1 if the lag cannot be a delay.
 struct Peak {
     uint32_t index;
     int32_t delay;
@@ -181,13 +181,20 @@ Peak grade_peak(SslHandle *handle)
     return peak;
 }
 
+// One vote more. A count stays at its largest value in a block that is never reset.
+void add_vote(int32_t *count)
+{
+    if (*count < INT32_MAX)
+        *count += 1;
+}
+
 } // namespace
 
 void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
 {
     constexpr double kLeastConfidence = 1.4;
 
-    // Computed with every frame, and not used further.
+    // Nobody reads the two powers, so the compiler leaves their computation out.
     [[maybe_unused]] const float right_power = array_power(handle->time_frame[1], kFftLength);
     [[maybe_unused]] const float left_power = array_power(handle->time_frame[0], kFftLength);
 
@@ -197,12 +204,12 @@ void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
     const Peak peak = grade_peak(handle);
 
     if (double{peak.confidence} < kLeastConfidence) {
-        handle->vote_count[0][kRejectedBin] += 1;
+        add_vote(&handle->vote_count[0][kRejectedBin]);
         delay_sample[0] = EZOSSL_REJECTED_FRAME;
         return;
     }
     const uint32_t best = nearest_candidate(handle->direction_delay_table[0], peak.delay);
-    handle->vote_count[0][best] += 1;
+    add_vote(&handle->vote_count[0][best]);
     handle->vote_delay_sum[0][best] += static_cast<float>(peak.delay);
     handle->vote_delay_sum[0][best] += refinement(handle->correlation, peak.index);
     delay_sample[0] = peak.delay;

@@ -28,7 +28,8 @@ void ssl_reset_voting(SslHandle *handle)
 bool ssl_block_is_quiet(SslHandle *handle)
 {
     // The block has the configured length, however many frames were run. A length of 0 divides by
-    // zero, and a second call takes the logarithm of decibels: what is not a number is not quiet.
+    // zero. On a second call energy_sum already holds decibels, so the logarithm may be NaN. NaN
+    // counts as not quiet.
     const uint32_t samples = static_cast<uint32_t>(handle->direction_frame_num) * kFftLength;
     const float mean = handle->energy_sum / static_cast<float>(samples);
     handle->energy_sum = static_cast<float>(10.0 * std::log10(double{mean} + 1e-9));
@@ -37,7 +38,7 @@ bool ssl_block_is_quiet(SslHandle *handle)
 
 bool ssl_vote_decide(SslHandle *handle)
 {
-    // Of equal counts the lower bin wins; without any vote the last winner stays.
+    // Of equal counts the lower bin wins. Without any vote the previous winner stays.
     for (uint32_t pair = 0; pair < kPairCount; ++pair) {
         int32_t most = 0;
         for (uint32_t bin = 0; bin < kVoteBinCount; ++bin) {
@@ -59,7 +60,7 @@ bool ssl_vote_decide(SslHandle *handle)
 
 void ssl_vote_to_path(SslHandle *handle)
 {
-    constexpr int64_t kTolerance = 3; // samples beyond the limit that are let pass
+    constexpr int64_t kTolerance = 3; // samples allowed beyond the limit
 
     const float scale = handle->sound_speed / static_cast<float>(handle->sample_rate); // m a sample
     for (uint32_t pair = 0; pair < kPairCount; ++pair) {
@@ -92,7 +93,7 @@ bool ssl_path_to_ratio(SslHandle *handle)
                 return false;
         return true;
     }
-    // The sum is cleared by the voting reset only: a second call on the same votes adds to it.
+    // Only the voting reset clears the sum, so a second call on the same votes adds to it.
     uint32_t count = 0;
     for (uint32_t pair = 0; pair < kPairCount; ++pair) {
         if (handle->pair_valid[pair] != 1)

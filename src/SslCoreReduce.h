@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // SslCoreReduce.h - reductions and rearrangements of float arrays that the delay estimation uses.
 //
-// Inline, so that what a frame computes and nobody reads costs nothing. Sums run in index order:
-// their order is part of the result.
+// Inline, so that the compiler drops results nobody reads. Sums run in index order, which is part
+// of the result.
 
 #ifndef SSL_CORE_REDUCE_H
 #define SSL_CORE_REDUCE_H
@@ -12,8 +12,7 @@
 #include <cstring>
 
 // First index of the largest or the smallest value: what a scan from index 0 with a strict
-// comparison finds. Lanes make the value one pass without branches, and a second pass ends at its
-// first place.
+// comparison finds. Pass one finds the value in eight branch-free lanes, pass two its first index.
 template <bool kLargest>
 inline uint32_t array_first_extreme(const float *x, uint32_t n)
 {

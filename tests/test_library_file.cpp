@@ -4,9 +4,11 @@
 
 #include "support.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -64,6 +66,29 @@ TEST(LibraryFile, NeedsTheseLibrariesOnly)
         lines_of("readelf -d '" EZOSSL_LIBRARY
                  "' | sed -n 's/.*NEEDED.*\\[\\(.*\\)\\.so.*\\]/\\1/p' | grep -v 'lib[au].*san'"),
         expected);
+}
+
+TEST(LibraryFile, HeedsNoEnvironmentOfACallerWithFewerRights)
+{
+    if (std::string(EZOSSL_EMULATOR) != "")
+        GTEST_SKIP() << "an emulator gives programs the rights of its caller";
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can make a program that has more rights than its caller";
+    const std::string level = write_file("level.json", R"({"debug_level":1})");
+    const std::string folder = level.substr(0, level.rfind('/'));
+    const std::string dump = folder + "/Audio_SSL_input_data0.pcm", probe = folder + "/probe";
+    const Environment variables[] = {
+        {"DML_PATH", level}, {"AUDIO_SSL_DUMP", "1"}, {"AUDIO_DUMP_PATH", folder}};
+    output_of("cp '" EZOSSL_ENVIRONMENT_PROBE "' '" + probe + "'; chmod -R a+rx '" + folder + "'");
+    EXPECT_EQ(output_of("'" + probe + "'"), "more rights: 0\n");
+    EXPECT_TRUE(std::filesystem::remove(dump));
+
+    const std::string printed = output_of(
+        "chmod 4755 '" + probe + "'; setpriv --reuid=65534 --clear-groups '" + probe + "'");
+    if (printed.rfind("more rights: 1\n", 0) != 0)
+        GTEST_SKIP() << "a file here cannot give rights: " << printed;
+    EXPECT_NE(printed.find("ALGO_MSG_MSG"), std::string::npos) << printed; // the default level
+    EXPECT_FALSE(std::filesystem::exists(dump));
 }
 
 // The lines that an FFT with other last bits may change.

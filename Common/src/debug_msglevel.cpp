@@ -8,7 +8,6 @@
 
 #include <cJSON.h>
 #include <cstdio>
-#include <cstdlib>
 
 namespace {
 
@@ -54,7 +53,7 @@ int32_t level_in_file(KivFile file)
 int32_t read_message_level()
 {
     char path[kPathBytes];
-    const char *const named = std::getenv("DML_PATH");
+    const char *const named = KivOsEnvironment("DML_PATH");
     const int length =
         std::snprintf(path, sizeof path, "%s", named != nullptr ? named : "/config/audioAlgo.json");
     // The beginning of a path that does not fit may name another file: open none.

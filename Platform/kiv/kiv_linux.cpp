@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// kiv_linux.cpp - the operating-system wrapper on Linux (any POSIX system).
+// kiv_linux.cpp - the operating-system wrapper on Linux.
 
 #include "KivFs.h"
 #include "KivOs.h"
@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
 KivFile KivFsOpen(const char *path, uint32_t flags, uint32_t mode)
@@ -51,4 +52,13 @@ void *KivOsMemAlloc(size_t bytes)
 void KivOsMemRelease(void *memory)
 {
     std::free(memory);
+}
+
+const char *KivOsEnvironment(const char *name)
+{
+#ifdef __GLIBC__
+    return secure_getenv(name);
+#else // other C libraries may have no secure_getenv; all can ask the kernel
+    return getauxval(AT_SECURE) == 0 ? std::getenv(name) : nullptr;
+#endif
 }
