@@ -82,7 +82,17 @@ installed=-DCMAKE_PREFIX_PATH=$work/moved/$lib/cmake/ezossl
 consumer c "$installed"
 consumer cxx "$installed" '-DCONSUMER_LANGUAGES=C;CXX'
 consumer part -DEZOSSL_SOURCE="$source"
-for program in */ezossl_static_*; do
+consumer part-static -DEZOSSL_SOURCE="$source" -DBUILD_SHARED_LIBS=OFF -DCMAKE_CXX_STANDARD=20 \
+    -DCMAKE_EXPORT_COMPILE_COMMANDS=ON -DCONSUMER_LIBRARIES=ezossl
+if ! grep -q 'std=c++20.*SslCoreDelay' part-static/compile_commands.json ||
+    find part-static -name 'libezossl.so*' | grep .; then
+    fail 'part-static: not C++20, or not static only'
+fi
+if cmake -S "$source" -B refused -DBUILD_SHARED_LIBS=OFF >refused.log 2>&1 ||
+    ! tr -s ' \n' ' ' <refused.log | grep -q 'Omit -DBUILD_SHARED_LIBS=OFF'; then
+    fail 'BUILD_SHARED_LIBS=OFF is not refused'
+fi
+for program in */ezossl_static_* part-static/ezossl_C; do
     is_static "$program" || fail "$program: not with the static library"
 done
 

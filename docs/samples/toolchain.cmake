@@ -1,17 +1,18 @@
 # SPDX-License-Identifier: MIT
 #
-# Cross compiling with a compiler and a sysroot of your own: change the four values.
+# Cross compiling with a compiler and a sysroot of your own: change the five values.
 #   cmake -S . -B build --toolchain toolchain.cmake -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=OFF
 
-set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_SYSROOT /opt/board/sysroot)
-set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf) # its subfolder of usr/lib, if it has one
-set(triplet arm-linux-gnueabihf)
+set(triplet arm-linux-gnueabihf) # of the compiler
+set(CMAKE_LIBRARY_ARCHITECTURE ${triplet}) # the subfolder of usr/lib, if the sysroot has one
+set(emulator qemu-arm) # for the tests
 
+set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${CMAKE_SYSROOT})
+set(CMAKE_CROSSCOMPILING_EMULATOR ${emulator} -L ${CMAKE_SYSROOT})
 
 # Programs of this machine; headers, libraries and .pc files of the sysroot only.
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

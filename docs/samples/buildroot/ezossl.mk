@@ -4,7 +4,8 @@
 #
 ################################################################################
 
-EZOSSL_VERSION = v1.4.0
+# The commit that you ship, in full: git rev-parse HEAD. Or its tag, if your repository has one.
+EZOSSL_VERSION = 0000000000000000000000000000000000000000
 EZOSSL_SITE = https://git.example.com/ezossl.git
 EZOSSL_SITE_METHOD = git
 EZOSSL_LICENSE = MIT
