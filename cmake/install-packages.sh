@@ -7,7 +7,7 @@
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
-#   test    GoogleTest, and Python for its example and its XML parser
+#   test    GoogleTest, and Python for its module, its example and its XML parser
 #   check   formatting, static analysis, the other compiler, the pages, a look at the packages
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages
@@ -65,8 +65,11 @@ for group in "$@"; do
         packages+=(libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev)
         packages+=(libasound2-dev libcli11-dev)
         ;;
-    test) packages+=(libgtest-dev python3) ;;
-    check) packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian) ;;
+    test) packages+=(libgtest-dev python3-numpy python3-pytest python3-pip python3-setuptools) ;;
+    check)
+        packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian)
+        packages+=(python3-matplotlib python3-pandas) # for two tests of the Python module
+        ;;
     demo) packages+=(alsa-utils) ;;
     package) packages+=(build-essential debhelper) ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
