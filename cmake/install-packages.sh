@@ -24,6 +24,9 @@ declare -A probes=(
     [libsamplerate0-dev]='module samplerate' [libsoxr-dev]='module soxr'
     [libasound2-dev]='module alsa'
     [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
+    # Without these, the tests of the Python module are left out.
+    [python3-numpy]='program python3' [python3-pytest]='program python3'
+    [python3-pip]='program python3' [python3-setuptools]='program python3'
     [alsa-utils]='file /usr/share/sounds/alsa/Front_Center.wav'
     [clang-format]='program clang-format' [clang-tidy]='program clang-tidy'
     [clang]='program clang' [shellcheck]='program shellcheck' [ccache]='program ccache'
@@ -65,13 +68,15 @@ for group in "$@"; do
         packages+=(libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev)
         packages+=(libasound2-dev libcli11-dev)
         ;;
-    test) packages+=(libgtest-dev python3-numpy python3-pytest python3-pip python3-setuptools) ;;
+    test)
+        packages+=(libgtest-dev python3 python3-numpy python3-pytest python3-pip python3-setuptools)
+        ;;
     check)
         packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian)
-        packages+=(python3-matplotlib python3-pandas) # for two tests of the Python module
+        packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
         ;;
     demo) packages+=(alsa-utils) ;;
-    package) packages+=(build-essential debhelper) ;;
+    package) packages+=(build-essential debhelper dh-python python3-numpy) ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)

@@ -243,9 +243,10 @@ def test_pip_installs_all_of_it(tmp_path):
                     "ignore", "--target", str(tmp_path / "site"), str(source)], check=True)
     files = {path.name for path in (tmp_path / "site" / "ezossl").iterdir()}
     assert files >= {path.name for path in (PYTHON / "ezossl").iterdir() if path.is_file()}
-    program = "import ezossl; print(ezossl.__file__, len(ezossl.RATES))"
+    program = "import ezossl, importlib.metadata as m; print(ezossl.__file__, m.version('ezossl'))"
     out = python(program, PYTHONPATH=str(tmp_path / "site")).stdout
-    assert out == f"{tmp_path}/site/ezossl/__init__.py 4\n"
+    assert out == f"{tmp_path}/site/ezossl/__init__.py {ezossl.__version__}\n"
+    assert ezossl.__version__ in tool("--version").split()
 
 
 def example(name, *arguments):
@@ -313,6 +314,14 @@ def test_smoothed_blocks_vote_over_a_second():
     assert {b.reason for b in blocks[36:]} == {"quiet"}
     assert [b.frames for b in blocks[:6]] == [32, 64, 96, 128, 128, 128]
     assert blocks[9].frames_used == blocks[9].frames_agreeing == 128 and blocks[9].level > -18
+    # Of every four units of 1024 samples one is loud; the others are under the gate.
+    is_loud = np.arange(len(left))[:, None] // 1024 % 4 == 1
+    faint = right // 256
+    angles = {b.angle for b in ezossl.track(np.where(is_loud, left, faint), 16000, 0.086,
+                                            smooth=1.024, gate=-60)[3:]}
+    assert angles == {29}
+    faint = ezossl.track(faint, 16000, 0.086, smooth=1.024, gate=-60)
+    assert {b.reason for b in faint} == {"quiet"}
     near = ezossl.track(left, 16000, 0.02, smooth=1.024)  # a wrong spacing
     assert {b.reason for b in near[1:]} == {"impossible"}
     for rate, frames in ((8000, 64), (48000, 384)):
