@@ -12,7 +12,7 @@
 #include "output/summary.h"
 #include "tracking/tracker.h"
 
-// Which input, and how it is listened to.
+// Which input, and how it is analysed.
 struct InputInfo {
     std::string name; // as the user wrote it
     InputLayout layout;
