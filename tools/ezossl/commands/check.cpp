@@ -5,31 +5,57 @@
 #include <memory>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/tracking_options.h"
 #include "diagnosis/diagnosis.h"
 #include "input/alsa_capture.h"
 #include "input/audio_file.h"
-#include "input/check_input.h"
+#include "input/device_stream.h"
+#include "input/frame_source.h"
 
 namespace {
 
 constexpr int kUnusable = 3; // exit status
 constexpr int kIndent = 12;
+constexpr double kLongestSeconds = 300.0; // that are read
 
 struct CheckOptions {
     std::string input;
     TrackingOptions tracking; // of which only what is asked for below
     std::string device = "default";
     double live_seconds = 0.0; // 0 is not given
+
+    bool is_live() const { return live_seconds > 0.0; }
 };
 
-void print_measurements(const PairSamples &input, const Diagnosis &diagnosis, DataOutput &output)
+std::unique_ptr<SampleStream> open_stream(const CheckOptions &options)
 {
-    output.print("%s: %.2f s at %d Hz%s\n", input.name.c_str(),
-                 static_cast<double>(input.samples.size()) / EZOSSL_MIC_COUNT / input.rate,
-                 input.rate, input.is_cut ? ", the beginning of it" : "");
+    if (!options.is_live())
+        return std::make_unique<AudioReader>(options.input);
+    watch_for_interrupts();
+    const InputSettings &input = options.tracking.input;
+    return std::make_unique<DeviceStream>(options.device, capture_rate(input.rate),
+                                          input.channels.fewest());
+}
+
+void note_what_is_missing(const FrameSource &source)
+{
+    const std::string remark = source.length_remark();
+    if (!remark.empty())
+        note(remark);
+    if (const long places = source.stream().lost().places(); places > 0)
+        note(source.stream().name() + ": sound is missing in " + counted(places, "place") +
+             ", which may pass for a fault; check again");
+}
+
+void print_measurements(const FrameSource &source, bool is_cut, const Diagnosis &diagnosis,
+                        DataOutput &output)
+{
+    output.print("%s: %.2f s at %d Hz%s\n", source.stream().name().c_str(),
+                 static_cast<double>(source.read_pairs()) / source.rate(), source.rate(),
+                 is_cut ? ", the beginning of it" : "");
     output.print("levels      %.1f and %.1f dB of full scale\n",
                  level_db(diagnosis.channels[0].rms), level_db(diagnosis.channels[1].rms));
     if (diagnosis.common > 0)
@@ -63,21 +89,26 @@ void print_findings(const Diagnosis &diagnosis, DataOutput &output)
 void check(const CheckOptions &options, DataOutput &output)
 {
     const TrackingOptions &tracking = options.tracking;
-    const bool is_live = options.live_seconds > 0.0;
+    const bool is_live = options.is_live();
     if (is_live != options.input.empty())
         throw UsageFailure("give one of the two: a sound file, or --live SECONDS");
-    const PairSamples input = is_live ? capture_pair(options.device, options.live_seconds, tracking)
-                                      : read_pair(options.input, tracking);
-    if (input.couples() < shortest_input(input.rate))
-        throw Failure(input.name + ": shorter than a second; give at least that much");
-    const Diagnosis diagnosis =
-        diagnose(input.samples, {input.rate,
-                                 tracking.array.spacing_cm,
-                                 tracking.array.temperature,
-                                 tracking.gate_db,
-                                 {input.layout.microphone[0] + 1, input.layout.microphone[1] + 1},
-                                 input.is_lossy});
-    print_measurements(input, diagnosis, output);
+    FrameSource source(open_stream(options), tracking.input);
+    source.pairs().end_after(is_live ? options.live_seconds : kLongestSeconds);
+    const std::vector<int16_t> samples = source.read_all();
+    if (interrupts() > 0)
+        throw EndWith{kInterrupted};
+    const bool is_cut = !is_live && source.pairs().is_at_limit() && source.pairs().has_more();
+    note_what_is_missing(source);
+    if (samples.size() / EZOSSL_MIC_COUNT < shortest_input(source.rate()))
+        throw Failure(source.stream().name() + ": shorter than a second; give at least that much");
+    const Microphones microphones = source.layout().microphone;
+    const Diagnosis diagnosis = diagnose(samples, {source.rate(),
+                                                   tracking.array.spacing_cm,
+                                                   tracking.array.temperature,
+                                                   tracking.gate_db,
+                                                   {microphones[0] + 1, microphones[1] + 1},
+                                                   !source.stream().encoding_remark().empty()});
+    print_measurements(source, is_cut, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
     if (!diagnosis.is_usable())
@@ -109,14 +140,10 @@ RunCommand add_check(CLI::App &parser)
         ->check(limits(-80, 0, "dB of full scale"))
         ->type_name("DBFS")
         ->capture_default_str();
+    add_channels_option(parser, tracking.input.channels);
     parser
-        .add_option("-c,--channels", tracking.channels,
-                    "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
-        ->delimiter(',')
-        ->expected(2)
-        ->type_name("A,B")
-        ->check(limits(1, 64, "(a channel)"));
-    parser.add_option("-r,--rate", tracking.rate, "Rate in Hz to which the sound is brought first")
+        .add_option("-r,--rate", tracking.input.rate,
+                    "Rate in Hz to which the sound is brought first")
         ->check(supported_rate())
         ->type_name("HZ");
     parser.footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <thread>
 
+#include "base/pi.h"
 #include "commands/commands.h"
 #include "output/meter.h"
 #include "scene/scene.h"
@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr int kRate = 16000;
 constexpr double kSpacingCm = 5.8;
 constexpr int kTemperature = 20;
@@ -78,14 +77,14 @@ void demo(DataOutput &output)
     const std::vector<int16_t> scene =
         make_scene(make_bursts(noise), {walk},
                    {kRate, kSpacingCm, kTemperature, kSnrDb, 0.0, std::nullopt}, noise);
-    std::srand(1); // the library draws from rand(): every demo is the same
     Localizer localizer({kRate, kSpacingCm, kTemperature, -60, kBlockFrames});
     Score score;
 
-    output.print("Bursts of noise move around two microphones %g cm apart, simulated at %d Hz and\n"
-                 "%g dB above the microphones' noise. + is the side of microphone 0, on the left.\n"
-                 "\n%6s  %6s  %-*s%s\n",
-                 kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
+    output.print(
+        "Bursts of noise walk around two microphones %g cm apart, made and heard at %d Hz,\n"
+        "%g dB above their noise. + is the side of microphone 0, left as seen from behind "
+        "them.\n\n%6s  %6s  %-*s%s\n",
+        kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
     for (int step = 0; step < kSteps; ++step) {
         const double truth = walk.at((step + 0.5) / kSteps);
         const Block block =

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // live.cpp - the command `ezossl live`: a line per block while the microphones listen.
 
-#include <algorithm>
-#include <cmath>
 #include <exception>
 #include <memory>
 
@@ -11,14 +9,16 @@
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/tracking_options.h"
+#include "commands/tracking_run.h"
 #include "input/alsa_capture.h"
-#include "output/recording.h"
+#include "input/device_stream.h"
+#include "input/frame_source.h"
 #include "output/report.h"
+#include "output/wav_writer.h"
 #include "tracking/tracker.h"
 
 namespace {
 
-constexpr int kBestRate = 16000;     // Hz
 constexpr double kLongest = 86400.0; // seconds
 
 struct LiveOptions {
@@ -29,24 +29,17 @@ struct LiveOptions {
     bool list = false;
 };
 
-int wanted_channels(const TrackingOptions &tracking)
-{
-    if (tracking.channels.empty())
-        return EZOSSL_MIC_COUNT;
-    return std::max(tracking.channels[0], tracking.channels[1]);
-}
-
-// After the first interrupt, the end of the block that it fell into; the second ends at once.
-class End
+// After the first interrupt, the end of the block that it fell into.
+class EndOfBlock
 {
 public:
-    explicit End(const Report &report) : report_(report) {}
+    explicit EndOfBlock(const Report &report) : report_(report) {}
 
     bool is_reached()
     {
         if (interrupts() == 0)
             blocks_ = report_.blocks();
-        return interrupts() > 1 || report_.blocks() > blocks_;
+        return report_.blocks() > blocks_;
     }
 
 private:
@@ -54,24 +47,12 @@ private:
     long blocks_ = 0; // when there was no interrupt yet
 };
 
-void capture(AlsaCapture &device, Tracker &tracker, Recording *recording, double seconds, End &end)
+void track_device(FrameSource &source, Tracker &tracker, const Report &report)
 {
-    // As much as the device has in a period, so that a sample waits no longer.
-    const auto chunk = static_cast<std::size_t>(device.rate() / 100);
-    const auto channels = static_cast<std::size_t>(device.channels());
-    const std::size_t limit =
-        seconds > 0.0 ? static_cast<std::size_t>(std::lround(seconds * device.rate())) : SIZE_MAX;
-    std::vector<int16_t> samples(chunk * channels);
-    std::vector<float> scaled(samples.size());
-    for (std::size_t done = 0; done < limit && !end.is_reached();) {
-        const std::size_t got = device.read(samples.data(), std::min(chunk, limit - done));
-        if (recording != nullptr)
-            recording->write(samples.data(), got);
-        std::transform(samples.begin(), samples.end(), scaled.begin(),
-                       [](int16_t sample) { return static_cast<float>(sample) / 32768.0f; });
-        tracker.add(scaled.data(), got);
-        done += got;
-    }
+    EndOfBlock end(report);
+    Frame frame;
+    while (!end.is_reached() && source.read(frame))
+        tracker.add(frame);
 }
 
 void listen(const LiveOptions &options, DataOutput &output)
@@ -79,41 +60,39 @@ void listen(const LiveOptions &options, DataOutput &output)
     const TrackingOptions &tracking = options.tracking;
     tracking.check({}, options.recording);
     watch_for_interrupts();
-    AlsaCapture device(options.device, tracking.rate != 0 ? tracking.rate : kBestRate,
-                       wanted_channels(tracking));
-    const InputLayout layout = tracking.layout(options.device, device.rate(), device.channels());
-    const LocalizerSettings settings =
-        tracking.settings(tracking.rate != 0 ? tracking.rate : kBestRate);
-    if (device.rate() != settings.sample_rate && !tracking.quiet)
-        note(format_text("%s: captures at %d Hz, brought to %d Hz", options.device.c_str(),
-                         device.rate(), settings.sample_rate));
+    auto stream = std::make_unique<DeviceStream>(options.device, capture_rate(tracking.input.rate),
+                                                 tracking.input.channels.fewest());
+    DeviceStream &device = *stream;
+    FrameSource source(std::move(stream), tracking.input);
+    source.pairs().end_with_interrupts(2);
+    if (options.seconds > 0.0)
+        source.pairs().end_after(options.seconds);
+    const LocalizerSettings settings = tracking.settings(source.rate());
+    if (!tracking.quiet)
+        for (const std::string &remark : source.opening_remarks())
+            note(remark);
 
     Report report(tracking, output, true, false);
-    std::optional<Recording> recording;
-    if (!options.recording.empty())
+    std::optional<WavWriter> recording;
+    if (!options.recording.empty()) {
         recording.emplace(options.recording, device.rate(), device.channels());
-    Tracker tracker(layout, settings, [&report](const Block &block, const auto &delays) {
+        device.record([&recording](const int16_t *samples, std::size_t count) {
+            recording->write(samples, count);
+        });
+    }
+    Tracker tracker(settings, 0.0, [&report](const Block &block, const auto &delays) {
         report.block(block, delays);
     });
-    report.begin({options.device, layout, settings});
-    End end(report);
+    report.begin({options.device, source.layout(), settings});
     std::exception_ptr failure; // what was heard before is worth as much without the rest
     try {
-        capture(device, tracker, recording ? &*recording : nullptr, options.seconds, end);
+        track_device(source, tracker, report);
     } catch (...) {
         failure = std::current_exception();
     }
     if (recording)
         recording->finish();
-    Summary summary;
-    if (interrupts() == 0)
-        summary.dropped_seconds =
-            static_cast<double>(tracker.open_samples()) / settings.sample_rate;
-    summary.clamped = tracker.clamped();
-    summary.wrapped = tracker.wrapped();
-    summary.overruns = device.overruns();
-    summary.suspends = device.suspends();
-    report.end(summary);
+    report.end(summary_without_blocks(source, tracker));
     report.commit();
     if (failure)
         std::rethrow_exception(failure);

@@ -7,7 +7,7 @@
 
 #include "base/failure.h"
 #include "base/units.h"
-#include "input/audio_file.h"
+#include "input/sample_rates.h"
 
 void ArrayOptions::add_to(CLI::App &parser)
 {
@@ -27,6 +27,16 @@ void ArrayOptions::add_to(CLI::App &parser)
     parser.add_option("-t,--temperature", temperature, "Of the air, in degrees Celsius")
         ->check(limits(-40, 85, "degrees Celsius"))
         ->capture_default_str();
+}
+
+void add_channels_option(CLI::App &parser, ChannelChoice &choice)
+{
+    parser
+        .add_option_function<std::string>(
+            "-c,--channels",
+            [&choice](const std::string &text) { choice.channels = parse_channels(text); },
+            "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
+        ->type_name("A,B");
 }
 
 CLI::Validator limits(double low, double high, const std::string &unit)

@@ -10,6 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "input/channels.h"
+
 // The microphones and the air between them.
 struct ArrayOptions {
     double spacing_cm = 0.0;
@@ -17,6 +19,9 @@ struct ArrayOptions {
 
     void add_to(CLI::App &parser);
 };
+
+// -c, the channels of the microphones.
+void add_channels_option(CLI::App &parser, ChannelChoice &choice);
 
 // Refuses a number outside low ... high and says so with the unit.
 CLI::Validator limits(double low, double high, const std::string &unit);

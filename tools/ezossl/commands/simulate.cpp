@@ -14,8 +14,9 @@
 #include "base/units.h"
 #include "commands/commands.h"
 #include "commands/options.h"
-#include "input/audio_file.h"
+#include "input/sample_rates.h"
 #include "output/pending_file.h"
+#include "output/wav_writer.h"
 #include "scene/scene.h"
 #include "scene/sound_source.h"
 
@@ -29,7 +30,7 @@ struct SimulateOptions {
     std::vector<double> angles;
     std::vector<double> walk; // from, to
     ArrayOptions array;
-    int rate = 16000;
+    int rate = kBestRate;
     std::string input;
     double seconds = 0.0; // per angle; 0 is not given
     double snr_db = 30.0;
@@ -154,7 +155,7 @@ void simulate(const SimulateOptions &options)
 {
     if (options.angles.empty() == options.walk.empty())
         throw UsageFailure("say where the sound comes from: either --angle -30 or --walk -90,90");
-    PendingFile output(options.output);
+    WavWriter output(options.output, options.rate, EZOSSL_MIC_COUNT);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
     if (!truth_path.empty())
@@ -167,11 +168,11 @@ void simulate(const SimulateOptions &options)
     const std::vector<float> source = make_source(options, noise);
     check_length(options, source.size(), placements.size());
     const double seconds = static_cast<double>(source.size()) / options.rate;
-    write_wav(output.working_path(), output.target(), options.rate, 2,
-              make_scene(source, placements, settings, noise));
+    const std::vector<int16_t> scene = make_scene(source, placements, settings, noise);
+    output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);
-    output.commit();
+    output.finish();
     if (truth)
         truth->commit();
     report(options, settings, seconds);

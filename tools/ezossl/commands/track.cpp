@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-// track.cpp - the command `ezossl track`: two-channel sound files in, a line per block out. Files
-// go through in constant memory, chunk by chunk.
+// track.cpp - the command `ezossl track`: two-channel sound files in, a line per block out, in
+// constant memory.
 
 #include <algorithm>
-#include <cmath>
 #include <memory>
 
 #include "base/failure.h"
@@ -11,16 +10,15 @@
 #include "base/text.h"
 #include "commands/commands.h"
 #include "commands/tracking_options.h"
+#include "commands/tracking_run.h"
 #include "input/audio_file.h"
+#include "input/frame_source.h"
 #include "output/progress.h"
 #include "output/report.h"
 #include "tracking/tracker.h"
 
 namespace {
 
-constexpr std::size_t kChunk = 512;     // samples per channel
-constexpr int kBestRate = 16000;        // Hz
-constexpr int kLowestRate = 8000;       // Hz
 constexpr double kLongest = 86400.0;    // seconds
 constexpr int kHighestRawRate = 384000; // Hz
 
@@ -40,86 +38,30 @@ struct TrackOptions {
     }
 };
 
-// The rate that the user wants, or the input's own if the library takes it.
-int working_rate(const TrackOptions &options, const AudioReader &audio)
+void feed(FrameSource &source, Tracker &tracker, bool is_quiet)
 {
-    if (options.tracking.rate != 0)
-        return options.tracking.rate;
-    if (is_supported_rate(audio.rate()))
-        return audio.rate();
-    const int rate = audio.rate() < kBestRate ? kLowestRate : kBestRate;
-    options.remark(format_text("%s: %d Hz is brought to %d Hz (-r chooses another rate)",
-                               audio.path().c_str(), audio.rate(), rate));
-    return rate;
-}
-
-sf_count_t samples_in(double seconds, const AudioReader &audio)
-{
-    return std::llround(seconds * audio.rate());
-}
-
-// Samples per channel that were skipped.
-sf_count_t skip_to_start(const TrackOptions &options, AudioReader &audio, std::vector<float> &chunk)
-{
-    const sf_count_t wanted = samples_in(options.start, audio);
-    sf_count_t done = 0;
-    while (done < wanted && interrupts() == 0) {
-        const auto left = static_cast<std::size_t>(wanted - done);
-        const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
-        if (got == 0 && interrupts() == 0)
-            throw Failure(audio.path() + format_text(": ends before --start %g s", options.start));
-        done += static_cast<sf_count_t>(got);
+    const std::optional<int64_t> length = source.stream().length();
+    std::optional<double> seconds;
+    if (length)
+        seconds = static_cast<double>(*length) / source.stream().rate();
+    Progress progress(source.stream().name(), seconds, is_quiet);
+    Frame frame;
+    while (source.read(frame)) {
+        tracker.add(frame);
+        progress.show(source.pairs().seconds());
     }
-    return done;
 }
 
-// Samples per channel that went in.
-sf_count_t feed(const TrackOptions &options, AudioReader &audio, Tracker &tracker,
-                std::vector<float> &chunk)
+[[noreturn]] void fail_without_block(const FrameSource &source, const LocalizerSettings &settings)
 {
-    const sf_count_t limit =
-        options.duration > 0.0 ? samples_in(options.duration, audio) : SF_COUNT_MAX;
-    Progress progress(audio, options.tracking.quiet);
-    sf_count_t done = 0;
-    while (done < limit) {
-        const auto left = static_cast<std::size_t>(limit - done);
-        const std::size_t got = audio.read(chunk.data(), std::min(kChunk, left));
-        if (interrupts() > 0 || got == 0)
-            break;
-        tracker.add(chunk.data(), got);
-        done += static_cast<sf_count_t>(got);
-        progress.show(done);
-    }
-    if (interrupts() == 0)
-        tracker.finish();
-    return done;
-}
-
-void warn_if_truncated(const TrackOptions &options, const AudioReader &audio, sf_count_t used)
-{
-    const sf_count_t there = samples_in(options.start, audio) + used;
-    const bool is_at_end = options.duration == 0.0 || used < samples_in(options.duration, audio);
-    if (is_at_end)
-        options.remark(audio.length_remark(there));
-}
-
-void remark_on_length(const TrackOptions &options, const AudioReader &audio)
-{
-    if (!options.raw && audio.promised() == 0 && audio.length() > 0 &&
-        audio.length() < SF_COUNT_MAX)
-        options.remark(format_text("%s: the header does not say how long it is; %lld samples found",
-                                   audio.path().c_str(), static_cast<long long>(audio.length())));
-}
-
-[[noreturn]] void fail_without_block(const std::string &path, const Tracker &tracker,
-                                     const LocalizerSettings &settings)
-{
-    if (tracker.samples() == 0)
-        throw Failure(path + ": holds no samples; record it again");
-    throw Failure(
-        format_text("%s: %zu samples are shorter than one block of %d%s", path.c_str(),
-                    tracker.samples(), settings.block_frames * EZOSSL_FRAME_LENGTH,
-                    tracker.samples() > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
+    const char *const name = source.stream().name().c_str();
+    const int64_t samples = source.read_pairs();
+    if (samples == 0)
+        throw Failure(format_text("%s: holds no samples; record it again", name));
+    throw Failure(format_text("%s: %lld samples are shorter than one block of %d%s", name,
+                              static_cast<long long>(samples),
+                              settings.block_frames * EZOSSL_FRAME_LENGTH,
+                              samples > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
 }
 
 [[noreturn]] void end_interrupted(const TrackOptions &options, double seconds, const Report &report)
@@ -138,31 +80,26 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     std::optional<RawFormat> raw;
     if (options.raw)
         raw = RawFormat{options.raw_rate, options.raw_channels};
-    AudioReader audio(input, raw);
-    InputLayout layout = options.tracking.layout(audio.path(), audio.rate(), audio.channels());
-    layout.start = options.start;
-    options.remark(audio.encoding_remark());
-    const LocalizerSettings settings = options.tracking.settings(working_rate(options, audio));
-    Tracker tracker(layout, settings, [&report](const Block &block, const auto &delays) {
+    FrameSource source(std::make_unique<AudioReader>(input, raw), options.tracking.input);
+    const LocalizerSettings settings = options.tracking.settings(source.rate());
+    Tracker tracker(settings, options.start, [&report](const Block &block, const auto &delays) {
         report.block(block, delays);
     });
-    std::vector<float> chunk(kChunk * static_cast<std::size_t>(audio.channels()));
+    for (const std::string &remark : source.opening_remarks())
+        options.remark(remark);
 
-    remark_on_length(options, audio);
-    const sf_count_t skipped = skip_to_start(options, audio, chunk);
-    report.begin({input, layout, settings});
-    const sf_count_t used = feed(options, audio, tracker, chunk);
+    source.pairs().skip_to(options.start);
+    if (options.duration > 0.0)
+        source.pairs().end_after(options.duration);
+    report.begin({input, source.layout(), settings});
+    feed(source, tracker, options.tracking.quiet);
     if (interrupts() > 0)
-        end_interrupted(options, static_cast<double>(skipped + used) / audio.rate(), report);
-    if (tracker.samples() > 0)
-        warn_if_truncated(options, audio, used);
+        end_interrupted(options, source.pairs().seconds(), report);
+    if (source.read_pairs() > 0)
+        options.remark(source.length_remark());
     if (report.blocks() == 0)
-        fail_without_block(audio.path(), tracker, settings);
-    Summary summary;
-    summary.dropped_seconds = static_cast<double>(tracker.open_samples()) / settings.sample_rate;
-    summary.clamped = tracker.clamped();
-    summary.wrapped = tracker.wrapped();
-    report.end(summary);
+        fail_without_block(source, settings);
+    report.end(summary_without_blocks(source, tracker));
 }
 
 // An input that fails does not stop the others.

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr int kMostFrames = 10000; // in a block
-constexpr int kMostChannels = 64;
 constexpr int kMostDegrees = 180;
 
 // "table (default), csv, or jsonl: an object per line"
@@ -28,23 +27,6 @@ std::string format_help()
                 std::string(format.name) + format.help;
     }
     return text;
-}
-
-// Two numbers from "1,2".
-std::vector<int> parse_channels(const std::string &text)
-{
-    const std::size_t comma = text.find(',');
-    std::vector<int> channels(EZOSSL_MIC_COUNT);
-    if (comma == std::string::npos ||
-        !CLI::detail::lexical_cast(text.substr(0, comma), channels[0]) ||
-        !CLI::detail::lexical_cast(text.substr(comma + 1), channels[1]) ||
-        std::min(channels[0], channels[1]) < 1 ||
-        std::max(channels[0], channels[1]) > kMostChannels)
-        throw CLI::ValidationError("--channels", "'" + text +
-                                                     "' is no couple of channels; write it like "
-                                                     "1,2, the first is 1 and the last " +
-                                                     std::to_string(kMostChannels));
-    return channels;
 }
 
 } // namespace
@@ -77,14 +59,11 @@ void TrackingOptions::add_array_options(CLI::App &parser)
         ->check(limits(1, 60000, "ms"))
         ->type_name("MS")
         ->excludes(frames);
+    add_channels_option(parser, input.channels);
+    parser.add_flag("--swap", input.channels.swap,
+                    "Exchange the microphones, which flips the sign");
     parser
-        .add_option_function<std::string>(
-            "-c,--channels", [this](const std::string &text) { channels = parse_channels(text); },
-            "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
-        ->type_name("A,B");
-    parser.add_flag("--swap", swap, "Exchange the microphones, which flips the sign");
-    parser
-        .add_option("-r,--rate", rate,
+        .add_option("-r,--rate", input.rate,
                     "Rate at which the direction is looked for; the sound is brought there")
         ->check(supported_rate())
         ->type_name("HZ");
@@ -124,9 +103,6 @@ void TrackingOptions::add_output_options(CLI::App &parser)
 void TrackingOptions::check(const std::vector<std::string> &inputs,
                             const std::string &recording) const
 {
-    if (!channels.empty() && channels[0] == channels[1])
-        throw UsageFailure("-c names channel " + std::to_string(channels[0]) +
-                           " twice; each microphone has its own");
     if (on_change < 0 || on_change > kMostDegrees)
         throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
@@ -147,9 +123,9 @@ void TrackingOptions::check_outputs(std::vector<std::string> outputs,
     for (const std::string &file : outputs) {
         if (std::count(outputs.begin(), outputs.end(), file) > 1)
             throw UsageFailure(file + ": is named for two outputs; give each its own");
-        const auto is_same = [&file](const std::string &input) {
+        const auto is_same = [&file](const std::string &name) {
             std::error_code none_if_missing;
-            return std::filesystem::equivalent(input, file, none_if_missing);
+            return std::filesystem::equivalent(name, file, none_if_missing);
         };
         if (std::any_of(inputs.begin(), inputs.end(), is_same))
             throw UsageFailure(file + ": is an input and would be overwritten; choose another");
@@ -163,22 +139,4 @@ LocalizerSettings TrackingOptions::settings(int sample_rate) const
         frames = std::max(1, static_cast<int>(std::lround(block_ms / 1000.0 * sample_rate /
                                                           EZOSSL_FRAME_LENGTH)));
     return {sample_rate, array.spacing_cm, array.temperature, gate_db, frames, mode, gain_db};
-}
-
-InputLayout TrackingOptions::layout(const std::string &path, int input_rate,
-                                    int input_channels) const
-{
-    if (channels.empty() && input_channels == 1)
-        throw Failure(path + ": 1 channel; needs 2, one per microphone: record both");
-    if (channels.empty() && input_channels != EZOSSL_MIC_COUNT)
-        throw Failure(path + ": " + std::to_string(input_channels) +
-                      " channels; needs 2, one per microphone; pick them like -c 1,2");
-    int first = channels.empty() ? 1 : channels[0];
-    int second = channels.empty() ? 2 : channels[1];
-    if (std::max(first, second) > input_channels)
-        throw Failure(path + ": has no channel " + std::to_string(std::max(first, second)) +
-                      ", only " + std::to_string(input_channels) + "; choose others with -c");
-    if (swap)
-        std::swap(first, second);
-    return {input_rate, input_channels, {first - 1, second - 1}, 0.0};
 }

@@ -9,18 +9,16 @@
 #include <vector>
 
 #include "commands/options.h"
+#include "input/frame_source.h"
 #include "output/report.h"
 #include "tracking/localizer.h"
-#include "tracking/tracker.h"
 
 struct TrackingOptions : ReportSettings {
     ArrayOptions array;
+    InputSettings input;
     int gate_db = -80;
     int block_frames = 32;
-    double block_ms = 0.0;     // instead of block_frames; 0 is not given
-    std::vector<int> channels; // of microphone 0 and 1, from 1; empty is not given
-    bool swap = false;
-    int rate = 0; // Hz; 0 is not given
+    double block_ms = 0.0; // instead of block_frames; 0 is not given
     int gain_db = 0;
     DelayMode mode = DelayMode::vote;
 
@@ -29,8 +27,6 @@ struct TrackingOptions : ReportSettings {
     void check(const std::vector<std::string> &inputs, const std::string &recording = "") const;
 
     LocalizerSettings settings(int sample_rate) const;
-    // Refuses an input that has not the channels; `path` is for the message.
-    InputLayout layout(const std::string &path, int input_rate, int input_channels) const;
 
 private:
     void add_array_options(CLI::App &parser);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 namespace {
 
@@ -13,7 +12,6 @@ constexpr double kPauseDb = 25.0; // below the loudest block
 
 std::vector<Block> localize(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
 {
-    std::srand(1); // the library draws from rand(): the same samples give the same answer
     Localizer localizer(settings);
     std::vector<Block> blocks;
     int16_t frame[kFrameSamples];

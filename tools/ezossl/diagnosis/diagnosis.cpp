@@ -9,12 +9,13 @@
 
 #include "base/acoustics.h"
 #include "base/median.h"
+#include "base/sample_format.h"
 #include "base/text.h"
 #include "diagnosis/block_counts.h"
 #include "diagnosis/lag_track.h"
 #include "diagnosis/pair_correlation.h"
-#include "input/audio_file.h"
 #include "input/resampler.h"
+#include "input/sample_rates.h"
 
 namespace {
 
@@ -80,7 +81,6 @@ constexpr double kLagMargin = 0.75;       // samples beyond the longest lag: imp
 constexpr double kLagDoubt = 0.35;        // and doubtful
 constexpr double kFewShare = 0.2;         // of the blocks with sound
 constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
-constexpr int kLowerRateHz = 16000;
 
 double rms_of_db(double db)
 {
@@ -253,28 +253,26 @@ LocalizerSettings localizer_settings(const DiagnosisSettings &settings, int rate
 std::vector<int16_t> at_rate(const std::vector<int16_t> &samples, int from, int to)
 {
     std::vector<float> scaled(samples.size());
-    std::transform(samples.begin(), samples.end(), scaled.begin(),
-                   [](int16_t sample) { return static_cast<float>(sample) / 32768.0f; });
+    to_float(samples.data(), scaled.data(), samples.size());
     const std::vector<float> converted =
         Resampler(from, to).process(scaled.data(), scaled.size() / EZOSSL_MIC_COUNT, true);
     std::vector<int16_t> result(converted.size());
-    std::size_t clamped = 0; // does no harm to a rate comparison
-    to_int16(converted.data(), result.data(), result.size(), clamped);
+    to_int16(converted.data(), result.data(), result.size()); // clamping harms no comparison
     return result;
 }
 
 void find_few_directions(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
                          const BlockCounts &counts, Diagnosis &diagnosis)
 {
-    if (settings.rate > kLowerRateHz && counts.share() < 0.5) {
-        const BlockCounts there = count_blocks(at_rate(samples, settings.rate, kLowerRateHz),
-                                               localizer_settings(settings, kLowerRateHz));
+    if (settings.rate > kBestRate && counts.share() < 0.5) {
+        const BlockCounts there = count_blocks(at_rate(samples, settings.rate, kBestRate),
+                                               localizer_settings(settings, kBestRate));
         if (there.share() > counts.share() + kBetterByShare) {
             diagnosis.findings.push_back(
                 {&kLowerRate,
                  format_text("%.0f %% of the blocks with sound at %d Hz, %.0f %% at %d Hz",
                              100.0 * counts.share(), settings.rate, 100.0 * there.share(),
-                             kLowerRateHz)});
+                             kBestRate)});
             return;
         }
     }

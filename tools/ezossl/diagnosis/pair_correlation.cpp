@@ -10,11 +10,11 @@
 #include <cmath>
 #include <complex>
 
+#include "base/pi.h"
 #include "base/real_transform.h"
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kLeastFrameSeconds = 0.17; // lags of 40 ms are a quarter of it
 constexpr double kLowestHz = 100.0;         // below are offsets, hum and wind
 // Standard deviations: unrelated voices were seen to reach 9, recordings in a large hall 13.

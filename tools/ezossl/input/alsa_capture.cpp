@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// alsa_capture.cpp - see alsa_capture.h.
+// alsa_capture.cpp - opens a device as near to what is wanted as it allows, and revives it.
 
 #include "input/alsa_capture.h"
 

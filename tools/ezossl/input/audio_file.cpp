@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// audio_file.cpp - see audio_file.h.
+// audio_file.cpp - opens what libsndfile reads, and streamed WAV that it would misread.
 
 #include "input/audio_file.h"
 
@@ -17,12 +17,6 @@
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
-
-bool is_supported_rate(int rate)
-{
-    return std::find(std::begin(kSampleRates), std::end(kSampleRates), rate) !=
-           std::end(kSampleRates);
-}
 
 namespace {
 
@@ -152,7 +146,20 @@ std::string AudioReader::encoding_remark() const
                    "WAV or FLAC";
 }
 
-std::string AudioReader::length_remark(sf_count_t there) const
+std::optional<int64_t> AudioReader::length() const
+{
+    return info_.frames == kUnknownLength ? std::nullopt : std::optional<int64_t>(info_.frames);
+}
+
+std::string AudioReader::header_remark() const
+{
+    if (is_raw_ || promised_ != 0 || length().value_or(0) == 0)
+        return "";
+    return format_text("%s: the header does not say how long it is; %lld samples found",
+                       path_.c_str(), static_cast<long long>(info_.frames));
+}
+
+std::string AudioReader::length_remark(int64_t there) const
 {
     if (lacks_end_)
         return format_text("%s: is truncated: its end is missing, there are %.3f s", path_.c_str(),
@@ -164,13 +171,13 @@ std::string AudioReader::length_remark(sf_count_t there) const
                        static_cast<double>(there) / rate());
 }
 
-std::size_t AudioReader::read(float *samples, std::size_t count)
+std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
 {
     const sf_count_t wanted =
-        std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(length() - position_, 0));
+        std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(info_.frames - position_, 0));
     const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
     const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
-    // What is damaged later on ends there; promised() tells.
+    // What is damaged later on ends there; length_remark() tells.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
     float *const end = samples + frames * static_cast<std::size_t>(channels());
@@ -181,30 +188,5 @@ std::size_t AudioReader::read(float *samples, std::size_t count)
         samples[1] == 0x4646 / 32768.0f)
         throw Failure(path_ + ": starts with RIFF, so it has a header; leave --raw away");
     position_ += static_cast<sf_count_t>(frames);
-    return frames;
-}
-
-void to_int16(const float *from, int16_t *to, std::size_t count, std::size_t &clamped)
-{
-    for (std::size_t i = 0; i < count; i++) {
-        const float scaled = from[i] * 32768.0f;
-        const float limited = std::min(std::max(scaled, -32768.0f), 32767.0f);
-        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
-        to[i] = static_cast<int16_t>(limited + std::copysign(0.5f, limited));
-    }
-}
-
-void write_wav(const std::string &path, const std::string &shown_as, int rate, int channels,
-               const std::vector<int16_t> &samples)
-{
-    SF_INFO info{};
-    info.samplerate = rate;
-    info.channels = channels;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    SoundFile file(sf_open(path.c_str(), SFM_WRITE, &info));
-    if (!file)
-        throw Failure(shown_as + ": cannot be written: " + std::strerror(errno));
-    const auto count = static_cast<sf_count_t>(samples.size());
-    if (sf_write_short(file.get(), samples.data(), count) != count || sf_close(file.release()) != 0)
-        throw Failure(shown_as + ": cannot be written to its end: " + std::strerror(errno));
+    return frames > 0 ? std::optional(frames) : std::nullopt;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// wav_header.cpp - see wav_header.h.
+// wav_header.cpp - walks the chunks of a WAV file as far as its samples.
 
 #include "input/wav_header.h"
 

@@ -8,11 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "input/input_layout.h"
 #include "output/data_output.h"
 #include "output/summary.h"
-#include "tracking/tracker.h"
+#include "tracking/localizer.h"
 
-// Which input, and how it is analysed.
+// Which input, and how it is listened to.
 struct InputInfo {
     std::string name; // as the user wrote it
     InputLayout layout;

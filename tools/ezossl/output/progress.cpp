@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// progress.cpp - see progress.h.
+// progress.cpp - draws the line a few times a second, however often it is told.
 
 #include "output/progress.h"
 
@@ -15,8 +15,8 @@ constexpr std::chrono::milliseconds kInterval(200);
 
 } // namespace
 
-Progress::Progress(const AudioReader &audio, bool is_quiet)
-    : audio_(audio), is_wanted_(!is_quiet && isatty(STDERR_FILENO) != 0),
+Progress::Progress(const std::string &name, std::optional<double> seconds, bool is_quiet)
+    : name_(name), seconds_(seconds), is_wanted_(!is_quiet && isatty(STDERR_FILENO) != 0),
       next_(Clock::now() + kMoment)
 {
 }
@@ -27,15 +27,13 @@ Progress::~Progress()
         std::fputs("\r\033[K", stderr);
 }
 
-void Progress::show(sf_count_t done)
+void Progress::show(double seconds_done)
 {
     if (!is_wanted_ || Clock::now() < next_)
         return;
     next_ = Clock::now() + kInterval;
     is_shown_ = true;
-    const double rate = audio_.rate();
-    std::fprintf(stderr, "\r\033[K%s: %.0f s", audio_.path().c_str(),
-                 static_cast<double>(done) / rate);
-    if (audio_.length() < SF_COUNT_MAX)
-        std::fprintf(stderr, " of %.0f s", static_cast<double>(audio_.length()) / rate);
+    std::fprintf(stderr, "\r\033[K%s: %.0f s", name_.c_str(), seconds_done);
+    if (seconds_)
+        std::fprintf(stderr, " of %.0f s", *seconds_);
 }

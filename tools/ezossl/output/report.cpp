@@ -9,11 +9,11 @@
 #include <cstring>
 #include <fstream>
 #include <thread>
-#include <utility>
 
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
+#include "input/sample_rates.h"
 #include "output/meter.h"
 #include "plot/plot.h"
 
@@ -21,7 +21,6 @@ namespace {
 
 constexpr double kGoodShare = 0.5; // of the blocks that are not quiet
 constexpr int kFewestToJudge = 8;  // blocks
-constexpr int kBestRate = 16000;   // Hz
 
 // Whether the user can see colours on this output, and wants them.
 bool wants_color(const ReportSettings &settings, const DataOutput &output)
@@ -49,9 +48,8 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
 {
     if (!settings.output.empty())
         output.redirect(settings.output);
-    using NamedDrawing = std::pair<std::string, Drawing>;
-    for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
-                                        NamedDrawing(settings.histogram, angle_rose_svg)}) {
+    for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
+                                        std::pair(settings.histogram, angle_rose_svg)}) {
         if (path.empty())
             continue;
         // An empty file shows now whether it can be written, not after an hour.
@@ -134,7 +132,7 @@ void Report::advise(const Summary &summary) const
 {
     const long sounding = summary.blocks() - summary.count(BlockStatus::quiet);
     if (input_.settings.mode == DelayMode::time_domain)
-        note("--mode delay reports a constant delay and no direction; omit it to get angles");
+        note("--mode delay reports a constant and locates nothing; leave it away for angles");
     else if (input_.settings.sample_rate > kBestRate && sounding >= kFewestToJudge &&
              static_cast<double>(summary.count(BlockStatus::ok)) <
                  kGoodShare * static_cast<double>(sounding))

@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: MIT
-// summary.h - the counts that are reported at the end of an input.
+// summary.h - what is told of an input at its end.
 
 #ifndef EZOSSL_TOOL_SUMMARY_H
 #define EZOSSL_TOOL_SUMMARY_H
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "tracking/block.h"
 
 struct Summary {
     double dropped_seconds = 0.0; // at the end, less than a block
-    std::size_t clamped = 0;      // samples beyond full scale
+    int64_t clamped = 0;          // samples beyond full scale
     std::size_t wrapped = 0;      // samples that the gain took beyond 16 bits
     long overruns = 0;
     long suspends = 0; // of the machine, while it listened

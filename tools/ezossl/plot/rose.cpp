@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <map>
 
+#include "base/pi.h"
 #include "base/text.h"
 #include "plot/plot.h"
 #include "plot/plot_text.h"
@@ -14,7 +15,6 @@
 namespace {
 
 // The sheet: a half circle, the microphones at its centre. A unit is a pixel at full size.
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kWidth = 720.0;
 constexpr double kHeight = 468.0;
 constexpr double kMargin = 28.0;

@@ -10,9 +10,10 @@
 #include <array>
 #include <cmath>
 
+#include "base/pi.h"
+
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kKaiserBeta = 8.0;
 constexpr int kTaps = 2 * kInterpolationReach;
 constexpr int kRows = 512; // per sample

@@ -9,11 +9,11 @@
 #include <cstdio>
 
 #include "base/failure.h"
+#include "base/pi.h"
 #include "scene/fractional_delay.h"
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kWallMargin = 0.1; // metres from the source to every wall
 // The pair stands off the middle of the room, where echoes would arrive in step.
 constexpr Point kPairPlace = {0.47, 0.28, 0.43}; // of width, depth, height

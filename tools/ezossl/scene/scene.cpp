@@ -7,13 +7,13 @@
 #include <cmath>
 
 #include "base/acoustics.h"
-#include "input/audio_file.h"
+#include "base/pi.h"
+#include "base/sample_format.h"
 #include "scene/convolution.h"
 #include "scene/fractional_delay.h"
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr float kPeak = 0.7f;
 
 // What a microphone hears of a far source without a room: half the delay on either side.
@@ -39,8 +39,7 @@ std::vector<int16_t> to_full_scale(std::vector<float> &scene)
     for (float &sample : scene)
         sample *= kPeak / peak;
     std::vector<int16_t> result(scene.size());
-    std::size_t clamped = 0; // none: the peak is below full scale
-    to_int16(scene.data(), result.data(), scene.size(), clamped);
+    to_int16(scene.data(), result.data(), scene.size());
     return result;
 }
 

@@ -74,6 +74,7 @@ Localizer::Localizer(const LocalizerSettings &settings)
       loudest_(static_cast<int>(32767.0 * std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
       buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
 {
+    std::srand(1); // the library draws from rand(): the same frames give the same angles
     const SslConfig config = {settings.temperature, settings.gate_db, settings.block_frames};
     require("EzoSsl_Config", EzoSsl_Config(handle_, &config));
     require("EzoSsl_Set_Shape", EzoSsl_Set_Shape(handle_, 0));

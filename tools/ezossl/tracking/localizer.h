@@ -9,10 +9,8 @@
 #include <vector>
 
 #include "EzoSsl.h"
+#include "base/frame.h"
 #include "tracking/block.h"
-
-constexpr std::size_t kFrameSamples =
-    static_cast<std::size_t>(EZOSSL_FRAME_LENGTH) * EZOSSL_MIC_COUNT;
 
 // The library's bf_mode.
 enum class DelayMode { vote = 0, time_domain = 1 };
@@ -37,7 +35,7 @@ struct LocalizerSettings {
 class Localizer
 {
 public:
-    // Failure if the library refuses the settings.
+    // Starts the random numbers anew that the library draws. Failure if it refuses the settings.
     explicit Localizer(const LocalizerSettings &settings);
     ~Localizer();
     Localizer(const Localizer &) = delete;

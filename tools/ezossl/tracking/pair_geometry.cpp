@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_geometry.cpp - the library's geometry: what it rounds to float is rounded here too.
+// pair_geometry.cpp - the library's geometry once more: what it rounds to float is rounded here too.
 
 #include "tracking/pair_geometry.h"
 
@@ -7,10 +7,10 @@
 #include <cmath>
 
 #include "base/acoustics.h"
+#include "base/pi.h"
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr int kVotingTemperature = 25; // the expected delays are made before any configuration
 
 int library_limit(double spacing_cm, int rate, int temperature)

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
-// recording.h - what a device delivers, kept as a WAV file.
+// wav_writer.h - a WAV file of 16-bit samples: a scene, or what a device delivers.
 
-#ifndef EZOSSL_TOOL_RECORDING_H
-#define EZOSSL_TOOL_RECORDING_H
+#ifndef EZOSSL_TOOL_WAV_WRITER_H
+#define EZOSSL_TOOL_WAV_WRITER_H
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "input/audio_file.h"
+#include "base/sound_file.h"
 #include "output/pending_file.h"
 
-// 16-bit samples. The file appears with finish().
-class Recording
+class WavWriter
 {
 public:
-    Recording(const std::string &path, int rate, int channels);
+    // Failure shows now if the file cannot be written. It appears with finish().
+    WavWriter(const std::string &path, int rate, int channels);
 
     // Interleaved; `count` per channel.
     void write(const int16_t *samples, std::size_t count);

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: MIT
+// test_tool_input.cpp - the road from a sound to frames: rates, channels, samples.
+
+#include <cmath>
+#include <memory>
+
+#include "base/failure.h"
+#include "base/sample_format.h"
+#include "input/audio_file.h"
+#include "input/channels.h"
+#include "input/frame_source.h"
+#include "input/sample_rates.h"
+#include "tool_fixture.h"
+
+namespace {
+
+TEST(Input, IsAnalysedAtTheWantedRateOrItsOwnOrTheNextThatServes)
+{
+    const struct {
+        int wanted, input, of_file, of_device;
+    } cases[] = {
+        {0, 8000, 8000, 16000},   {0, 16000, 16000, 16000},     {0, 32000, 32000, 16000},
+        {0, 48000, 48000, 16000}, {0, 11025, 8000, 16000},      {0, 15999, 8000, 16000},
+        {0, 4000, 8000, 16000},   {0, 16001, 16000, 16000},     {0, 44100, 16000, 16000},
+        {0, 96000, 16000, 16000}, {48000, 11025, 48000, 48000}, {8000, 8000, 8000, 8000},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(analysis_rate(c.wanted, c.input, SoundOrigin::file), c.of_file) << c.input;
+        EXPECT_EQ(analysis_rate(c.wanted, c.input, SoundOrigin::device), c.of_device) << c.input;
+        EXPECT_EQ(capture_rate(c.wanted), c.of_device) << c.wanted;
+    }
+}
+
+TEST(Input, SamplesAreRoundedAndClampedTo16Bits)
+{
+    const struct {
+        double scaled; // by full scale
+        int expected;
+        bool is_clamped;
+    } cases[] = {
+        {0, 0, false},          {0.4, 0, false},         {0.6, 1, false},
+        {-0.6, -1, false},      {1000.5, 1001, false},   {32767, 32767, false},
+        {32768, 32767, false},  {32769, 32767, true},    {-32768, -32768, false},
+        {-32770, -32768, true}, {HUGE_VAL, 32767, true}, {-HUGE_VAL, -32768, true},
+    };
+    for (const auto &c : cases) {
+        const auto sample = static_cast<float>(c.scaled / 32768.0);
+        int16_t result = 12345;
+        EXPECT_EQ(to_int16(&sample, &result, 1), c.is_clamped) << c.scaled;
+        EXPECT_EQ(result, c.expected) << c.scaled;
+    }
+    for (int value = -32768; value <= 32767; ++value) {
+        const auto sample = static_cast<int16_t>(value);
+        int16_t back = 0;
+        float number = 0.0f;
+        to_float(&sample, &number, 1);
+        ASSERT_EQ(number, static_cast<float>(value / 32768.0));
+        ASSERT_EQ(to_int16(&number, &back, 1), 0u) << value;
+        ASSERT_EQ(back, value);
+    }
+}
+
+// What the function throws, or "" if it does not.
+template <class Function>
+std::string refusal(Function function)
+{
+    try {
+        function();
+    } catch (const Failure &failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+TEST(Input, MicrophonesAreTheChosenChannelsOrTheOnlyTwo)
+{
+    EXPECT_EQ(parse_channels("1,2"), (Microphones{1, 2}));
+    EXPECT_EQ(parse_channels("64,1"), (Microphones{64, 1}));
+    for (const char *text : {"", "1", "1,", ",2", "1;2", "1,2,3", "1,2x", "0,1", "1,65", "a,b"})
+        EXPECT_THROW(parse_channels(text), UsageFailure) << text;
+    EXPECT_EQ(refusal([] { parse_channels("3,3"); }),
+              "-c names channel 3 twice; each microphone has its own");
+
+    const ChannelChoice none, crossed = {Microphones{4, 2}, false}, swapped = {{}, true};
+    EXPECT_EQ(none.fewest(), 2);
+    EXPECT_EQ(crossed.fewest(), 4);
+    EXPECT_EQ(find_microphones(none, "x", 2), (Microphones{0, 1}));
+    EXPECT_EQ(find_microphones(swapped, "x", 2), (Microphones{1, 0}));
+    EXPECT_EQ(find_microphones(crossed, "x", 4), (Microphones{3, 1}));
+    const struct {
+        const ChannelChoice &choice;
+        int channels;
+        const char *refusal;
+    } refused[] = {
+        {none, 1, "x: 1 channel; needs 2, one per microphone: record both"},
+        {none, 3, "x: 3 channels; needs 2, one per microphone; pick them like -c 1,2"},
+        {crossed, 3, "x: has no channel 4, only 3; choose others with -c"},
+    };
+    for (const auto &c : refused)
+        EXPECT_EQ(refusal([&] { find_microphones(c.choice, "x", c.channels); }), c.refusal);
+
+    const float samples[] = {1, 2, 3, 4, 5, 6};
+    Samples pairs = {9};
+    pick_pairs(samples, 2, 3, {2, 0}, pairs);
+    EXPECT_EQ(pairs, (Samples{9, 3, 1, 6, 4}));
+}
+
+// Counts up on channel 2 of three, down on channel 3.
+struct Counting : SampleStream {
+    explicit Counting(int rate, int64_t length) : rate_(rate), length_(length) {}
+
+    std::optional<std::size_t> read(float *samples, std::size_t count) override
+    {
+        if (next_ == length_)
+            return std::nullopt;
+        if (++calls_ % 3 == 0)
+            return 0; // none for a moment
+        const auto now = std::min(static_cast<int64_t>(count), length_ - next_);
+        for (const int64_t end = next_ + now; next_ < end; ++next_) {
+            *samples++ = 0.5f;
+            *samples++ = static_cast<float>(next_) / 32768.0f;
+            *samples++ = next_ == 1000 ? -2.0f : static_cast<float>(-next_) / 32768.0f;
+        }
+        return static_cast<std::size_t>(now);
+    }
+    const std::string &name() const override { return name_; }
+    SoundOrigin origin() const override { return SoundOrigin::file; }
+    int rate() const override { return rate_; }
+    int channels() const override { return 3; }
+    std::size_t chunk() const override { return 100; }
+    std::string length_remark(int64_t there) const override { return std::to_string(there); }
+
+    std::string name_ = "counter";
+    int rate_;
+    int64_t length_;
+    int64_t next_ = 0;
+    int calls_ = 0;
+};
+
+FrameSource counting(int rate, int64_t length, int wanted_rate = 0)
+{
+    return {std::make_unique<Counting>(rate, length), {{Microphones{2, 3}, false}, wanted_rate}};
+}
+
+TEST(Input, FramesAreThePairsOfTheStreamOneAfterTheOther)
+{
+    FrameSource source = counting(16000, 1400);
+    source.pairs().skip_to(0.0125); // 200 samples
+    EXPECT_EQ(source.layout().start, 0.0125);
+    EXPECT_EQ(source.layout().microphone, (Microphones{1, 2}));
+    Frame frame;
+    int expected = 200;
+    for (int frames = 0; frames < 9; ++frames) {
+        ASSERT_TRUE(source.read(frame));
+        for (std::size_t i = 0; i < kFrameSamples; i += 2, ++expected) {
+            ASSERT_EQ(frame[i], expected);
+            ASSERT_EQ(frame[i + 1], expected == 1000 ? -32768 : -expected);
+        }
+    }
+    EXPECT_FALSE(source.read(frame));
+    EXPECT_FALSE(source.read(frame));
+    EXPECT_EQ(source.read_pairs(), 1200);
+    EXPECT_EQ(source.unread_pairs(), 1200u - 9 * 128);
+    EXPECT_EQ(source.clamped(), 1);
+    EXPECT_EQ(source.length_remark(), "1400");
+    EXPECT_EQ(refusal([] { counting(16000, 9).pairs().skip_to(1); }),
+              "counter: ends before --start 1 s");
+}
+
+TEST(Input, EndsWhereTheUserWantsIt)
+{
+    FrameSource source = counting(8000, 1000);
+    source.pairs().skip_to(0.01);
+    source.pairs().end_after(0.1);
+    const std::vector<int16_t> samples = source.read_all();
+    ASSERT_EQ(samples.size(), 2 * 800u);
+    EXPECT_EQ(source.unread_pairs(), 0u);
+    EXPECT_EQ(samples[0], 80);
+    EXPECT_EQ(samples[2 * 799], 879);
+    EXPECT_TRUE(source.pairs().is_at_limit());
+    EXPECT_TRUE(source.pairs().has_more());
+    EXPECT_EQ(source.length_remark(), ""); // the rest was not asked for
+    FrameSource whole = counting(8000, 800);
+    whole.pairs().end_after(0.1);
+    EXPECT_EQ(whole.read_all().size(), 2 * 800u);
+    EXPECT_FALSE(whole.pairs().has_more());
+}
+
+TEST(Input, ResampledSoundKeepsItsPlaceAndItsEnd)
+{
+    const struct {
+        int from, wanted, to;
+        const char *remark;
+    } cases[] = {
+        {11025, 0, 8000, "counter: 11025 Hz is brought to 8000 Hz (-r chooses another rate)"},
+        {44100, 0, 16000, "counter: 44100 Hz is brought to 16000 Hz (-r chooses another rate)"},
+        {48000, 16000, 16000, ""}, // as the user said
+        {8000, 16000, 16000, ""},
+        {32000, 0, 32000, ""},
+    };
+    for (const auto &c : cases) {
+        FrameSource source = counting(c.from, 900, c.wanted);
+        EXPECT_EQ(source.rate(), c.to);
+        EXPECT_EQ(source.layout().rate, c.from);
+        const auto remarks = source.opening_remarks();
+        EXPECT_EQ(remarks.empty() ? "" : remarks.at(0), c.remark);
+        const std::vector<int16_t> samples = source.read_all();
+        const double ratio = 1.0 * c.from / c.to;
+        EXPECT_NEAR(static_cast<double>(samples.size()) / 2, 900 / ratio, 1.01) << c.from;
+        for (std::size_t n = 60; n < 500 / ratio; ++n) {
+            ASSERT_NEAR(samples[2 * n], ratio * static_cast<double>(n), 2) << c.from << ' ' << n;
+            ASSERT_EQ(samples[2 * n + 1], -samples[2 * n]) << n;
+        }
+    }
+}
+
+TEST_F(Tool, RawSamplesAreLittleEndianWithTheStatedRateAndChannels)
+{
+    std::ofstream("x.raw") << "\x01\x02\xFF\xFF" << std::string("\0\x80\0\x40\x01", 5);
+    AudioReader reader("x.raw", RawFormat{11025, 2});
+    EXPECT_EQ(reader.rate(), 11025);
+    EXPECT_EQ(reader.channels(), 2);
+    EXPECT_EQ(reader.length(), 2); // and half a sample
+    float samples[2 * 4];
+    ASSERT_EQ(reader.read(samples, 4), 2u);
+    const double expected[] = {513, -1, -32768, 16384};
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(samples[i], static_cast<float>(expected[i] / 32768.0)) << i;
+    EXPECT_EQ(reader.read(samples, 4), std::nullopt);
+    EXPECT_EQ(reader.header_remark() + reader.length_remark(2), "");
+    AudioReader four("x.raw", RawFormat{8000, 4});
+    EXPECT_EQ(four.length(), 1);
+}
+
+// The commands agree on the rate, and on what a pair of channels is.
+TEST_F(Tool, CheckReadsAsTrackDoes)
+{
+    run("simulate -a 30 -s 20cm -r 8000 -d 2 -o x.wav");
+    std::string wav = contents("x.wav");
+    wav.replace(24, 4, std::string("\x11\x2B\0\0", 4)); // 11025 Hz
+    std::ofstream("x.wav") << wav;
+    EXPECT_EQ(run("track x.wav -s 20cm"), 0);
+    EXPECT_NE(contents("err").find("x.wav: 11025 Hz is brought to 8000 Hz"), std::string::npos);
+    run("check x.wav -s 20cm");
+    EXPECT_EQ(contents("out").find("x.wav: 1.45 s at 8000 Hz\n"), 0u) << contents("out");
+    for (const char *command : {"track", "check"}) {
+        EXPECT_EQ(run(std::string(command) + " x.wav -s 5.8cm -c 1,1"), 2);
+        EXPECT_EQ(contents("err"), "ezossl: -c names channel 1 twice; each microphone has its "
+                                   "own\n");
+    }
+    std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
+                               << "pcm.x { type faulty rate 48000 }\n";
+    setenv("ALSA_CONFIG_PATH", fs::absolute("alsa.conf").c_str(), 1);
+    run("check --live 2 -D x -s 5.8cm");
+    EXPECT_EQ(contents("out").find("x: 2.00 s at 16000 Hz\n"), 0u) << contents("out");
+}
+
+} // namespace

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+// sample_format.cpp - scales, rounds and clamps. Full scale 1 is 32768 steps of 16 bits.
+
+#include "base/sample_format.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr float kFullScale = 32768.0f;
+
+} // namespace
+
+std::size_t to_int16(const float *from, int16_t *to, std::size_t count)
+{
+    std::size_t clamped = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float scaled = from[i] * kFullScale;
+        const float limited = std::min(std::max(scaled, -kFullScale), kFullScale - 1.0f);
+        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
+        to[i] = static_cast<int16_t>(limited + std::copysign(0.5f, limited));
+    }
+    return clamped;
+}
+
+void to_float(const int16_t *from, float *to, std::size_t count)
+{
+    std::transform(from, from + count, to,
+                   [](int16_t sample) { return static_cast<float>(sample) / kFullScale; });
+}

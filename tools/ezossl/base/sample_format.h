@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+// sample_format.h - samples as numbers of full scale 1 and as 16-bit integers.
+
+#ifndef EZOSSL_TOOL_SAMPLE_FORMAT_H
+#define EZOSSL_TOOL_SAMPLE_FORMAT_H
+
+#include <cstddef>
+#include <cstdint>
+
+// Rounds to the nearest of 16 bits. Samples beyond full scale are clamped; the result is their
+// count.
+std::size_t to_int16(const float *from, int16_t *to, std::size_t count);
+
+// Exact.
+void to_float(const int16_t *from, float *to, std::size_t count);
+
+#endif

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// channels.cpp - reads the choice of channels, checks it against an input, picks the samples.
+
+#include "input/channels.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "base/failure.h"
+
+namespace {
+
+constexpr int kMostChannels = 64;
+
+bool is_channel(int channel)
+{
+    return channel >= 1 && channel <= kMostChannels;
+}
+
+} // namespace
+
+int ChannelChoice::fewest() const
+{
+    return channels ? *std::max_element(channels->begin(), channels->end()) : EZOSSL_MIC_COUNT;
+}
+
+Microphones parse_channels(const std::string &text)
+{
+    Microphones channels{};
+    const char *const end = text.data() + text.size();
+    const auto first = std::from_chars(text.data(), end, channels[0]);
+    const bool has_comma = first.ec == std::errc() && first.ptr != end && *first.ptr == ',';
+    const auto second = std::from_chars(has_comma ? first.ptr + 1 : end, end, channels[1]);
+    if (second.ec != std::errc() || second.ptr != end ||
+        !std::all_of(channels.begin(), channels.end(), is_channel))
+        throw UsageFailure("--channels: '" + text +
+                           "' is not a pair of channels; write 1,2 (1 to " +
+                           std::to_string(kMostChannels) + ")");
+    if (channels[0] == channels[1])
+        throw UsageFailure("-c names channel " + std::to_string(channels[0]) +
+                           " twice; each microphone has its own");
+    return channels;
+}
+
+Microphones find_microphones(const ChannelChoice &choice, const std::string &input, int channels)
+{
+    const std::string count = std::to_string(channels);
+    if (!choice.channels && channels == 1)
+        throw Failure(input + ": 1 channel; needs 2, one per microphone: record both");
+    if (!choice.channels && channels != EZOSSL_MIC_COUNT)
+        throw Failure(input + ": " + count +
+                      " channels; needs 2, one per microphone; pick them like -c 1,2");
+    if (choice.fewest() > channels)
+        throw Failure(input + ": has no channel " + std::to_string(choice.fewest()) + ", only " +
+                      count + "; choose others with -c");
+    Microphones microphones = choice.channels.value_or(Microphones{1, 2});
+    if (choice.swap)
+        std::swap(microphones[0], microphones[1]);
+    for (int &microphone : microphones)
+        --microphone;
+    return microphones;
+}
+
+void pick_pairs(const float *samples, std::size_t count, int channels,
+                const Microphones &microphones, std::vector<float> &pairs)
+{
+    for (std::size_t i = 0; i < count; ++i, samples += channels)
+        for (const int microphone : microphones)
+            pairs.push_back(samples[microphone]);
+}

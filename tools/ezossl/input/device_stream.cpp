@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// device_stream.cpp - 16-bit samples of a device as the numbers that all streams deliver.
+
+#include "input/device_stream.h"
+
+#include "base/sample_format.h"
+
+DeviceStream::DeviceStream(const std::string &device, int rate, int channels)
+    : name_(device), capture_(device, rate, channels)
+{
+}
+
+std::optional<std::size_t> DeviceStream::read(float *samples, std::size_t count)
+{
+    const auto width = static_cast<std::size_t>(channels());
+    captured_.resize(count * width);
+    const std::size_t got = capture_.read(captured_.data(), count);
+    if (recorder_)
+        recorder_(captured_.data(), got);
+    to_float(captured_.data(), samples, got * width);
+    return got;
+}
+
+// What the device has in a period of 10 ms, so that no sample waits longer.
+std::size_t DeviceStream::chunk() const
+{
+    return static_cast<std::size_t>(rate() / 100);
+}

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// frame_source.h - the one way from a sound to the frames that the library takes. Opens nothing: a
+// file or a device is opened as a SampleStream.
+
+#ifndef EZOSSL_TOOL_FRAME_SOURCE_H
+#define EZOSSL_TOOL_FRAME_SOURCE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/frame.h"
+#include "input/channels.h"
+#include "input/input_layout.h"
+#include "input/pair_source.h"
+#include "input/sample_stream.h"
+
+// What the user asks for.
+struct InputSettings {
+    ChannelChoice channels;
+    int rate = 0; // Hz at which the input is analysed; 0 lets analysis_rate() decide
+};
+
+class FrameSource
+{
+public:
+    // Failure if the stream does not have the channels.
+    FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings);
+
+    // Where the frames come from can be told to skip and to end; it is read here only.
+    PairSource &pairs() { return pairs_; }
+    const SampleStream &stream() const { return pairs_.stream(); }
+    InputLayout layout() const;
+    int rate() const { return rate_; } // Hz, of the frames
+
+    // False at the end; what is shorter than a frame then stays unread.
+    bool read(Frame &frame);
+    // All pairs up to the end, without regard to frames.
+    std::vector<int16_t> read_all();
+
+    int64_t read_pairs() const { return read_pairs_; } // so far, with those unread
+    std::size_t unread_pairs() const { return (ready_.size() - used_) / EZOSSL_MIC_COUNT; }
+    int64_t clamped() const { return clamped_; } // samples beyond full scale
+
+    // Notes for the user before and after reading; empty ones are left out.
+    std::vector<std::string> opening_remarks() const;
+    std::string length_remark() const;
+
+private:
+    bool refill();
+    std::string rate_remark() const;
+
+    Microphones microphones_;
+    int wanted_rate_; // 0 is not given
+    int rate_;
+    PairSource pairs_;
+    std::vector<int16_t> ready_;
+    std::size_t used_ = 0; // samples of these
+    int64_t read_pairs_ = 0;
+    int64_t clamped_ = 0;
+};
+
+#endif

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// pair_source.cpp - reads a stream chunk by chunk, in constant memory.
+
+#include "input/pair_source.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/failure.h"
+#include "base/interrupt.h"
+#include "base/text.h"
+
+PairSource::PairSource(std::unique_ptr<SampleStream> stream, const Microphones &microphones,
+                       int rate)
+    : stream_(std::move(stream)), microphones_(microphones),
+      chunk_(stream_->chunk() * static_cast<std::size_t>(stream_->channels()))
+{
+    if (stream_->rate() != rate)
+        resampler_.emplace(stream_->rate(), rate);
+}
+
+void PairSource::skip_to(double seconds)
+{
+    start_ = seconds;
+    const int64_t place = samples_in(seconds);
+    while (position_ < place && interrupts() == 0) {
+        if (!read_until(place) && interrupts() == 0)
+            throw Failure(stream_->name() + format_text(": ends before --start %g s", seconds));
+    }
+}
+
+void PairSource::end_after(double seconds)
+{
+    limit_ = position_ + samples_in(seconds);
+}
+
+const std::vector<float> *PairSource::read()
+{
+    if (is_over_)
+        return nullptr;
+    const std::optional<std::size_t> count = read_until(limit_);
+    is_over_ = !count || interrupts() >= interrupts_to_end_;
+    if (interrupts() >= interrupts_to_end_)
+        return nullptr;
+    pairs_.clear();
+    pick_pairs(chunk_.data(), count.value_or(0), stream_->channels(), microphones_, pairs_);
+    if (!resampler_)
+        return &pairs_;
+    return &resampler_->process(pairs_.data(), count.value_or(0), is_over_);
+}
+
+bool PairSource::has_more()
+{
+    return stream_->read(chunk_.data(), 1).value_or(0) > 0;
+}
+
+// Nothing at the end of the stream, or where `end` is reached.
+std::optional<std::size_t> PairSource::read_until(int64_t end)
+{
+    const auto wanted = std::min(static_cast<int64_t>(stream_->chunk()), end - position_);
+    if (wanted == 0)
+        return std::nullopt;
+    const auto count = stream_->read(chunk_.data(), static_cast<std::size_t>(wanted));
+    position_ += static_cast<int64_t>(count.value_or(0));
+    return count;
+}
+
+int64_t PairSource::samples_in(double seconds) const
+{
+    return std::llround(seconds * stream_->rate());
+}
