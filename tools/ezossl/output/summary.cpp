@@ -10,8 +10,10 @@
 void Summary::add(const Block &block)
 {
     ++count_of_status_[index_of(block.status)];
-    if (block.status == BlockStatus::ok)
-        ++count_of_angle_.at(static_cast<std::size_t>(block.angle + 90));
+    if (block.status != BlockStatus::ok)
+        return;
+    const int index = block.angle + 90;
+    ++count_of_angle_.at(static_cast<std::size_t>(index));
 }
 
 long Summary::blocks() const
