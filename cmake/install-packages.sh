@@ -7,7 +7,7 @@
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
-#   test    GoogleTest, and Python for its module, its example and its XML parser
+#   test    GoogleTest, and Python for its module, its example, its XML parser and the accuracy
 #   check   formatting, static analysis, the other compiler, the pages, a look at the packages
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages

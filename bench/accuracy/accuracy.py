@@ -1,0 +1,405 @@
+#!/usr/bin/python3
+# SPDX-License-Identifier: MIT
+"""Measures how well ezossl localises, and writes docs/accuracy.md with its tables and drawings.
+
+Every figure comes from scenes of `ezossl simulate`, whose directions are known, and from the
+recordings of a folder, if one is given. Beside the tool, two textbook estimators see the same
+frames. The text around the tables is in accuracy.md.in.
+"""
+
+import argparse
+import csv
+import os
+import sys
+import tempfile
+import wave
+from concurrent.futures import ThreadPoolExecutor
+from itertools import product
+from pathlib import Path
+
+try:
+    import numpy as np
+except ImportError:
+    sys.exit("accuracy.py: numpy is missing: apt-get install python3-numpy")
+
+import chart
+import scenes
+from scenes import Line, Outcome, Scene, Tool
+
+HERE = Path(__file__).resolve().parent
+NEAR = 10  # degrees
+CLEAR_SNR = 20  # dB; from here on speech is clear
+CLEAR_RT60 = 0.4  # s; up to here
+WIDEST_CLEAR = 75  # degrees
+METHOD_NAMES = {
+    "smoothed": "`ezossl`, smoothed (default)",
+    "blocks": "`ezossl`, blocks of 32 frames",
+    "GCC-PHAT second": "GCC-PHAT, last second",
+    "SRP-PHAT second": "SRP-PHAT, last second",
+    "GCC-PHAT block": "GCC-PHAT, same blocks",
+    "SRP-PHAT block": "SRP-PHAT, same blocks",
+}
+
+ALSA = "/usr/share/sounds/alsa"
+POCKETSPHINX = "/usr/share/pocketsphinx/test/data"
+# Real voices of Debian packages; what is joined is one voice.
+VOICES = {
+    "words": [f"{ALSA}/{place}.wav" for place in
+              ("Front_Center", "Rear_Left", "Side_Right", "Front_Left", "Rear_Center")],
+    "reading": [f"{POCKETSPHINX}/librivox/sense_and_sensibility_01_austen_64kb-0870.wav"],
+    "commands": [f"{POCKETSPHINX}/cards/{number}.wav" for number in ("005", "002", "003")],
+}
+
+
+class Grid:
+    """What is combined with what."""
+
+    def __init__(self, quick):
+        self.spacings = [5.8] if quick else [4, 5.8, 10, 15]
+        self.angles = [-30, 0, 60] if quick else list(range(-90, 91, 15))
+        self.snrs = [30] if quick else [0, 10, 20, 30]
+        self.rt60s = [0, 0.4] if quick else [0, 0.2, 0.4, 0.6]
+        self.side_angles = [60] if quick else [-60, -30, 0, 30, 60]
+
+
+def join_voice(paths, target):
+    """The files one after another, as often as it takes."""
+    pieces = []
+    for path in paths:
+        with wave.open(path) as file:
+            rate = file.getframerate()
+            pieces.append(np.frombuffer(file.readframes(file.getnframes()), "<i2"))
+    joined = np.concatenate(pieces)
+    with wave.open(str(target), "wb") as file:
+        file.setnchannels(1)
+        file.setsampwidth(2)
+        file.setframerate(rate)
+        file.writeframes(np.resize(joined, scenes.SECONDS * rate).astype("<i2").tobytes())
+    return str(target)
+
+
+def prepare_sources(folder, quick, music):
+    """Files of every signal; the empty name is the tool's own noise."""
+    sources = {"noise": [""]}
+    if not quick:
+        sources["speech"] = [join_voice(paths, folder / f"{name}.wav")
+                             for name, paths in VOICES.items()]
+    if music:
+        sources["music"] = [music]
+    return sources
+
+
+def main_scenes(grid, sources):
+    result = []
+    for signal, files in sources.items():
+        for spacing, angle, snr, rt60 in product(grid.spacings, grid.angles, grid.snrs, grid.rt60s):
+            number = len(result)
+            result.append(Scene(signal, files[number % len(files)], spacing, angle, snr, rt60,
+                                number + 1))
+    return result
+
+
+def run_all(function, items):
+    """In order; the work is done by processes of the tool."""
+    done = 0
+    results = []
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        for result in pool.map(function, items):
+            results.extend(result)
+            done += 1
+            if sys.stderr.isatty():
+                print(f"\r{done} of {len(items)}", end="", file=sys.stderr)
+    if sys.stderr.isatty():
+        print(file=sys.stderr)
+    return results
+
+
+# ---- Tables ----------------------------------------------------------------------------------
+
+FIGURES = ["segments", "with an angle", "median error", "90 % below", f"within {NEAR}°"]
+
+
+def share(part, whole):
+    return f"{100 * part / whole:.0f} % ({part})" if whole else "-"
+
+
+def near_count(outcomes):
+    return sum(abs(error) <= NEAR for o in outcomes for error in o.errors)
+
+
+def figures(outcomes):
+    pieces = sum(o.pieces for o in outcomes)
+    errors = np.abs([error for o in outcomes for error in o.errors])
+    if len(errors) == 0:
+        return [str(pieces), share(0, pieces), "-", "-", "-"]
+    return [str(pieces), share(len(errors), pieces), f"{np.median(errors):.0f}°",
+            f"{np.percentile(errors, 90):.0f}°", share(near_count(outcomes), len(errors))]
+
+
+def table(head, rows):
+    aligned = ["---"] + ["---:"] * (len(head) - 1)
+    return "\n".join("| " + " | ".join(row) + " |" for row in [head, aligned, *rows])
+
+
+def figure_table(head, groups):
+    """A row per group, a pair of its labels and its outcomes; empty ones are left out."""
+    return table([*head, *FIGURES],
+                 [[*labels, *figures(outcomes)] for labels, outcomes in groups if outcomes])
+
+
+def is_clear(scene):
+    return (scene.snr >= CLEAR_SNR and scene.rt60 <= CLEAR_RT60
+            and abs(scene.angle) <= WIDEST_CLEAR)
+
+
+def room(rt60):
+    return f"T60 {rt60:g} s" if rt60 else "free field"
+
+
+def right_share(outcomes):
+    """Percent of the pieces with sound that got a right angle; None without any."""
+    pieces = sum(o.pieces for o in outcomes)
+    return 100 * near_count(outcomes) / pieces if pieces else None
+
+
+def median_angle(outcomes):
+    found = [o.scene.angle + error for o in outcomes for error in o.errors]
+    return float(np.median(found)) if found else None
+
+
+class Report:
+    """Tables and drawings by name, for the places of the same name in accuracy.md.in."""
+
+    def __init__(self, outcomes, grid, best):
+        self.outcomes = outcomes
+        self.grid = grid
+        self.best = best  # the method of the tool that tables of one method show
+        self.signal = "speech" if any(o.scene.signal == "speech" for o in outcomes) else "noise"
+
+    def of(self, method, **wanted):
+        return [o for o in self.outcomes if o.method == method
+                and all(getattr(o.scene, name) == value for name, value in wanted.items())]
+
+    def clear(self, method, **wanted):
+        return [o for o in self.of(method, **wanted) if is_clear(o.scene)]
+
+    def methods(self):
+        return figure_table(["estimator"], [
+            ([name], self.clear(method, signal=self.signal))
+            for method, name in METHOD_NAMES.items()])
+
+    def rooms(self):
+        signals = dict.fromkeys(o.scene.signal for o in self.outcomes)
+        return figure_table(["signal", "room"], [
+            ([signal, room(rt60)],
+             [o for o in self.of(self.best, signal=signal, rt60=rt60)
+              if o.scene.snr >= CLEAR_SNR and abs(o.scene.angle) <= WIDEST_CLEAR])
+            for signal, rt60 in product(signals, self.grid.rt60s)])
+
+    def snrs(self):
+        return figure_table(["SNR", "estimator"], [
+            ([f"{snr} dB", METHOD_NAMES[method]],
+             [o for o in self.of(method, signal=self.signal, snr=snr)
+              if o.scene.rt60 <= CLEAR_RT60 and abs(o.scene.angle) <= WIDEST_CLEAR])
+            for snr, method in product(self.grid.snrs, METHOD_NAMES)
+            if not method.startswith("SRP")])
+
+    def spacings(self):
+        return figure_table(["spacing"], [
+            ([f"{spacing:g} cm"], self.clear(self.best, signal=self.signal, spacing=spacing))
+            for spacing in self.grid.spacings])
+
+    def angles(self):
+        return figure_table(["true angle"], [
+            ([f"±{angle}°" if angle else "0°"],
+             [o for o in self.of(self.best, signal=self.signal)
+              if abs(o.scene.angle) == angle and o.scene.snr >= CLEAR_SNR
+              and o.scene.rt60 <= CLEAR_RT60])
+            for angle in sorted({abs(angle) for angle in self.grid.angles})])
+
+    def right_by_snr(self):
+        return chart.draw(
+            "Right angles over the noise", "Share of the segments with sound whose angle is within "
+            f"{NEAR} degrees, over the signal-to-noise ratio, for free field and rooms.",
+            ("signal-to-noise ratio [dB]", [0, 10, 20, 30]),
+            (f"within {NEAR}° [% of segments]", [0, 25, 50, 75, 100]),
+            [(room(rt60), [(snr, right_share(self.of(self.best, signal=self.signal, snr=snr,
+                                                     rt60=rt60)))
+                           for snr in self.grid.snrs], False) for rt60 in self.grid.rt60s])
+
+    def found_by_truth(self):
+        spacing = 5.8
+        return chart.draw(
+            f"Angle found over true angle, {spacing:g} cm", "Median of the angles found over the "
+            "true angle, for free field and rooms: in rooms angles at the side come out smaller.",
+            ("true angle [°]", list(range(-90, 91, 30))),
+            ("median found [°]", list(range(-90, 91, 30))),
+            [(room(rt60), [(angle, median_angle([
+                o for o in self.of(self.best, signal=self.signal, rt60=rt60, spacing=spacing,
+                                   angle=angle) if o.scene.snr >= CLEAR_SNR]))
+                for angle in self.grid.angles], False) for rt60 in self.grid.rt60s])
+
+    def right_by_angle(self):
+        sides = sorted({abs(angle) for angle in self.grid.angles})
+        return chart.draw(
+            "Right angles over the direction", "Share of the segments with sound whose angle is "
+            f"within {NEAR} degrees, over the size of the true angle, for every spacing.",
+            ("true angle, either side [°]", list(range(0, 91, 15))),
+            (f"within {NEAR}° [% of segments]", [0, 25, 50, 75, 100]),
+            [(f"{spacing:g} cm", [(side, right_share([
+                o for o in self.of(self.best, signal=self.signal, spacing=spacing)
+                if abs(o.scene.angle) == side and o.scene.snr >= CLEAR_SNR
+                and o.scene.rt60 <= CLEAR_RT60])) for side in sides], False)
+             for spacing in self.grid.spacings])
+
+
+# ---- Measurements of their own -----------------------------------------------------------------
+
+
+def side_scenes(grid, sources, rate=16000):
+    """A small set at one spacing, from the source with the widest band."""
+    signal = "speech" if "speech" in sources else "noise"
+    return [Scene(signal, sources[signal][0], 5.8, angle, 30, rt60, 10000 + number, rate)
+            for number, (angle, rt60) in enumerate(product(grid.side_angles, (0, 0.4)))]
+
+
+def rates_table(tool, grid, sources):
+    def finder(rate):
+        return lambda tool, path, spacing: {
+            "blocks": tool.blocks(path, spacing, "-r", rate, "--block-ms", 256)}
+
+    rows = []
+    for rate in (8000, 16000, 32000, 48000):
+        outcomes = run_all(lambda scene, rate=rate: scenes.measure(tool, scene, finder(rate)),
+                           side_scenes(grid, sources, rate))
+        rows += [([f"{rate} Hz", room(rt60)], [o for o in outcomes if o.scene.rt60 == rt60])
+                 for rt60 in (0, 0.4)]
+    return figure_table(["rate", "room"], rows)
+
+
+def unrelated_noise(tool, folder, frames):
+    """Blocks with an angle of two noises that have nothing in common."""
+    path = folder / "unrelated.wav"
+    samples = 0.1 * np.random.default_rng(1).standard_normal((60 * 16000, 2))
+    scenes.write_pair(str(path), samples, 16000)
+    lines = tool.blocks(path, 5.8, "-b", frames)
+    return share(sum(line.angle is not None for line in lines), len(lines))
+
+
+def blocks_table(tool, grid, sources, folder):
+    rows = []
+    for frames in (2, 4, 8, 16, 32, 64):
+        outcomes = run_all(
+            lambda scene, frames=frames: scenes.measure(tool, scene, lambda tool, path, spacing: {
+                "blocks": tool.blocks(path, spacing, "-b", frames)}),
+            side_scenes(grid, sources))
+        rows.append([str(frames), *figures(outcomes), unrelated_noise(tool, folder, frames)])
+    return table(["frames", *FIGURES, "unrelated noise with an angle"], rows)
+
+
+def talkers_table(tool, sources, folder):
+    """Two sources at once: whose angle comes out."""
+    signal = "speech" if "speech" in sources else "noise"
+    first, second = sources[signal][0], sources[signal][-1]
+    rows = []
+    for level in (0, 10):
+        samples = []
+        for angle, source, seed in ((-45, first, 1), (45, second, 2)):
+            path = folder / "talker.wav"
+            tool.simulate(Scene(signal, source, 5.8, angle, 40, 0, seed), path)
+            pair, rate = scenes.read_pair(str(path))
+            samples.append(pair / np.sqrt(np.mean(pair ** 2)))
+        both = samples[0] + samples[1] * 10 ** (-level / 20)
+        scenes.write_pair(str(path), 0.1 * both, rate)
+        lines = tool.track(path, 5.8)
+        answered = [line.angle for line in lines if line.angle is not None]
+        rows.append([f"{level} dB", str(len(lines)), share(len(answered), len(lines)),
+                     *(share(sum(abs(found - angle) <= NEAR for found in answered), len(answered))
+                       for angle in (-45, 45))])
+    return table(["second talker below the first", "segments", "with an angle",
+                  f"within {NEAR}° of the first", "of the second"], rows)
+
+
+def recording_outcome(row, method, lines):
+    """All of a recording counts, its pauses too."""
+    truth = float(row["angle_deg"])
+    scene = Scene("recording", row["file"], float(row["spacing_cm"]), truth, 0, 0, 0)
+    return Outcome(scene, method, len(lines),
+                   [line.angle - truth for line in lines if line.angle is not None])
+
+
+def recordings_table(tool, folder):
+    """For the files of recordings.csv: file, spacing_cm and angle_deg are read."""
+    rows = []
+    with open(folder / "recordings.csv", encoding="utf-8") as file:
+        for row in csv.DictReader(file):
+            found = scenes.find(tool, str(folder / row["file"]), float(row["spacing_cm"]))
+            for method, name in METHOD_NAMES.items():
+                if method in found and not method.startswith("SRP"):
+                    rows.append(([row["file"], f"{float(row['angle_deg']):g}°", name],
+                                 [recording_outcome(row, method, found[method])]))
+    return figure_table(["recording", "true angle", "estimator"], rows)
+
+
+# ---- The document ------------------------------------------------------------------------------
+
+
+def fill(template, values):
+    """Each {{name}} of the template by its value; a name without one is an error."""
+    parts = template.split("{{")
+    result = parts[0]
+    for part in parts[1:]:
+        name, rest = part.split("}}", 1)
+        result += values[name] + rest
+    return result
+
+
+def write_document(tool, options, folder):
+    grid = Grid(options.quick)
+    sources = prepare_sources(folder, options.quick, options.music)
+    planned = main_scenes(grid, sources)
+    outcomes = run_all(lambda scene: scenes.measure(tool, scene), planned)
+    report = Report(outcomes, grid, "smoothed" if tool.smooths else "blocks")
+    recordings = "None was given."
+    if options.recordings:
+        recordings = recordings_table(tool, options.recordings)
+    text = fill((HERE / "accuracy.md.in").read_text(encoding="utf-8"), {
+        "version": tool.run("--version").strip(),
+        "scenes": str(len(planned)),
+        "seconds": str(scenes.SECONDS),
+        "pause": str(scenes.PAUSE_DB),
+        "near": str(NEAR),
+        "methods": report.methods(),
+        "rooms": report.rooms(),
+        "snrs": report.snrs(),
+        "spacings": report.spacings(),
+        "angles": report.angles(),
+        "rates": rates_table(tool, grid, sources),
+        "blocks": blocks_table(tool, grid, sources, folder),
+        "talkers": talkers_table(tool, sources, folder),
+        "recordings": recordings,
+    })
+    options.output.mkdir(parents=True, exist_ok=True)
+    for name, drawing in (("snr", report.right_by_snr()), ("truth", report.found_by_truth()),
+                          ("direction", report.right_by_angle())):
+        (options.output / f"accuracy-{name}.svg").write_text(drawing, encoding="utf-8")
+    (options.output / "accuracy.md").write_text(text, encoding="utf-8")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
+    parser.add_argument("tool", metavar="EZOSSL", help="the command-line tool")
+    parser.add_argument("-o", "--output", type=Path, default=HERE.parent.parent / "docs",
+                        help="folder for accuracy.md and its drawings (default: docs)")
+    parser.add_argument("--recordings", type=Path, metavar="FOLDER",
+                        help="two-channel recordings, described by the recordings.csv there")
+    parser.add_argument("--music", metavar="FILE", help="sound file, as a third kind of signal")
+    parser.add_argument("--quick", action="store_true",
+                        help="a handful of scenes of noise: whether all of this works")
+    options = parser.parse_args()
+    with tempfile.TemporaryDirectory() as folder:
+        write_document(Tool(options.tool), options, Path(folder))
+
+
+if __name__ == "__main__":
+    main()
