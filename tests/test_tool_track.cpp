@@ -117,7 +117,7 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         {0, "", "two.flac --start 0.3 --duration 0.26", ": 1 block, 1 decided"},
         {0, "", "track cut.wav", "the header says 0.625 s, there are 0.312 s"},
         {0, "", "track half.ogg", "is truncated: its end is missing, there are 2.6"},
-        {0, "", "two.wav -G 40", "samples too loud for the gain wrapped around"},
+        {0, "", "two.wav -G 40", "samples wrapped around because the gain is too high"},
         {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
         {1, "", "track two.wav --raw", "starts with RIFF"},
         {2, "", "two.wav -g 1", "1 is not within -80 ... 0 dB"},

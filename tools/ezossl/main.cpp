@@ -19,8 +19,8 @@
 
 namespace {
 
-// Without a command, a file is to be tracked. What looks like a file counts as one, so that the
-// answer to a misspelt name is about the file.
+// Without a command, files are tracked. What looks like the name of a file counts as one, so that
+// the refusal of a misspelt name is about the file.
 bool is_file_name(const std::string &argument)
 {
     std::error_code ignored;
@@ -29,8 +29,7 @@ bool is_file_name(const std::string &argument)
                                             std::filesystem::exists(argument, ignored)));
 }
 
-// "--on-change 5" is meant like "--on-change=5"; what does not look like a number behind it is an
-// input.
+// "--on-change 5" means "--on-change=5". An argument that does not look like a number is an input.
 void join_on_change(std::vector<std::string> &arguments)
 {
     const auto option = std::find(arguments.begin(), arguments.end(), "--on-change");
@@ -41,7 +40,7 @@ void join_on_change(std::vector<std::string> &arguments)
     arguments.erase(option + 1);
 }
 
-// Puts in the command that was left out, and refuses what is neither a command nor a file.
+// Adds the command if it was omitted, and refuses what is neither a command nor a file.
 void complete_command(std::vector<std::string> &arguments)
 {
     const auto is_command = [](const std::string &argument) {
@@ -54,7 +53,7 @@ void complete_command(std::vector<std::string> &arguments)
         arguments.front() = "--help";
     else if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
         throw UsageFailure("there is no command and no file '" + arguments.front() +
-                           "'; for the commands: ezossl --help");
+                           "'; for the commands see: ezossl --help");
     else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))
         arguments.insert(arguments.begin(), "track");
 }
@@ -78,7 +77,7 @@ int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutpu
     return status == 0 ? kDone : kUsage;
 }
 
-// A command with its parser, which knows after parsing whether the user asked for it.
+// After parsing, the parser knows whether the user gave this command.
 struct ParsedCommand {
     const CLI::App *parser;
     RunCommand run;
@@ -98,14 +97,14 @@ int run(int argc, char **argv, DataOutput &output)
     CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
     app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
     set_parser_texts(app);
-    app.require_subcommand(0, 1); // none is refused below, so that a wrong option is told first
+    app.require_subcommand(0, 1); // a missing one is refused below, after wrong options
     app.fallthrough();            // -v may stand behind the command
     bool verbose = false;
     app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
     std::vector<ParsedCommand> commands;
     for (const Command &command : kCommands)
         commands.push_back(add_command(app, command));
-    // Set last, as the commands would take it over.
+    // Set last, as commands that are added later would inherit it.
     app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
 
     try {

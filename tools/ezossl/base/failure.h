@@ -14,12 +14,12 @@ struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The same for a command line that cannot be meant so: exit status 2.
+// A failure that the command line itself shows: exit status 2.
 struct UsageFailure : Failure {
     using Failure::Failure;
 };
 
-// Ends the program when everything is said already.
+// Ends the program without a message, because all has been said.
 struct EndWith {
     int status;
 };

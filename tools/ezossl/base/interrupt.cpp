@@ -32,12 +32,12 @@ void watch_for_interrupts()
 {
     nowhere = open("/dev/null", O_RDONLY | O_CLOEXEC);
     struct sigaction action = {};
-    action.sa_handler = count_interrupt; // without SA_RESTART: what waits is to notice
+    action.sa_handler = count_interrupt; // without SA_RESTART, so that blocked calls return
     for (const int signal : {SIGINT, SIGTERM})
         sigaction(signal, &action, nullptr);
     struct sigaction previous = {};
     sigaction(SIGHUP, nullptr, &previous);
-    if (previous.sa_handler != SIG_IGN) // nohup: stays when the terminal goes
+    if (previous.sa_handler != SIG_IGN) // under nohup the program outlives its terminal
         sigaction(SIGHUP, &action, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);

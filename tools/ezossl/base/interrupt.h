@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// interrupt.h - Ctrl-C and the like: asked for between two pieces of work, so that nothing
-// half-written is left behind.
+// interrupt.h - Ctrl-C and other signals that end the program. They are checked between two pieces
+// of work, so that no output is left half-written.
 
 #ifndef EZOSSL_TOOL_INTERRUPT_H
 #define EZOSSL_TOOL_INTERRUPT_H
@@ -12,8 +12,8 @@ void watch_for_interrupts();
 // Signals so far.
 int interrupts();
 
-// An interrupt also ends this descriptor: whoever waits to read from it finds its end. For pipes,
-// which may deliver nothing for ever.
+// On an interrupt this descriptor reads as end of file, so that a blocked read returns. For pipes,
+// which may never deliver anything.
 void end_on_interrupt(int descriptor);
 
 #endif

@@ -12,12 +12,12 @@ std::string format_text(const char *format, ...) __attribute__((format(printf, 1
 // "1 block", "2 blocks"
 std::string counted(long count, const char *thing);
 
-// Broken between words into lines of at most kTextWidth columns. The first line starts at the
-// column `indent`, where the others are brought to.
+// Breaks text between words into lines of at most kTextWidth columns. The first line starts at
+// column `indent`; the others are indented to it.
 constexpr std::size_t kTextWidth = 79;
 std::string wrapped(const std::string &text, std::size_t indent);
 
-// A line on standard error, after the name of the program; for what does not end it.
+// Prints a line on standard error after the name of the program, which goes on.
 void note(const std::string &text);
 
 #endif

@@ -23,7 +23,7 @@ struct Unit {
 };
 constexpr Unit kUnits[] = {{"", 1.0}, {"cm", 1.0}, {"mm", 0.1}, {"m", 100.0}};
 
-// Centimetres in one of the unit; 0 if there is no such unit.
+// Centimetres in one of the unit; 0 if the unit is unknown.
 double centimetres_per(std::string_view name)
 {
     const auto same_letter = [](char a, char b) {
@@ -48,11 +48,11 @@ double parse_spacing_cm(const std::string &text)
         unit.remove_prefix(1);
     const double factor = centimetres_per(unit);
     if (error != std::errc() || factor == 0.0)
-        throw Failure("spacing '" + text + "' is no length; write it like 5.8cm, 58mm or 0.058m");
+        throw Failure("spacing '" + text + "' is not a length; write 5.8cm, 58mm or 0.058m");
     const double spacing = number * factor;
     if (!(spacing >= kClosestCm && spacing <= kWidestCm)) // also refuses what is not a number
         throw Failure("spacing '" + text +
-                      "' must be 1 mm ... 10 m; a plain number is in "
+                      "' must be from 1 mm to 10 m; a plain number is in "
                       "centimetres");
     return spacing;
 }
@@ -67,9 +67,10 @@ std::array<double, 3> parse_room_size(const std::string &text)
         const bool is_last = i + 1 == size.size();
         const bool goes_on = is_last ? rest == end : rest != end && *rest == 'x';
         if (error != std::errc() || !goes_on)
-            throw Failure("room '" + text + "' is no size; write it in metres like 5x4x3");
+            throw Failure("room '" + text +
+                          "' is not a size; write width x depth x height in metres: 5x4x3");
         if (!(size[i] >= kNarrowestRoom && size[i] <= kWidestRoom))
-            throw Failure("room '" + text + "' must be 1.5 ... 50 m along each axis");
+            throw Failure("room '" + text + "' must measure 1.5 to 50 m along each axis");
         at = rest + 1;
     }
     return size;

@@ -7,12 +7,12 @@
 #include <array>
 #include <string>
 
-// A spacing in centimetres from "5.8", "5.8cm", "58mm" or "0.058m". Failure if the text is no
-// length, or the length is none that two microphones can have.
+// A spacing in centimetres from "5.8", "5.8cm", "58mm" or "0.058m". Failure if the text is
+// not a length, or two microphones cannot be that far apart.
 double parse_spacing_cm(const std::string &text);
 
-// Metres along three axes from "5x4x3". Failure if the text is no room, or one that is too small or
-// too large to be simulated.
+// Metres along three axes from "5x4x3". Failure if the text is not a size, or the room is too small
+// or too large to be simulated.
 std::array<double, 3> parse_room_size(const std::string &text);
 
 #endif

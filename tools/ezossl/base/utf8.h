@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// utf8.h - text that has to be UTF-8 for its reader, whatever the bytes of a file's name are.
+// utf8.h - valid UTF-8 from any bytes, such as those of a file name.
 
 #ifndef EZOSSL_TOOL_UTF8_H
 #define EZOSSL_TOOL_UTF8_H

@@ -36,10 +36,11 @@ constexpr Command kCommands[] = {
     {"track", "Print the direction of the sound in two-channel files", add_track,
      "  ezossl track talk.wav -s 5.8cm\n"
      "  ezossl track talk.flac -s 58mm -r 16000 -f csv -o talk.csv --plot talk.svg\n"},
-    {"live", "Print the direction of the sound that microphones hear now, until Ctrl-C", add_live,
+    {"live", "Print the direction of the sound at two microphones until Ctrl-C", add_live,
      "  ezossl live -s 5.8cm\n"
      "  ezossl live -D hw:1,0 -s 5.8cm -d 60 --record bench.wav --on-change 5\n"},
-    {"check", "Tell whether a recording or a device is usable, and name the fault", add_check,
+    {"check", "Tell whether a recording or a device is usable and, if not, what is wrong",
+     add_check,
      "  ezossl check talk.wav -s 5.8cm\n"
      "  ezossl check --live 10 -D hw:1,0 -s 5.8cm\n"},
     {"simulate", "Make a two-channel file with a known direction", add_simulate,
@@ -48,10 +49,10 @@ constexpr Command kCommands[] = {
     {"geometry", "Show what a pair of microphones can resolve", add_geometry,
      "  ezossl geometry -s 5.8cm\n"
      "  ezossl geometry -s 12cm -r 16000 -t 35\n"},
-    {"demo", "Show the library at work on a made-up sound; needs no file and no microphone",
+    {"demo", "Show the library at work on a simulated sound; needs no file and no microphone",
      add_demo,
      "  ezossl demo\n"
-     "  ezossl demo | cat                 # unpaced, as into a file\n"},
+     "  ezossl demo | cat                 # at full speed, as into a file\n"},
 };
 
 #endif

@@ -80,11 +80,10 @@ void demo(DataOutput &output)
     Localizer localizer({kRate, kSpacingCm, kTemperature, -60, kBlockFrames});
     Score score;
 
-    output.print(
-        "Bursts of noise walk around two microphones %g cm apart, made and heard at %d Hz,\n"
-        "%g dB above their noise. + is the side of microphone 0, left as seen from behind "
-        "them.\n\n%6s  %6s  %-*s%s\n",
-        kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
+    output.print("Bursts of noise move around two microphones %g cm apart, simulated at %d Hz and\n"
+                 "%g dB above the microphones' noise. + is the side of microphone 0, on the left.\n"
+                 "\n%6s  %6s  %-*s%s\n",
+                 kSpacingCm, kRate, kSnrDb, "truth", "found", kMeterWidth - 1, "+90", "-90");
     for (int step = 0; step < kSteps; ++step) {
         const double truth = walk.at((step + 0.5) / kSteps);
         const Block block =

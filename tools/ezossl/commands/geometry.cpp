@@ -19,18 +19,21 @@ struct Explanation {
     const char *text;
 };
 constexpr Explanation kExplanations[] = {
-    {"longest lag", "samples that sound needs from one microphone to the other"},
-    {"D", "the limit that the library counts with: the longest lag in float arithmetic, cut to "
-          "whole samples, plus one; frames with lags beyond D + 3 are rejected"},
-    {"directions", "every frame votes for the nearest of nine directions k, 22.5 degrees apart, "
-                   "that expect a delay of D cos(k pi / 8) (with the D of 25 degrees Celsius). "
-                   "Counted are those that a possible lag votes for: a whole number of samples, "
-                   "no more than the longest lag, within -(D + 3) ... D + 3 and -128 ... 127"},
+    {"longest lag", "samples that sound takes from one microphone to the other"},
+    {"D",
+     "the library's limit: the longest lag in float arithmetic, cut to whole samples, plus one. "
+     "Frames with lags beyond D + 3 are rejected"},
+    {"directions",
+     "every frame votes for the nearest of nine directions k, 22.5 degrees apart. The "
+     "expected delay of each is D cos(k pi / 8), with D at 25 degrees Celsius. The "
+     "number shown counts the directions that a possible lag votes for: a whole "
+     "number of samples, no more than the longest lag, within -(D + 3) ... D + 3 "
+     "and -128 ... 127"},
     {"first step", "angle of a lag of one sample. Angles between whole lags come from the mean "
                    "over a block and from the shape of the correlation's peak"},
     {"seen up to", "angle of the longest lag that a frame can show: 127 samples"},
     {"modes", "bf_mode 0, spectral, sees lags of -128 ... 127 samples. bf_mode 1, time-domain, "
-              "sees lags below 128 and locates nothing, as both its frames carry microphone 0"},
+              "compares microphone 0 with itself: it sees lags below 128 and gives no direction"},
 };
 
 std::string explanations()
@@ -74,7 +77,8 @@ void print_rates(const ArrayOptions &array, DataOutput &output)
                      std::count(reachable.begin(), reachable.end(), true), kDirectionCount,
                      first_step, pair.widest_angle(), widest_spacing_cm(rate, array.temperature));
     }
-    output.print("\nWith -r RATE: lag by lag. What the columns mean: ezossl geometry --help\n");
+    output.print(
+        "\n-r RATE shows one rate lag by lag; ezossl geometry --help explains the columns.\n");
 }
 
 // Of a lag that is so many samples longer than the longest one.
@@ -120,7 +124,7 @@ RunCommand add_geometry(CLI::App &parser)
 {
     const auto options = std::make_shared<GeometryOptions>();
     options->array.add_to(parser);
-    parser.add_option("-r,--rate", options->rate, "One sample rate in Hz, lag by lag")
+    parser.add_option("-r,--rate", options->rate, "Show one sample rate, lag by lag")
         ->check(supported_rate());
     parser.footer(explanations());
     return [options](DataOutput &output) { show_geometry(*options, output); };

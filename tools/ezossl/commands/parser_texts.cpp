@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "base/text.h"
 
@@ -43,23 +44,26 @@ std::string sentence_of(const CLI::App &app, const CLI::Error &error)
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
         const std::string extras = CLI::detail::join(app.remaining(true), " ");
         return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
-                                                   "'; such as: ezossl FILE -s 5.8cm"
-                                             : "not expected: " + extras;
+                                                   "'; try: ezossl FILE -s 5.8cm"
+                                             : "unexpected: " + extras;
     }
     std::string text = error.what();
     if (text == "--spacing is required")
-        return text + ", the distance between the microphones, such as -s 5.8cm";
+        return text + ": the distance between the microphones, for example -s 5.8cm";
     const std::string no_conversion = "Could not convert: ";
     if (text.rfind(no_conversion, 0) == 0)
         return text.substr(no_conversion.size()) + " is not a whole number";
     if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
-        return text.substr(0, at) + " can be given once only";
+        return text.substr(0, at) + " can be given only once";
     return text;
 }
 
 std::string describe_usage_error(const CLI::App *app, const CLI::Error &error)
 {
-    return "ezossl: " + sentence_of(*app, error) + "\nFor what it takes: ezossl [COMMAND] --help\n";
+    const std::vector<CLI::App *> parsed = app->get_subcommands();
+    const std::string command = parsed.empty() ? "" : ' ' + parsed.front()->get_name();
+    return "ezossl: " + sentence_of(*app, error) + "\nFor the options see: ezossl" + command +
+           " --help\n";
 }
 
 } // namespace

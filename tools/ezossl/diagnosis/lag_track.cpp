@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lag_track.cpp - a straight line through the lags. Its slope is the median of the slopes of all pairs of points (P.
+// lag_track.cpp - a line through the lags. Its slope is the median of all pairs of points (P.
 // K. Sen, "Estimates of the regression coefficient based on Kendall's tau", J. Am. Stat. Assoc. 63,
 // 1968): up to a quarter of the segments may be wrong.
 

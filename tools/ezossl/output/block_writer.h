@@ -13,7 +13,7 @@
 #include "output/summary.h"
 #include "tracking/localizer.h"
 
-// Which input, and how it is listened to.
+// Which input, and how it is analysed.
 struct InputInfo {
     std::string name; // as the user wrote it
     InputLayout layout;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// columns.h - what programs are told of a block: the columns of CSV, which are the members of JSON.
+// columns.h - the values of a block for programs: the columns of CSV and the members of JSON.
 // A new column is a row of kColumns in columns.cpp, and the function that finds its value.
 
 #ifndef EZOSSL_TOOL_COLUMNS_H

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// csv_writer.cpp - blocks as comma-separated values, one header line for all inputs.
+// csv_writer.cpp - blocks as comma-separated values, with one header line for all inputs.
 
 #include "base/text.h"
 #include "output/columns.h"

@@ -10,8 +10,8 @@
 
 #include "output/pending_file.h"
 
-// The library prints its messages to standard output. So that results stay alone there, this takes
-// standard output over for itself and leaves descriptor 1 pointing elsewhere. Make one, early.
+// The library prints its messages to standard output. To keep them apart from the results, this
+// takes over standard output and points descriptor 1 elsewhere. Make one, before anything prints.
 class DataOutput
 {
 public:
@@ -23,8 +23,8 @@ public:
     // From now on to a file, which appears with finish().
     void redirect(const std::string &path);
 
-    // Failure when the bytes cannot be written; those still buffered are tried by flush(). When
-    // nobody reads them any more, the program ends without a word.
+    // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a pipe
+    // is gone, the program ends without a message.
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
     void flush();
     void finish();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// meter.h - a direction as a picture of one line.
+// meter.h - a direction as a line of characters.
 
 #ifndef EZOSSL_TOOL_METER_H
 #define EZOSSL_TOOL_METER_H

@@ -11,7 +11,7 @@
 class PendingFile
 {
 public:
-    // Refuses -, which is no file, and what nobody can write to, such as a directory.
+    // Refuses -, which is not a file, and what cannot be written to, such as a directory.
     explicit PendingFile(const std::string &target);
     ~PendingFile();
     PendingFile(const PendingFile &) = delete;

@@ -132,7 +132,7 @@ void Report::advise(const Summary &summary) const
 {
     const long sounding = summary.blocks() - summary.count(BlockStatus::quiet);
     if (input_.settings.mode == DelayMode::time_domain)
-        note("--mode delay reports a constant and locates nothing; leave it away for angles");
+        note("--mode delay reports a constant delay and no direction; omit it to get angles");
     else if (input_.settings.sample_rate > kBestRate && sounding >= kFewestToJudge &&
              static_cast<double>(summary.count(BlockStatus::ok)) <
                  kGoodShare * static_cast<double>(sounding))

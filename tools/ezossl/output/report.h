@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// report.h - all that the user gets of an input: lines, drawings, summary.
+// report.h - everything the user gets from an input: lines, figures, summary.
 
 #ifndef EZOSSL_TOOL_REPORT_H
 #define EZOSSL_TOOL_REPORT_H
@@ -31,16 +31,16 @@ struct ReportSettings {
 class Report
 {
 public:
-    // Opens the outputs that the settings name. Live, every line is out as soon as it is written.
+    // Opens the outputs that the settings name. If live, each line is flushed at once.
     Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs);
 
     void begin(const InputInfo &input);
     void block(const Block &block, const std::vector<int> &delays);
     // The summary is complete but for the blocks, which are counted here.
     void end(Summary rest);
-    // Tells on standard error what was found so far.
+    // Prints the summary so far on standard error.
     void summarize() const;
-    // Puts what was written to its place; without it, there are no files.
+    // Makes the output files appear; without it, there are none.
     void commit();
 
     long blocks() const { return summary_.blocks(); }
@@ -64,7 +64,7 @@ private:
     std::list<Figure> figures_;
     InputInfo input_;
     Summary summary_;
-    std::vector<Block> drawn_; // all blocks of the input, if there is something to draw
+    std::vector<Block> drawn_; // all blocks of the input, if there are figures
     std::optional<int> last_shown_;
     std::chrono::steady_clock::time_point began_;
 };

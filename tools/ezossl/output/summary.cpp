@@ -59,6 +59,6 @@ std::string to_text(const std::string &path, const Summary &summary)
                 " beyond full scale clamped";
     if (summary.wrapped > 0)
         text += ", " + counted(static_cast<long>(summary.wrapped), "sample") +
-                " too loud for the gain wrapped around: lower -G";
+                " wrapped around because the gain is too high: lower -G";
     return text;
 }

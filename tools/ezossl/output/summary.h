@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// summary.h - what is told of an input at its end.
+// summary.h - the counts that are reported at the end of an input.
 
 #ifndef EZOSSL_TOOL_SUMMARY_H
 #define EZOSSL_TOOL_SUMMARY_H

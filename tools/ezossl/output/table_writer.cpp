@@ -15,7 +15,7 @@ std::string direction(const Block &block)
                                            : display_of(block.status).words;
 }
 
-// A column of text before the meter. A negative width puts it to the left, as in printf.
+// A column of text before the meter. A negative width aligns it to the left, as in printf.
 struct TextColumn {
     const char *gap; // before the column
     const char *heading;
@@ -61,7 +61,7 @@ public:
     }
 
 private:
-    // With the first block: an input that gives none gets no header either.
+    // With the first block, so that an input without blocks has no header.
     void write_header()
     {
         if (style_.many_inputs)

@@ -28,7 +28,7 @@ constexpr double kLevelBottom = kLevelTop + 74.0;
 constexpr double kHeight = kLevelBottom + 50.0;
 constexpr std::size_t kTitleCharacters = 70;
 
-// From here on the blocks are so narrow that only thin marks stay apart.
+// With more blocks than this, only thin marks stay apart.
 constexpr std::size_t kManyBlocks = 300;
 
 // Places that differ by less than half a unit look the same.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// plot_text.h - what the figures say in words.
+// plot_text.h - the words and numbers in the figures.
 
 #ifndef EZOSSL_TOOL_PLOT_TEXT_H
 #define EZOSSL_TOOL_PLOT_TEXT_H
@@ -22,7 +22,7 @@ double median_angle(const std::vector<Block> &blocks);
 // "18 of 20 blocks with an angle (90 %), median +30°"
 std::string result_text(const std::vector<Block> &blocks);
 
-// The end of a title that is too long for its line, as the end of a path tells more.
+// Shortens a title at its start to fit its line, because the end of a path says more.
 std::string fitting_title(const std::string &title, std::size_t most_characters);
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// svg.h - a drawing as an SVG document: shapes with the classes of one style sheet, which holds for
-// light and dark backgrounds. What is drawn where is the caller's.
+// svg.h - a drawing as an SVG document: shapes with the classes of one style sheet for light and
+// dark backgrounds. The caller decides what is drawn where.
 
 #ifndef EZOSSL_TOOL_SVG_H
 #define EZOSSL_TOOL_SVG_H
@@ -15,8 +15,8 @@ struct SvgPoint {
 // Rounded to a tenth of a unit, the same in every locale.
 std::string svg_number(double value);
 
-// Text as XML takes it. What no XML document can hold (control characters, bytes that are not
-// UTF-8, as in the name of an old file) becomes U+FFFD.
+// Text escaped for XML. What XML does not allow (control characters, bytes that are not UTF-8)
+// becomes U+FFFD.
 std::string xml_text(const std::string &text);
 
 // The outline of a path, step by step.
@@ -40,7 +40,7 @@ private:
 class SvgDrawing
 {
 public:
-    // Title and description are for those who cannot see the drawing.
+    // Screen readers read the title and the description.
     SvgDrawing(double width, double height, const std::string &title,
                const std::string &description);
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// time_axis.h - where an instant stands in a figure, and the ticks for anything from a second to
-// days.
+// time_axis.h - the place of a time in a figure, and the ticks for durations from a second to days.
 
 #ifndef EZOSSL_TOOL_TIME_AXIS_H
 #define EZOSSL_TOOL_TIME_AXIS_H

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// block.h - what is known of a block of frames once it is over: the unit of every output.
+// block.h - the result of a block of frames, from which every output is made.
 
 #ifndef EZOSSL_TOOL_BLOCK_H
 #define EZOSSL_TOOL_BLOCK_H

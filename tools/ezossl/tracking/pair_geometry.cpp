@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_geometry.cpp - the library's geometry once more: what it rounds to float is rounded here too.
+// pair_geometry.cpp - the library's geometry: what it rounds to float is rounded here too.
 
 #include "tracking/pair_geometry.h"
 
