@@ -19,8 +19,11 @@ require() { # LINE TEXT PLACE
     grep -qxF -e "$1" <<<"$2" || { echo "$1 is missing in the $3" && exit 1; }
 }
 # The manual page without its fonts, a paragraph per line.
-manual=$(sed -E 's/\\f[A-Z]//g; s/\\-/-/g; s/^\.([BIR]|BI|BR|IR|RB) //; s/"//g; s/\( /(/; s/ \)/)/' \
-    docs/ezossl.1 | awk '/^\.(TP|SS|SH|PP)/ { print "" } { printf "%s ", $0 }')
+manual=$(
+    sed -E 's/\\f[A-Z]//g; s/\\-/-/g; s/^\.([BIR]|BI|BR|IR|RB) //' docs/ezossl.1 |
+        sed -E 's/"//g; s/\( /(/; s/ \)/)/' |
+        awk '/^\.(TP|SS|SH|PP)/ { print "" } { printf "%s ", $0 }'
+)
 require_value() { # OPTION WORD in a paragraph on the option
     grep -E -e "$1[ ,]" <<<"$manual" | grep -qwF -e "$2" ||
         { echo "$2 is missing with $1 in the manual" && exit 1; }

@@ -23,8 +23,8 @@ public:
     // From now on to a file, which appears with finish().
     void redirect(const std::string &path);
 
-    // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a pipe
-    // is gone, the program ends without a message.
+    // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a
+    // pipe is gone, the program ends without a message.
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
     void flush();
     void finish();
