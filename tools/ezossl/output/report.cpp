@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <thread>
+#include <utility>
 
 #include "base/failure.h"
 #include "base/interrupt.h"
@@ -48,8 +49,9 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
 {
     if (!settings.output.empty())
         output.redirect(settings.output);
-    for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
-                                        std::pair(settings.histogram, angle_rose_svg)}) {
+    using NamedDrawing = std::pair<std::string, Drawing>;
+    for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
+                                        NamedDrawing(settings.histogram, angle_rose_svg)}) {
         if (path.empty())
             continue;
         // An empty file shows now whether it can be written, not after an hour.
