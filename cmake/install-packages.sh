@@ -9,6 +9,7 @@
 #   tools   libraries of the command-line tool
 #   test    GoogleTest, and Python for its module, its example, its XML parser and the accuracy
 #   check   formatting, static analysis, the other compiler, the pages, a look at the packages
+#   bench   Google Benchmark, FFTW beside which the FFT is measured, the emulator that counts
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
@@ -30,7 +31,8 @@ declare -A probes=(
     [alsa-utils]='file /usr/share/sounds/alsa/Front_Center.wav'
     [clang-format]='program clang-format' [clang-tidy]='program clang-tidy'
     [clang]='program clang' [shellcheck]='program shellcheck' [ccache]='program ccache'
-    [doxygen]='program doxygen'
+    [doxygen]='program doxygen' [libbenchmark-dev]='module benchmark'
+    [libfftw3-dev]='module fftw3f' [qemu-user]='program qemu-x86_64 qemu-aarch64'
 )
 probe() { # KIND NAME... - whether one is there
     local kind=$1 name
@@ -75,13 +77,14 @@ for group in "$@"; do
         packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian)
         packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
         ;;
+    bench) packages+=(libbenchmark-dev libfftw3-dev libkissfft-dev qemu-user python3) ;;
     demo) packages+=(alsa-utils) ;;
     package) packages+=(build-essential debhelper dh-python python3-numpy) ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
-        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, demo," \
-            "package, arm64, armhf" >&2
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, bench," \
+            "demo, package, arm64, armhf" >&2
         exit 2
         ;;
     esac

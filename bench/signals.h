@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// signals.h - what the benchmarks feed in: interleaved frames of two microphones.
+
+#ifndef EZOSSL_BENCH_SIGNALS_H
+#define EZOSSL_BENCH_SIGNALS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+#include "EzoSsl.h"
+
+constexpr std::size_t kFrameSamples = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT;
+constexpr std::size_t kFrames = 1024; // in a signal; whoever needs more begins again
+
+enum class Signal {
+    noise,      // reaches microphone 0 two samples later, with a tenth of noise of its own on each
+    far_lag,    // the same 16 samples later: too late for the spacing, so frames are rejected
+    silence,    // zeros
+    full_scale, // noise, every sample at one end of the range or the other
+    decay,      // noise that dies away to zeros
+};
+
+std::vector<int16_t> make_signal(Signal kind);
+
+// Frames without end that hardly repeat: every 32 frames one of the kinds above, a lag and a level.
+class EndlessSignal
+{
+public:
+    // The next frame.
+    const int16_t *next();
+
+private:
+    std::minstd_rand random_{1};
+    std::size_t frames_ = 0;
+    Signal kind_ = Signal::noise;
+    int level_ = 0;
+    std::size_t lag_ = 0;
+    std::vector<int> source_ = std::vector<int>(EZOSSL_FRAME_LENGTH + 32);
+    std::vector<int16_t> frame_ = std::vector<int16_t>(kFrameSamples);
+};
+
+#endif
