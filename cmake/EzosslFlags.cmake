@@ -23,6 +23,28 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
 set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 
+# What is built here for its own sake is hardened; a project that this is a part of has flags of its
+# own, and so does a builder who names such flags. Sanitizers look closer than these do.
+if(PROJECT_IS_TOP_LEVEL AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
+    include(CheckCXXCompilerFlag)
+    foreach(flag -fstack-protector-strong -fstack-clash-protection
+            -fcf-protection=full # x86: jumps and returns
+            -mbranch-protection=standard) # arm64: the same
+        string(REGEX REPLACE "^(-[a-z]+-[a-z]+).*$" "\\1" family "${flag}")
+        string(MAKE_C_IDENTIFIER "ezossl_has${flag}" has)
+        set(CMAKE_REQUIRED_FLAGS -Werror)
+        check_cxx_compiler_flag(${flag} ${has})
+        unset(CMAKE_REQUIRED_FLAGS)
+        if(${has} AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "${family}")
+            add_compile_options(${flag})
+        endif()
+    endforeach()
+    if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE") # which needs optimisation
+        add_compile_options("$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+    endif()
+    add_link_options(LINKER:-z,relro,-z,now)
+endif()
+
 # Results are fixed to the operation: no fused multiply-add, no reordering. Calls of the math
 # library need not set errno, which nobody reads.
 add_library(ezossl_arithmetic INTERFACE)

@@ -45,12 +45,31 @@ install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR
     COMPONENT libezossl-dev)
 
 if(TARGET ezossl_tool)
-    # Below /usr the system finds the library; elsewhere it may not look for it.
+    # Below /usr the system finds the library; elsewhere it may not look for it. CMake would end the
+    # path in the build folder with empty entries, each of which is the current folder, so the path
+    # is changed here. The one in the build folder is as long as the other: "/." adds nothing.
+    set(tool_path "")
+    set(tool_path_in_build "$ORIGIN/..")
     if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
         file(RELATIVE_PATH libdir_of_bindir ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-        set_target_properties(ezossl_tool PROPERTIES INSTALL_RPATH "$ORIGIN/${libdir_of_bindir}")
+        set(tool_path "$ORIGIN/${libdir_of_bindir}")
     endif()
+    string(LENGTH "${tool_path}" needed)
+    string(LENGTH "${tool_path_in_build}" length)
+    while(length LESS needed)
+        string(APPEND tool_path_in_build "/.")
+        string(LENGTH "${tool_path_in_build}" length)
+    endwhile()
+    set_target_properties(ezossl_tool PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "${tool_path_in_build}")
     install(TARGETS ezossl_tool COMPONENT ezossl-tools)
+    set(change "RPATH_REMOVE FILE \"\${tool}\"")
+    if(tool_path)
+        string(REPLACE "$" "\\$" tool_path "${tool_path}")
+        set(change "RPATH_SET FILE \"\${tool}\" NEW_RPATH \"${tool_path}\"")
+    endif()
+    install(CODE "set(tool \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/ezossl\")
+file(${change})" COMPONENT ezossl-tools)
     install(FILES tools/completion/ezossl COMPONENT ezossl-tools
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT documentation)

@@ -1,0 +1,33 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# test_hardening.sh BUILD_DIR HARDENED FILE... - no program or library in the folder looks for
+# libraries in the current folder; the FILEs have a read-only table of relocations that is complete
+# at the start, and guards on the stack and around buffers, if they are built with them (HARDENED 1).
+set -euo pipefail
+fail() {
+    echo "$*" >&2
+    exit 1
+}
+
+checked=0
+while read -r file; do
+    paths=$(readelf -d "$file" 2>/dev/null | sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p')
+    [ -n "$paths" ] || continue
+    # The line break of <<< ends the last entry.
+    # shellcheck disable=SC2016 # the linker's own variable
+    while IFS= read -r -d : entry; do
+        [[ $entry = '$ORIGIN'* || $entry = /* ]] || fail "$file looks for libraries in '$paths'"
+    done <<<"$paths:"
+    checked=$((checked + 1))
+done < <(find "$1" -type f \( -perm -u+x -o -name '*.so*' \) ! -path '*/CMakeFiles/*')
+[ "$checked" -ge 2 ] || fail "only $checked files with a path in $1"
+
+[ "$2" = 1 ] || exit 0
+for file in "${@:3}"; do
+    readelf -lW "$file" | grep -q GNU_RELRO || fail "$file: no RELRO"
+    readelf -dW "$file" | grep -qE '\((FLAGS|FLAGS_1)\).*NOW' || fail "$file: no BIND_NOW"
+    symbols=$(readelf --dyn-syms -W "$file")
+    for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
+        grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
+    done
+done
