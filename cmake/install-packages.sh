@@ -10,6 +10,7 @@
 #   test    GoogleTest, and Python for its module, its example, its XML parser and the accuracy
 #   check   formatting, static analysis, the other compiler, the pages, a look at the packages
 #   bench   Google Benchmark, FFTW beside which the FFT is measured, the emulator that counts
+#   fuzz    the compiler of the fuzzers
 #   demo    the voices that demo.sh places
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
@@ -73,6 +74,7 @@ for group in "$@"; do
     test)
         packages+=(libgtest-dev python3 python3-numpy python3-pytest python3-pip python3-setuptools)
         ;;
+    fuzz) packages+=(clang libclang-rt-dev) ;;
     check)
         packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian)
         packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
@@ -83,8 +85,8 @@ for group in "$@"; do
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
-        echo "install-packages.sh: no group '$group'; there are build, tools, test, check, bench," \
-            "demo, package, arm64, armhf" >&2
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, fuzz, check," \
+            "bench, demo, package, arm64, armhf" >&2
         exit 2
         ;;
     esac

@@ -1,0 +1,47 @@
+#!/bin/bash
+# SPDX-License-Identifier: MIT
+# run.sh [TIME [NAME...]] - builds the fuzzers and runs each (or those named) for TIME: hours such
+# as 8 or 0.5, or seconds such as 60s; one minute without. What they find and learn is kept in
+# build/fuzz: an input that fails is build/fuzz/NAME-crash-*, and fuzz_NAME FILE plays it again.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+case ${1:-60s} in
+*s) seconds=${1:-60s} seconds=${seconds%s} ;;
+*) seconds=$(awk -v hours="$1" 'BEGIN { printf "%d", hours * 3600 }') ;;
+esac
+[[ $seconds =~ ^[1-9][0-9]*$ ]] || {
+    echo "run.sh: '$1' is not a time; write hours, such as 8 or 0.5, or seconds, such as 60s" >&2
+    exit 2
+}
+shift $(($# > 0))
+cmake/install-packages.sh build fuzz
+cjson=()
+if cmake/fetch-cjson.sh; then
+    cjson=(-DEZOSSL_CJSON_SOURCE_DIR="$PWD/build/cjson")
+else
+    echo 'LEFT OUT: cJSON is not instrumented, see above' >&2
+fi
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
+cmake --preset fuzz "${cjson[@]}" >/dev/null
+cmake --build --preset fuzz --parallel "$(nproc)"
+
+if [ $# -eq 0 ]; then
+    for source in fuzz/fuzz_*.cpp; do
+        name=${source#fuzz/fuzz_}
+        set -- "$@" "${name%.cpp}"
+    done
+fi
+export UBSAN_OPTIONS=print_stacktrace=1
+for name in "$@"; do
+    learned=build/fuzz/corpus/$name
+    mkdir -p "$learned"
+    dictionary=()
+    [ ! -e "fuzz/$name.dict" ] || dictionary=(-dict="fuzz/$name.dict")
+    echo "fuzz_$name, $seconds s"
+    # The folders are named in full: fuzz_calls works in a folder of its own.
+    build/fuzz/fuzz/fuzz_"$name" "${dictionary[@]}" -max_total_time="$seconds" -timeout=10 \
+        -print_final_stats=1 -artifact_prefix="$PWD/build/fuzz/$name-" \
+        "$PWD/$learned" "$PWD/fuzz/corpus/$name" 2>"$learned.log" || { cat "$learned.log"; exit 1; }
+    grep -E '^(stat::number_of_executed_units|[0-9]+ calls of)|^#.*DONE' "$learned.log"
+done
