@@ -7,6 +7,10 @@ set -euo pipefail
 cd "$(dirname "$0")"
 umask 022
 
+if ! command -v dpkg >/dev/null; then
+    echo 'packages.sh: Debian packages are made on a Debian system' >&2
+    exit 1
+fi
 native=$(dpkg --print-architecture)
 architecture=${1:-$native}
 case $architecture in

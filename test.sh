@@ -1,19 +1,35 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test.sh [PRESET] - installs what is missing, builds the preset (release) and runs all its tests;
-# those of the presets arm64 and armhf under an emulator.
+# test.sh [PRESET [OPTION...]] - installs what is missing, builds the preset, with further options
+# of CMake, and runs all its tests.
+#
+#   release   what is shipped (default)
+#   dev       with debug information; warnings are errors
+#   clang     by the other compiler; warnings are errors
+#   sanitize  with AddressSanitizer and UndefinedBehaviorSanitizer
+#   arm64     64-bit Arm, cross-compiled; tests run under an emulator
+#   armhf     32-bit Arm, the same
 set -euo pipefail
 cd "$(dirname "$0")"
+usage() {
+    sed -n '3,/^set/s/^# \{0,1\}//p' "$0"
+}
 
 preset=${1:-release}
+shift || true # there may be none
+groups=(build tools test)
 case $preset in
-arm64 | armhf)
-    cmake/install-packages.sh build tools test "$preset"
-    cmake/fetch-ne10.sh "$preset"
-    ;;
-*) cmake/install-packages.sh build tools test ;;
+-h | --help) usage && exit 0 ;;
+release | dev | sanitize) ;;
+clang) groups+=(clang) ;;
+arm64 | armhf) groups+=("$preset") ;;
+*) usage >&2 && exit 2 ;;
 esac
-export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
-cmake --preset "$preset" -DEZOSSL_BUILD_TESTS=ON -DEZOSSL_BUILD_TOOLS=ON
+cmake/install-packages.sh "${groups[@]}"
+case $preset in
+arm64 | armhf) cmake/fetch-ne10.sh "$preset" ;;
+esac
+. cmake/generator.sh
+cmake --preset "$preset" -DEZOSSL_BUILD_TESTS=ON -DEZOSSL_BUILD_TOOLS=ON "$@"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 ctest --preset "$preset"

@@ -3,7 +3,7 @@
 # Flags as interface targets: what a target is built with is what it links.
 
 # The build type and the compile commands are the business of the project on top.
-if(PROJECT_IS_TOP_LEVEL)
+if(top_level)
     if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
         set(CMAKE_BUILD_TYPE Release)
     endif()
@@ -17,8 +17,9 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 
 # What is shipped is the same wherever it is built: no path of the build in it, and no time. Builds
 # for debugging keep their paths, by which a debugger finds the sources.
-add_compile_options("$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
-    "$<$<CONFIG:Release,MinSizeRel>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>")
+set(shipped "$<OR:$<CONFIG:Release>,$<CONFIG:MinSizeRel>>")
+add_compile_options("$<${shipped}:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
+    "$<${shipped}:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>")
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
 set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
@@ -54,12 +55,13 @@ target_compile_options(ezossl_arithmetic INTERFACE -ffp-contract=off -fno-fast-m
 add_library(ezossl_basic_warnings INTERFACE)
 add_library(ezossl_warnings INTERFACE)
 target_link_libraries(ezossl_warnings INTERFACE ezossl_basic_warnings)
-if(PROJECT_IS_TOP_LEVEL)
+if(top_level)
     # Tests compute what they expect in double and by hand: they have the basic warnings only.
     target_compile_options(ezossl_basic_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
         -Wformat-security -Wundef $<$<BOOL:${EZOSSL_WERROR}>:-Werror>)
+    # clang takes the explicit double{x} for an implicit promotion.
     target_compile_options(ezossl_warnings INTERFACE -Wconversion -Wsign-conversion
-        -Wdouble-promotion -Wcast-qual
+        $<$<CXX_COMPILER_ID:GNU>:-Wdouble-promotion> -Wcast-qual
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor>
         $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes -Wmissing-prototypes>)
 endif()

@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
 #
-# Install rules, and what find_package() and pkg-config need of the installed files. The components
-# are the Debian packages that they become; "documentation" is what those have in their own form.
+# Install rules, and what find_package() and pkg-config need of the installed files.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -12,37 +11,32 @@ set(static_libraries ${EZOSSL_FFT_LIBS_PRIVATE} -lcjson -lm)
 target_link_libraries(ezossl_static INTERFACE "$<INSTALL_INTERFACE:${static_libraries}>")
 
 install(TARGETS ezossl EXPORT ezossl_shared
-    LIBRARY COMPONENT libezossl1 NAMELINK_COMPONENT libezossl-dev
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS ezossl_static EXPORT ezossl_static
-    ARCHIVE COMPONENT libezossl-dev
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES src/EzoSsl.h TYPE INCLUDE COMPONENT libezossl-dev)
+install(FILES src/EzoSsl.h TYPE INCLUDE)
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ezossl)
-install(EXPORT ezossl_shared NAMESPACE ezossl:: FILE ezosslShared.cmake DESTINATION ${config_dir}
-    COMPONENT libezossl-dev)
-install(EXPORT ezossl_static NAMESPACE ezossl:: FILE ezosslStatic.cmake DESTINATION ${config_dir}
-    COMPONENT libezossl-dev)
+install(EXPORT ezossl_shared NAMESPACE ezossl:: FILE ezosslShared.cmake DESTINATION ${config_dir})
+install(EXPORT ezossl_static NAMESPACE ezossl:: FILE ezosslStatic.cmake DESTINATION ${config_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES cmake/ezosslConfig.cmake ${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
-    DESTINATION ${config_dir} COMPONENT libezossl-dev)
+    DESTINATION ${config_dir})
 
 # Paths in the .pc file start at the file itself: the tree may be moved. Not so the system's own.
 set(prefix ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH libdir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH includedir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
-cmake_path(RELATIVE_PATH prefix BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
-    OUTPUT_VARIABLE prefix_of_pc)
+file(RELATIVE_PATH prefix_of_pc ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${prefix})
+string(REGEX REPLACE "/$" "" prefix_of_pc "${prefix_of_pc}")
 string(PREPEND prefix_of_pc "\${pcfiledir}/")
 if(prefix STREQUAL "/usr")
     set(prefix_of_pc ${prefix})
 endif()
 list(JOIN EZOSSL_FFT_LIBS_PRIVATE " " fft_libs)
 configure_file(cmake/ezossl.pc.in ezossl.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-    COMPONENT libezossl-dev)
+install(FILES ${PROJECT_BINARY_DIR}/ezossl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 if(TARGET ezossl_tool)
     # Below /usr the system finds the library; elsewhere it may not look for it. CMake would end the
@@ -62,16 +56,16 @@ if(TARGET ezossl_tool)
     endwhile()
     set_target_properties(ezossl_tool PROPERTIES BUILD_WITH_INSTALL_RPATH ON
         INSTALL_RPATH "${tool_path_in_build}")
-    install(TARGETS ezossl_tool COMPONENT ezossl-tools)
+    install(TARGETS ezossl_tool)
     set(change "RPATH_REMOVE FILE \"\${tool}\"")
     if(tool_path)
         string(REPLACE "$" "\\$" tool_path "${tool_path}")
         set(change "RPATH_SET FILE \"\${tool}\" NEW_RPATH \"${tool_path}\"")
     endif()
     install(CODE "set(tool \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/ezossl\")
-file(${change})" COMPONENT ezossl-tools)
-    install(FILES tools/completion/ezossl COMPONENT ezossl-tools
+file(${change})")
+    install(FILES tools/completion/ezossl
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-    install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT documentation)
+    install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
-install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC COMPONENT documentation)
+install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC)

@@ -7,8 +7,10 @@
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
-#   test    GoogleTest, and Python for its module, its example, its XML parser and the accuracy
-#   check   formatting, static analysis, the other compiler, the pages, a look at the packages
+#   test    GoogleTest, make for a sample, Python for its module, example, XML parser and the
+#           accuracy
+#   check   formatting, static analysis, the pages, a look at the packages, chroots
+#   clang   the other compiler
 #   bench   Google Benchmark, FFTW beside which the FFT is measured, the emulator that counts
 #   fuzz    the compiler of the fuzzers
 #   demo    the voices that demo.sh places
@@ -24,7 +26,7 @@ declare -A probes=(
     [pkg-config]='program pkg-config' [libcjson-dev]='module libcjson'
     [libkissfft-dev]='module kissfft-float' [libsndfile1-dev]='module sndfile'
     [libsamplerate0-dev]='module samplerate' [libsoxr-dev]='module soxr'
-    [libasound2-dev]='module alsa'
+    [libasound2-dev]='module alsa' [make]='program make'
     [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
     # Without these, the tests of the Python module are left out.
     [python3-numpy]='program python3' [python3-pytest]='program python3'
@@ -71,12 +73,14 @@ for group in "$@"; do
         packages+=(libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev)
         packages+=(libasound2-dev libcli11-dev)
         ;;
+    clang) packages+=(clang) ;;
     test)
-        packages+=(libgtest-dev python3 python3-numpy python3-pytest python3-pip python3-setuptools)
+        packages+=(libgtest-dev make python3 python3-numpy python3-pytest python3-pip)
+        packages+=(python3-setuptools)
         ;;
     fuzz) packages+=(clang libclang-rt-dev) ;;
     check)
-        packages+=(clang clang-format clang-tidy shellcheck ccache doxygen lintian)
+        packages+=(clang-format clang-tidy shellcheck ccache doxygen lintian debootstrap)
         packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
         ;;
     bench) packages+=(libbenchmark-dev libfftw3-dev libkissfft-dev qemu-user python3) ;;
@@ -85,7 +89,8 @@ for group in "$@"; do
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
-        echo "install-packages.sh: no group '$group'; there are build, tools, test, fuzz, check," \
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, clang, check," \
+            "bench, fuzz, demo, package, arm64, armhf" >&2
             "bench, demo, package, arm64, armhf" >&2
         exit 2
         ;;
@@ -101,7 +106,7 @@ if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
     done
     [ ${#missing[@]} -gt 0 ] || exit 0
     cat >&2 <<NAMES
-install-packages.sh: these are missing, and there is no apt-get to install them. As Debian names them:
+install-packages.sh: these are missing, and there is no apt-get. As Debian names them:
   ${missing[*]}
 Install them by your system's own means and start again, or build what can be built without:
   cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DEZOSSL_BUILD_TESTS=OFF

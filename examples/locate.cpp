@@ -80,7 +80,7 @@ private:
 static void locate(int32_t rate, float spacing_cm, std::FILE *results)
 {
     DirectionFinder finder(rate, spacing_cm);
-    const double block_seconds = 1.0 * DirectionFinder::kBlockFrames * EZOSSL_FRAME_LENGTH / rate;
+    const double block_seconds = double{DirectionFinder::kBlockFrames * EZOSSL_FRAME_LENGTH} / rate;
     double time = 0.0;
     int16_t samples[1000];
     while (const std::size_t count = std::fread(samples, sizeof samples[0], 1000, stdin)) {

@@ -77,6 +77,7 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
 static const snd_pcm_ioplug_callback_t callbacks = {
     .start = stay, .stop = stay, .resume = wake_not, .pointer = point, .transfer = deliver};
 
+SND_PCM_PLUGIN_DEFINE_FUNC(faulty);
 SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
 {
     (void)root;
@@ -103,4 +104,5 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
     *pcmp = device.pcm;
     return 0;
 }
-SND_PCM_PLUGIN_SYMBOL(faulty)
+/* SND_PCM_PLUGIN_SYMBOL() has a semicolon too many for clang. */
+SND_DLSYM_BUILD_VERSION(SND_PCM_PLUGIN_ENTRY(faulty), SND_PCM_DLSYM_VERSION)

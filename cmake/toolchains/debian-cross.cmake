@@ -12,8 +12,3 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${EZOSSL_EMULATOR_NAME} -L /usr/${EZOSSL_TRIPL
 
 # The target's .pc files only: those of this machine would name its own libraries.
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${EZOSSL_TRIPLET}/pkgconfig:/usr/share/pkgconfig)
-
-# As Debian has it; GNUInstallDirs does so by itself where nothing is cross compiled.
-if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    set(CMAKE_INSTALL_LIBDIR lib/${EZOSSL_TRIPLET} CACHE PATH "Libraries")
-endif()

@@ -137,6 +137,6 @@ LocalizerSettings TrackingOptions::settings(int sample_rate) const
     int frames = block_frames;
     if (block_ms > 0.0)
         frames = std::max(1, static_cast<int>(std::lround(block_ms / 1000.0 * sample_rate /
-                                                          EZOSSL_FRAME_LENGTH)));
+                                                          double{EZOSSL_FRAME_LENGTH})));
     return {sample_rate, array.spacing_cm, array.temperature, gate_db, frames, mode, gain_db};
 }

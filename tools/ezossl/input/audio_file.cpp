@@ -17,6 +17,7 @@
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
+#include "input/ogg_end.h"
 
 namespace {
 
@@ -103,6 +104,8 @@ void AudioReader::open(int descriptor)
         info_.frames = kUnknownLength;
         lacks_end_ = true;
     }
+    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG && !ogg_has_its_end(descriptor))
+        lacks_end_ = true;
 }
 
 // From where the descriptor stands, samples and nothing else.

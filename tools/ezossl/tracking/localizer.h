@@ -50,7 +50,7 @@ public:
     // Of the block so far: a delay per frame, EZOSSL_REJECTED_FRAME where there is no clear one.
     const std::vector<int> &delays() const { return delays_; }
     int frames() const { return static_cast<int>(delays_.size()); }
-    double frame_seconds() const { return 1.0 * EZOSSL_FRAME_LENGTH / settings_.sample_rate; }
+    double frame_seconds() const { return double{EZOSSL_FRAME_LENGTH} / settings_.sample_rate; }
     // Samples that the gain took beyond 16 bits, where they wrapped around.
     std::size_t wrapped() const { return wrapped_; }
 
