@@ -130,6 +130,7 @@ struct SslRecord {
     float amdf_curve[kAmdfCurveLength];
     float fft_aux_a[kFftLength];
     float fft_aux_b[kFftLength];
+    float half_energy[2]; // of the older and of the newest half of time_frame
     int32_t spare[SpareWords];
 
     FftContext fft;

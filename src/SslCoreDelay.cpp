@@ -34,6 +34,7 @@ void ssl_load_frame(SslHandle *handle)
         for (uint32_t n = 0; n < kFrameLength; ++n)
             newest[n] = static_cast<float>(handle->input_pcm[mic][n]) / 32768.0f;
     }
+    handle->half_energy[0] = handle->half_energy[1];
     // Both comparison frames hold microphone 0, on purpose.
     const float *const newest = handle->time_frame[0] + kFrameLength;
     std::memcpy(handle->ref_frame_a, newest, sizeof handle->ref_frame_a);
@@ -45,13 +46,22 @@ void ssl_load_frame(SslHandle *handle)
     ssl_zero_crossing_rate(newest, kFrameLength, &zero_crossing_rate);
 }
 
+// The sum runs in index order, so that over the older half is the sum that the frame before made of
+// its newest half alone. Each addition waits for the one before it: two sums take the time of one.
 void ssl_frame_energy(SslHandle *handle)
 {
-    const float *const x0 = handle->time_frame[0];
-    const float *const x1 = handle->time_frame[1];
-    float energy = 0.0f;
-    for (uint32_t i = 0; i < kFftLength; ++i)
-        energy += (x0[i] * x0[i] + x1[i] * x1[i]) / 2.0f;
+    const float *const x0 = handle->time_frame[0] + kFrameLength;
+    const float *const x1 = handle->time_frame[1] + kFrameLength;
+    float squares[kFrameLength];
+    for (uint32_t i = 0; i < kFrameLength; ++i)
+        squares[i] = (x0[i] * x0[i] + x1[i] * x1[i]) / 2.0f;
+    float energy = handle->half_energy[0];
+    float newest = 0.0f;
+    for (const float square : squares) {
+        energy += square;
+        newest += square;
+    }
+    handle->half_energy[1] = newest;
     handle->frame_energy = energy;
     handle->energy_sum += energy;
 }
@@ -60,11 +70,10 @@ void ssl_frame_energy(SslHandle *handle)
 
 namespace {
 
-// Transforms fft_scratch in place.
-void transform(SslHandle *handle, FftDirection direction)
+// In place.
+void transform(SslHandle *handle, FftDirection direction, float (&data)[kSpectrumFloats])
 {
-    fft_rdft(&handle->fft, kFftLength, direction, handle->fft_scratch, handle->fft_aux_a,
-             handle->fft_aux_b);
+    fft_rdft(&handle->fft, kFftLength, direction, data, handle->fft_aux_a, handle->fft_aux_b);
 }
 
 } // namespace
@@ -72,27 +81,25 @@ void transform(SslHandle *handle, FftDirection direction)
 void ssl_spectra(SslHandle *handle)
 {
     for (uint32_t mic = 0; mic < kMicCount; ++mic) {
-        float *const scratch = handle->fft_scratch;
-        std::memcpy(scratch, handle->time_frame[mic], sizeof handle->time_frame[mic]);
-        window_apply(scratch, kWindowAnalysis);
-        transform(handle, kFftForward);
-        std::memcpy(handle->spectrum[mic], scratch, sizeof handle->spectrum[mic]);
+        window_copy(handle->time_frame[mic], handle->spectrum[mic]);
+        transform(handle, kFftForward, handle->spectrum[mic]);
     }
 }
 
 namespace {
 
-// X0 times the conjugate of X1. Real and imaginary parts in loops of their own: g++ 12 fuses the
+// X0 times the conjugate of X1. Real and imaginary parts in lanes of their own: g++ 12 fuses the
 // interleaved product into multiply-adds in spite of -ffp-contract=off where the machine has them.
 void cross_spectrum(SslHandle *handle)
 {
     const float *const x0 = handle->spectrum[0];
     const float *const x1 = handle->spectrum[1];
     float *const cross = handle->cross_spectrum;
-    for (uint32_t re = 0; re < kSpectrumFloats; re += 2)
-        cross[re] = x0[re] * x1[re] + x0[re + 1] * x1[re + 1];
-    for (uint32_t re = 0; re < kSpectrumFloats; re += 2)
-        cross[re + 1] = x0[re + 1] * x1[re] - x0[re] * x1[re + 1];
+    constexpr uint32_t kLast = kSpectrumFloats - 2;
+    for (uint32_t re = 0; re < kLast; re += 2 * kLanes)
+        store_zipped(cross + re, load_zipped(x0 + re) * conjugate(load_zipped(x1 + re)));
+    cross[kLast] = x0[kLast] * x1[kLast] + x0[kLast + 1] * x1[kLast + 1];
+    cross[kLast + 1] = x0[kLast + 1] * x1[kLast] - x0[kLast] * x1[kLast + 1];
 }
 
 // Leaves the phase of every bin only.
@@ -111,7 +118,7 @@ void phase_transform(SslHandle *handle)
 void correlate(SslHandle *handle)
 {
     std::memcpy(handle->fft_scratch, handle->cross_spectrum, sizeof handle->fft_scratch);
-    transform(handle, kFftInverse);
+    transform(handle, kFftInverse, handle->fft_scratch);
     std::memcpy(handle->correlation_raw, handle->fft_scratch, sizeof handle->correlation_raw);
     rotate_half(handle->correlation_raw, handle->correlation, kFftLength);
 }
@@ -152,6 +159,8 @@ float refinement(const float *correlation, uint32_t max_index)
     return r * (after - before) / (2.0f * peak - after - before);
 }
 
+constexpr double kLeastConfidence = 1.4;
+
 // The lag of the peak and its ratio to the mean, or a ratio of -1 if the lag cannot be a delay.
 struct Peak {
     uint32_t index;
@@ -165,19 +174,21 @@ Peak grade_peak(SslHandle *handle)
 
     float *const correlation = handle->correlation;
     const uint32_t max_index = array_argmax(correlation, kFftLength);
-    const uint32_t min_index = array_argmin(correlation, kFftLength);
     Peak peak = {max_index, handle->lag_table[max_index], -1.0f};
 
     const int64_t limit = handle->max_delay_sample[0] + kLagMargin;
     if (peak.delay < -limit || peak.delay > limit)
         return peak;
+    const uint32_t min_index = array_argmin(correlation, kFftLength);
     // A dip at least as deep as the peak is high, as for inverted polarity.
     if (double{std::fabs(correlation[max_index])} - double{std::fabs(correlation[min_index])} <=
         0.0)
         return peak;
 
+    const float largest = correlation[max_index];
     remove_floor(correlation, min_index);
-    peak.confidence = correlation[max_index] / array_mean(correlation, kFftLength);
+    peak.confidence = array_peak_to_mean(correlation, kFftLength, correlation[max_index], largest,
+                                         static_cast<float>(kLeastConfidence));
     return peak;
 }
 
@@ -192,8 +203,6 @@ void add_vote(int32_t *count)
 
 void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
 {
-    constexpr double kLeastConfidence = 1.4;
-
     // Nobody reads the two powers, so the compiler leaves their computation out.
     [[maybe_unused]] const float right_power = array_power(handle->time_frame[1], kFftLength);
     [[maybe_unused]] const float left_power = array_power(handle->time_frame[0], kFftLength);

@@ -314,4 +314,28 @@ TEST(Delay, Reductions)
     EXPECT_EQ(array_mean(ordered, 4), 0.0f); // in index order both ones are swallowed
 }
 
+// Confidences at the limit must be those of the sum in index order, which here swallows ones that a
+// sum in lanes keeps. Further off, either sum tells the side.
+TEST(Delay, PeakToMeanIsOnTheSideThatTheOrderedSumHas)
+{
+    std::vector<float> x(256, 1.0f);
+    for (const float sign : {1.0f, -1.0f}) {
+        x[0] = 16777216 * sign;
+        const float mean = array_mean(x.data(), 256);
+        for (const double off : {-1e-6, 1e-6, -3e-4, 3e-4, -0.5, 0.5}) {
+            const float peak = static_cast<float>(std::fabs(mean) * 1.4 * (1 + off));
+            const bool expected = peak / mean < 1.4;
+            EXPECT_EQ(array_peak_to_mean(x.data(), 256, peak, 1 << 23, 1.4f) < 1.4, expected)
+                << sign << " " << off;
+        }
+    }
+    // A mean next to 0 may have either sign: -255 + 254 + 1 lanes apart from 0 in index order.
+    x.assign(256, 0.0f);
+    x[0] = 16777216;
+    x[1] = 1;
+    x[2] = -16777216;
+    x[3] = -0.5f;
+    EXPECT_LT(array_peak_to_mean(x.data(), 256, 1 << 23, 1 << 23, 1.4f), 0.0f);
+}
+
 } // namespace

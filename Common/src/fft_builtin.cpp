@@ -18,7 +18,7 @@
 #include "fft_backend.h"
 #include "fft_region.h"
 #include "fft_twiddles.h"
-#include "four_floats.h"
+#include "four_complex.h"
 
 #include <cstdint>
 
@@ -26,7 +26,6 @@ namespace {
 
 constexpr uint32_t kPoints = 256;
 constexpr uint32_t kBins = kPoints / 2; // of the complex transform
-constexpr uint32_t kLanes = 4;
 
 // Real and imaginary parts apart, so that lanes hold the same part of neighbours.
 struct Bins {
@@ -40,73 +39,19 @@ struct Plan {
     Bins b;
 };
 
-// ---- Four complex numbers -------------------------------------------------------------------
-
-struct FourBins {
-    FourFloats re;
-    FourFloats im;
-};
-
-inline FourBins operator+(FourBins a, FourBins b)
-{
-    return {a.re + b.re, a.im + b.im};
-}
-
-inline FourBins operator-(FourBins a, FourBins b)
-{
-    return {a.re - b.re, a.im - b.im};
-}
-
-inline FourBins operator*(FourBins a, FourBins b)
-{
-    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
-
-inline FourBins conjugate(FourBins a)
-{
-    return {a.re, -a.im};
-}
-
-inline FourBins times_minus_i(FourBins a)
-{
-    return {a.im, -a.re};
-}
-
-inline FourBins reversed(FourBins a)
-{
-    return {reverse(a.re), reverse(a.im)};
-}
-
-inline FourBins operator*(FourBins a, float scale)
-{
-    return {a.re * scale, a.im * scale};
-}
+// ---- Bins four at a time --------------------------------------------------------------------
 
 // From and to separate parts; `at` is a multiple of four.
 template <typename Parts>
-inline FourBins load(const Parts &from, uint32_t at)
+inline FourComplex load(const Parts &from, uint32_t at)
 {
     return {load_aligned(from.re + at), load_aligned(from.im + at)};
 }
 
-inline void store(Bins &to, uint32_t at, FourBins bins)
+inline void store(Bins &to, uint32_t at, FourComplex bins)
 {
     store_aligned(to.re + at, bins.re);
     store_aligned(to.im + at, bins.im);
-}
-
-// From and to an array of the caller's: real, imaginary, real, ...
-inline FourBins load_zipped(const float *from, uint32_t at)
-{
-    const FourFloats low = load_four(from + 2 * at);
-    const FourFloats high = load_four(from + 2 * at + kLanes);
-    return {pick<0, 2, 4, 6>(low, high), pick<1, 3, 5, 7>(low, high)};
-}
-
-inline void store_zipped(float *to, uint32_t at, FourBins bins)
-{
-    store_four(to + 2 * at, pick<0, 4, 1, 5>(bins.re, bins.im));
-    store_four(to + 2 * at + kLanes, pick<2, 6, 3, 7>(bins.re, bins.im));
 }
 
 // ---- The complex transform of 128 points ----------------------------------------------------
@@ -119,15 +64,15 @@ inline void store_zipped(float *to, uint32_t at, FourBins bins)
 
 // The transform of four points: sum over k of x[k] W(4, i k), which takes no product.
 struct Quartet {
-    FourBins x[4];
+    FourComplex x[4];
 };
 
-inline Quartet transform_of_four(FourBins x0, FourBins x1, FourBins x2, FourBins x3)
+inline Quartet transform_of_four(FourComplex x0, FourComplex x1, FourComplex x2, FourComplex x3)
 {
-    const FourBins even_sum = x0 + x2;
-    const FourBins even_difference = x0 - x2;
-    const FourBins odd_sum = x1 + x3;
-    const FourBins odd_difference = times_minus_i(x1 - x3);
+    const FourComplex even_sum = x0 + x2;
+    const FourComplex even_difference = x0 - x2;
+    const FourComplex odd_sum = x1 + x3;
+    const FourComplex odd_difference = times_minus_i(x1 - x3);
     return {{even_sum + odd_sum, even_difference + odd_difference, even_sum - odd_sum,
              even_difference - odd_difference}};
 }
@@ -137,9 +82,10 @@ void first_step(const float *samples, Bins &out)
 {
     constexpr uint32_t kQuarter = kBins / 4;
     for (uint32_t j = 0; j < kQuarter; j += kLanes) {
-        Quartet y = transform_of_four(load_zipped(samples, j), load_zipped(samples, kQuarter + j),
-                                      load_zipped(samples, 2 * kQuarter + j),
-                                      load_zipped(samples, 3 * kQuarter + j));
+        Quartet y = transform_of_four(load_zipped(samples + 2 * j),
+                                      load_zipped(samples + 2 * (kQuarter + j)),
+                                      load_zipped(samples + 2 * (2 * kQuarter + j)),
+                                      load_zipped(samples + 2 * (3 * kQuarter + j)));
         transpose(y.x[0].re, y.x[1].re, y.x[2].re, y.x[3].re);
         transpose(y.x[0].im, y.x[1].im, y.x[2].im, y.x[3].im);
         for (uint32_t i = 0; i < 4; ++i)
@@ -171,12 +117,12 @@ void last_step(const Bins &in, float *out)
 {
     constexpr uint32_t kHalf = kBins / 2;
     for (uint32_t q = 0; q < kHalf; q += kLanes) {
-        const FourBins even = load(in, q);
-        const FourBins odd = load(in, kHalf + q) * load(FftTwiddles128, q);
-        const FourBins low = even + odd;
-        const FourBins high = even - odd;
-        store_zipped(out, q, Conjugate ? conjugate(low) : low);
-        store_zipped(out, kHalf + q, Conjugate ? conjugate(high) : high);
+        const FourComplex even = load(in, q);
+        const FourComplex odd = load(in, kHalf + q) * load(FftTwiddles128, q);
+        const FourComplex low = even + odd;
+        const FourComplex high = even - odd;
+        store_zipped(out + 2 * q, Conjugate ? conjugate(low) : low);
+        store_zipped(out + 2 * (kHalf + q), Conjugate ? conjugate(high) : high);
     }
 }
 
@@ -207,15 +153,15 @@ void join_partners(float *bins)
 {
     for (uint32_t k = 1; k <= kBins / 2; k += kLanes) {
         const uint32_t m = kBins - k - (kLanes - 1); // the partners, last first
-        const FourBins at_k = load_zipped(bins, k);
-        const FourBins at_m = reversed(load_zipped(bins, m));
-        const FourBins z_k = Going == kToSpectrum ? at_k : conjugate(at_k);
-        const FourBins z_m_conjugate = Going == kToSpectrum ? conjugate(at_m) : at_m;
-        const FourBins even = z_k + z_m_conjugate;
-        const FourBins odd = times_minus_i((z_k - z_m_conjugate) * load(FftTwiddles256, k - 1));
+        const FourComplex at_k = load_zipped(bins + 2 * k);
+        const FourComplex at_m = reversed(load_zipped(bins + 2 * m));
+        const FourComplex z_k = Going == kToSpectrum ? at_k : conjugate(at_k);
+        const FourComplex z_m_conjugate = Going == kToSpectrum ? conjugate(at_m) : at_m;
+        const FourComplex even = z_k + z_m_conjugate;
+        const FourComplex odd = times_minus_i((z_k - z_m_conjugate) * load(FftTwiddles256, k - 1));
         const float scale = Going == kToSpectrum ? 0.5f : 1.0f;
-        store_zipped(bins, k, (even + odd) * scale);
-        store_zipped(bins, m, reversed(conjugate(even - odd) * scale));
+        store_zipped(bins + 2 * k, (even + odd) * scale);
+        store_zipped(bins + 2 * m, reversed(conjugate(even - odd) * scale));
     }
 }
 

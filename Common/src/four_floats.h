@@ -6,22 +6,36 @@
 #ifndef FOUR_FLOATS_H
 #define FOUR_FLOATS_H
 
+#include <cmath>
+#include <cstdint>
 #include <cstring>
+
+constexpr uint32_t kLanes = 4;
 
 // The arithmetic operators work lane by lane.
 typedef float FourFloats __attribute__((vector_size(16)));
 
-// From and to any address of a float.
+// From and to any address of a float. 32-bit Arm has no such vectors in its base, and would copy
+// them through integer registers.
 inline FourFloats load_four(const float *from)
 {
+#ifdef __arm__
+    const FourFloats value = {from[0], from[1], from[2], from[3]};
+#else
     FourFloats value;
     std::memcpy(&value, from, sizeof value);
+#endif
     return value;
 }
 
 inline void store_four(float *to, FourFloats value)
 {
+#ifdef __arm__
+    for (uint32_t lane = 0; lane < kLanes; ++lane)
+        to[lane] = value[lane];
+#else
     std::memcpy(to, &value, sizeof value);
+#endif
 }
 
 // From and to an address that is a multiple of 16: machines that can save instructions then.
@@ -47,9 +61,25 @@ inline FourFloats pick(FourFloats a, FourFloats b)
 #endif
 }
 
-inline FourFloats reverse(FourFloats a)
+inline FourFloats reversed(FourFloats a)
 {
     return pick<3, 2, 1, 0>(a, a);
+}
+
+inline FourFloats square_root(FourFloats a)
+{
+    FourFloats root;
+    for (uint32_t lane = 0; lane < kLanes; ++lane)
+        root[lane] = std::sqrt(a[lane]);
+    return root;
+}
+
+inline bool any_equal(FourFloats a, FourFloats b)
+{
+    const auto equal = a == b; // of each lane all bits or none
+    uint64_t halves[2];
+    std::memcpy(halves, &equal, sizeof halves);
+    return (halves[0] | halves[1]) != 0;
 }
 
 // Rows become columns.

@@ -3,20 +3,27 @@
 
 #include "window.h"
 
+#include "four_floats.h"
 #include "math_layer.h"
+#include "vector.h"
 #include "windowfilt.h"
 
 #include <cstdio>
 
 namespace {
 
-void multiply_by_half(float *frame, const float *half, uint32_t length)
+// `out` may be `frame`.
+void multiply_by_half(const float *frame, const float *half, uint32_t length, float *out)
 {
     const uint32_t middle = length / 2;
-    for (uint32_t i = 0; i < middle; ++i)
-        frame[i] *= half[i];
-    for (uint32_t i = 0; i < middle; ++i)
-        frame[middle + i] *= half[middle - i];
+    vector_multiply(frame, half, out, middle);
+    uint32_t i = middle;
+    for (; i + kLanes <= length; i += kLanes) {
+        const float *const mirrored = half + length - i - (kLanes - 1);
+        store_four(out + i, load_four(frame + i) * reversed(load_four(mirrored)));
+    }
+    for (; i < length; ++i)
+        out[i] = frame[i] * half[length - i];
 }
 
 } // namespace
@@ -24,9 +31,14 @@ void multiply_by_half(float *frame, const float *half, uint32_t length)
 void window_apply(float *frame, int32_t window_type)
 {
     if (window_type == kWindowAnalysis)
-        multiply_by_half(frame, FftInWindow, kWindowLength);
+        multiply_by_half(frame, FftInWindow, kWindowLength, frame);
     else if (window_type == kWindowSynthesis)
-        multiply_by_half(frame, FftOutWindow, kWindowLength);
+        multiply_by_half(frame, FftOutWindow, kWindowLength, frame);
+}
+
+void window_copy(const float *frame, float *out)
+{
+    multiply_by_half(frame, FftInWindow, kWindowLength, out);
 }
 
 void WindowFilter_Process(float *samples, const WindowFilter *filter)
@@ -39,7 +51,7 @@ void WindowFilter_Process(float *samples, const WindowFilter *filter)
         std::printf("[Audio] filter Null in %s\n", "WindowFilter_Process");
         return;
     }
-    multiply_by_half(samples, filter->half, filter->length);
+    multiply_by_half(samples, filter->half, filter->length, samples);
     if (filter->factor != 0.0f)
         math_scale(samples, filter->length, filter->factor);
 }

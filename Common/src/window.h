@@ -14,6 +14,9 @@ enum WindowType : int32_t { kWindowAnalysis = 0, kWindowSynthesis = 1 };
 // the two leaves the frame unchanged.
 void window_apply(float *frame, int32_t window_type);
 
+// The same with the analysis window, into `out`.
+void window_copy(const float *frame, float *out);
+
 // A window of any length and a gain.
 struct WindowFilter {
     const float *half; // the rising half, length / 2 + 1 values; the caller's
