@@ -26,7 +26,7 @@ set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 
 # What is built here for its own sake is hardened; a project that this is a part of has flags of its
 # own, and so does a builder who names such flags. Sanitizers look closer than these do.
-if(PROJECT_IS_TOP_LEVEL AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
+if(top_level AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
     include(CheckCXXCompilerFlag)
     foreach(flag -fstack-protector-strong -fstack-clash-protection
             -fcf-protection=full # x86: jumps and returns

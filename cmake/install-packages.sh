@@ -91,7 +91,6 @@ for group in "$@"; do
     *)
         echo "install-packages.sh: no group '$group'; there are build, tools, test, clang, check," \
             "bench, fuzz, demo, package, arm64, armhf" >&2
-            "bench, demo, package, arm64, armhf" >&2
         exit 2
         ;;
     esac
