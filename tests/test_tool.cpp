@@ -23,7 +23,7 @@ TEST_F(Tool, FindsTheAngleOfItsOwnScenes)
             for (; lines >> from >> to >> found >> unit >> accepted;
                  lines.ignore(200, '\n'), blocks++)
                 EXPECT_NEAR(found, angle, 8) << name;
-            EXPECT_EQ(blocks, 2 * std::stoi(rate) / 4096) << name << contents("err");
+            EXPECT_EQ(blocks, 2 * 16000 / 4096) << name << contents("err");
         }
     }
 }
@@ -69,10 +69,10 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
         {2, "cd.wav", "--spacing is required: the distance between the microphones"},
         {1, "- -s 5 </dev/null", "standard input: is empty"},
-        {2, "track - - -s 5", "- can be given once"},
+        {2, "track - - -s 5", "- can be given only once"},
         {2, "-s 5", "there is no command and no file in '-s 5'"},
         {2, "trakc cd.wav -s 5", "there is no command and no file 'trakc'"},
-        {2, "cd.wav -s 5 --plot x.png", "x.png: is drawn as SVG"},
+        {2, "cd.wav -s 5 --plot x.png", "x.png: figures are SVG"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given only once"},
         {2, "cd.wav -s 5 -r 16k", "--rate: '16k' is not one of 8000, 16000"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},
@@ -87,9 +87,10 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
         {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
         {1, "simulate -a 0 -s 5 -i mono.wav -o ./mono.wav", "is the input and would be"},
-        {1, "simulate -a 0 -s 5 -o x.wav --truth ./x.wav", "the name of both scene and truth"},
-        {2, "simulate -s 5 -o x.wav", "say where the sound comes from: either --angle -30"},
-        {2, "simulate -a 0 -w 0,9 -s 5 -o x.wav", "say where the sound comes from: either"},
+        {1, "simulate -a 0 -s 5 -o x.wav --truth ./x.wav",
+         "the name of both the scene and the true angles"},
+        {2, "simulate -s 5 -o x.wav", "give the direction of the sound: either --angle -30"},
+        {2, "simulate -a 0 -w 0,9 -s 5 -o x.wav", "give the direction of the sound: either"},
         {2, "simulate -a 0 -s 5 -o -", "cannot go to standard output"},
         {2, "simulate -a 0 -s 5 -o x.wav --truth -", "cannot go to standard output"},
         {1, "simulate -a 0 -s 5 -o x.wav --truth no/x.csv", "no/x.csv: cannot be written"},
@@ -113,7 +114,7 @@ TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
     const std::string out = contents("out"), err = contents("err");
     EXPECT_NE(out.find(" deg "), std::string::npos) << out << err;
     for (const char *arguments :
-         {"x.wav -s 58mm -o -", "track x.wav -s '0.058 m' -t 20 -b 32 -g -80"}) {
+         {"x.wav -s 58mm -o -", "track x.wav -s '0.058 m' -t 20 -b 32 -g auto"}) {
         run(arguments);
         EXPECT_EQ(contents("out") + contents("err"), out + err) << arguments;
     }

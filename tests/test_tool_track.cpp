@@ -56,11 +56,12 @@ struct Track : Tool {
 TEST_F(Track, FormsHoldTheSameBlocks)
 {
     fs::rename("two.wav", "a,\"b.wav");
-    run("'a,\"b.wav' -s 8.6 -q -f csv --per-frame -b 4 --start 0.1 --duration 0.07");
+    run("'a,\"b.wav' -s 8.6 -q -f csv --per-frame --raw-blocks -b 4 --start 0.1 --duration 0.07");
     EXPECT_EQ(contents("out") + contents("err"), // 20 lg 1/4 = -12.04
-              "file,t_start,t_end,angle_deg,status,frames_used,frames_total,level_dbfs,"
-              "frame_delays\n\"a,\"\"b.wav\",0.100000,0.132000,29,ok,4,4,-12.04,-2 -2 -2 -2\n"
-              "\"a,\"\"b.wav\",0.132000,0.164000,29,ok,4,4,-12.04,-2 -2 -2 -2\n");
+              "file,t_start,t_end,angle_deg,status,frames_agreeing,frames_used,"
+              "frames_total,level_dbfs,"
+              "frame_delays\n\"a,\"\"b.wav\",0.100000,0.132000,29,ok,4,4,4,-12.04,-2 -2 -2 -2\n"
+              "\"a,\"\"b.wav\",0.132000,0.164000,29,ok,4,4,4,-12.04,-2 -2 -2 -2\n");
     run("'a,\"b.wav' -s 8.6");
     const std::string table = contents("out");
     EXPECT_EQ(table.find('#') - table.find('\n') - 1, table.find("+90") + 8) << table;
@@ -120,15 +121,15 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         {0, "", "two.wav -G 40", "samples wrapped around because the gain is too high"},
         {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
         {1, "", "track two.wav --raw", "starts with RIFF"},
-        {2, "", "two.wav -g 1", "1 is not within -80 ... 0 dB"},
-        {2, "", "two.wav --plot o", "o: is named for two outputs"},
+        {2, "", "two.wav -g 1", "'1' is not auto, nor a level of -80 ... 0 dB"},
+        {2, "", "two.wav --plot o", "o: is the name of two outputs"},
         {130, "timeout --preserve-status -s INT 0.4", "two.wav --realtime",
          "s; o was not written\ntwo.wav: "},
         {130, "(head -c 9000 two.wav; sleep 1) | timeout --preserve-status 0.5",
          "track - --start 0.5", "interrupted at 0.1 s"},
         {0, "", "live -D mic -d 0.6 --record r.wav", found},
         {0, "", "live -D null -d 0.3", ": 1 block, 0 decided"},
-        {0, "timeout --preserve-status 0.5", "live -D null --realtime", ", 0 decided (0 %)\n"},
+        {0, "timeout --preserve-status 0.5", "live -D null --realtime", ", 0 decided (0 %)"},
         {1, "", "live -D nope", "nope: no such device"},
     };
     for (const auto &[status, before, arguments, message] : cases) {

@@ -20,8 +20,10 @@ class Block:
     angle            whole degrees, -90 ... 90, + on the side of column 0; None without a direction
     reason           why there is no angle; "" if there is one:
                        "quiet"       the level is at or below the gate
-                       "undecided"   no direction has enough votes: noise, echo, several sounds
-                       "impossible"  the delay is longer than the spacing allows
+                       "few_clear"   too few frames have a clear delay: little common sound
+                       "disagree"    frames point in different directions: echo, several sounds
+                       "near_miss"   nearly enough frames agree
+                       "beyond"      the delay is longer than the spacing allows
     frames           frames in the block; smoothed, those of the seconds that vote
     frames_used      frames with a clear delay
     frames_agreeing  of those, frames within one sample of their (lower) median delay; smoothed, the

@@ -29,8 +29,8 @@ _LOUDEST = 16.0  # of full scale 1: float samples beyond it are meant in another
 _REASONS = {
     _library.OK: "",
     _library.TOO_QUIET: "quiet",
-    _library.UNDECIDED: "undecided",
-    _library.DELAY_TOO_LARGE: "impossible",
+    _library.UNDECIDED: "undecided",  # _reason_of_undecided() tells more
+    _library.DELAY_TOO_LARGE: "beyond",
 }
 _BLOCKS_AT_ONCE = 256  # so that an hour of sound needs no memory for copies of it
 
@@ -70,6 +70,29 @@ def _check_smooth(smooth: float) -> float:
     if not isinstance(smooth, (int, float, np.number)) or not 0.256 <= smooth <= 60:
         raise SettingError(f"smooth={smooth!r} is not within 0.256 ... 60 seconds; 1.024 is good")
     return float(smooth)
+
+
+def _expected_delays(metres: float, rate: int) -> np.ndarray[Any, Any]:
+    """The delays, in samples, of the nine directions that the library votes for."""
+    spacing = np.float32(float(np.float32(round(100 * metres, 9))) * 0.01)
+    limit = int(spacing / np.float32(346) * np.float32(rate)) + 1
+    return (limit * np.cos(np.arange(9) / 8 * math.pi)).astype(np.float32)
+
+
+def _reason_of_undecided(
+    clear: np.ndarray[Any, Any], frames: int, expected: np.ndarray[Any, Any]
+) -> str:
+    """Why a block of the library has no direction, from the clear delays of its frames.
+
+    The library gives a direction that has more votes than frames were rejected, and at least 4 of
+    every 32 frames.
+    """
+    if 4 * len(clear) < frames:
+        return "few_clear"
+    distances = np.abs(expected[:, None] - clear.astype(np.float32)[None, :])
+    most = int(np.bincount(distances.argmin(0)).max())
+    has_nearly = 32 * most >= 3 * frames and 4 * most >= 3 * (frames - len(clear))
+    return "near_miss" if has_nearly else "disagree"
 
 
 def _to_int16(samples: Any) -> np.ndarray[Any, Any]:
@@ -151,6 +174,7 @@ class Localizer:
         self._config = _library.SslConfig(
             temperature, gate if smooth is None else -80, frames if smooth is None else 1
         )
+        self._expected_delays = _expected_delays(spacing, rate)
         self._seed = _check_range("seed", seed, 0, 2**32 - 1, "numbers")
         self._messages = messages
         self._block_samples = frames * _library.FRAME_LENGTH
@@ -246,9 +270,10 @@ class Localizer:
             median = clear[(len(clear) - 1) // 2]  # the lower one
             agreeing = int(np.count_nonzero(np.abs(clear - median) <= 1))
         found = angle.value if code == _library.OK else None
-        return self._block(
-            energies, found, _REASONS[code], len(self._delays), len(clear), agreeing
-        )
+        reason = _REASONS[code]
+        if code == _library.UNDECIDED:
+            reason = _reason_of_undecided(clear, len(self._delays), self._expected_delays)
+        return self._block(energies, found, reason, len(self._delays), len(clear), agreeing)
 
     def _smoothed_block(self, addresses: range, energies: np.ndarray[Any, Any]) -> Block:
         assert self._smoother is not None

@@ -20,6 +20,8 @@ _LINE_SECONDS = 0.256
 _UNIT_SECONDS = 0.064  # of sound that is quiet, or is not
 _RANGE = 0.2 + 1e-9  # of sines
 _QUORUM = 0.16
+_NEAR_MISS = 0.75  # of the quorum
+_SILENCE = 1e-8  # mean power at or below which the library takes no frame
 _LAG_MARGIN = 0.75  # samples by which a delay may exceed the spacing
 _ANGLES = np.arange(-90, 91)
 _SINES = np.sin(np.radians(_ANGLES))
@@ -58,7 +60,6 @@ class Smoother:
         self._longest = longest_lag + _LAG_MARGIN
         self._gate_power = 10 ** (gate / 10)
         self._votes = np.zeros(0, np.int64)
-        self._is_clear = np.zeros(0, bool)
         self._is_beyond = np.zeros(0, bool)
 
     def _push(self, window: np.ndarray[Any, Any], line: np.ndarray[Any, Any]) -> Any:
@@ -74,13 +75,12 @@ class Smoother:
 
         Returns the angle, the reason, and the frames of the window, with a clear delay, agreeing.
         """
-        is_clear = delays != _library.REJECTED_FRAME
-        is_beyond = is_clear & (np.abs(delays) > self._longest)
         is_loud = powers.reshape(-1, self._unit).mean(1) > self._gate_power
-        can_vote = is_clear & ~is_beyond & (np.abs(angles) <= 90) & is_loud.repeat(self._unit)
-        self._votes = self._push(self._votes, np.where(can_vote, angles, _NO_VOTE))
-        self._is_clear = self._push(self._is_clear, is_clear)
-        self._is_beyond = self._push(self._is_beyond, is_beyond & is_loud.repeat(self._unit))
+        is_heard = is_loud.repeat(self._unit) & (powers > _SILENCE)
+        is_clear = is_heard & (delays != _library.REJECTED_FRAME)
+        is_beyond = is_clear & ((np.abs(delays) > self._longest) | (np.abs(angles) > 90))
+        self._votes = self._push(self._votes, np.where(is_clear & ~is_beyond, angles, _NO_VOTE))
+        self._is_beyond = self._push(self._is_beyond, is_beyond)
 
         votes = self._votes[self._votes != _NO_VOTE]
         agreeing, middle = densest(votes) if len(votes) else (0, 0)
@@ -89,9 +89,10 @@ class Smoother:
         if not is_loud.any():
             reason = "quiet"
         elif beyond >= self._quorum and beyond > agreeing:
-            reason = "impossible"
+            reason = "beyond"
+        elif len(votes) + beyond < self._quorum:
+            reason = "few_clear"
         elif agreeing < self._quorum:
-            reason = "undecided"
+            reason = "near_miss" if agreeing >= _NEAR_MISS * self._quorum else "disagree"
         angle = None if reason else middle
-        clear = int(np.count_nonzero(self._is_clear))
-        return angle, reason, len(self._votes), clear, agreeing
+        return angle, reason, len(self._votes), len(votes) + beyond, agreeing

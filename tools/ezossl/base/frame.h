@@ -4,8 +4,10 @@
 #ifndef EZOSSL_TOOL_FRAME_H
 #define EZOSSL_TOOL_FRAME_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "EzoSsl.h"
 
@@ -13,5 +15,16 @@ constexpr std::size_t kFrameSamples =
     static_cast<std::size_t>(EZOSSL_FRAME_LENGTH) * EZOSSL_MIC_COUNT;
 
 using Frame = int16_t[kFrameSamples];
+
+// Calls `use` with each whole frame of the samples.
+template <class Use>
+void for_each_frame(const std::vector<int16_t> &samples, Use use)
+{
+    Frame frame;
+    for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
+        std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(at), kFrameSamples, frame);
+        use(frame);
+    }
+}
 
 #endif

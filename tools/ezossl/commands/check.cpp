@@ -11,9 +11,9 @@
 #include "commands/tracking_options.h"
 #include "diagnosis/diagnosis.h"
 #include "input/alsa_capture.h"
-#include "input/audio_file.h"
+#include "input/band_limit.h"
 #include "input/device_stream.h"
-#include "input/frame_source.h"
+#include "input/file_part.h"
 
 namespace {
 
@@ -26,18 +26,30 @@ struct CheckOptions {
     TrackingOptions tracking; // of which only what is asked for below
     std::string device = "default";
     double live_seconds = 0.0; // 0 is not given
+    int gate_db = static_cast<int>(kLowestGateDb);
 
     bool is_live() const { return live_seconds > 0.0; }
 };
 
-std::unique_ptr<SampleStream> open_stream(const CheckOptions &options)
+// A file that has no sound in its upper band is analysed at a lower rate.
+std::unique_ptr<FrameSource> open_source(const CheckOptions &options,
+                                         std::optional<int> &band_limit)
 {
-    if (!options.is_live())
-        return std::make_unique<AudioReader>(options.input);
+    InputSettings settings = options.tracking.input;
+    if (!options.is_live()) {
+        const FilePart part = {options.input, std::nullopt, 0.0, kLongestSeconds};
+        band_limit = band_limit_of(part, settings);
+        if (band_limit)
+            settings.rate = rate_for_edge(*band_limit);
+        return open_part(part, settings);
+    }
     watch_for_interrupts();
-    const InputSettings &input = options.tracking.input;
-    return std::make_unique<DeviceStream>(options.device, capture_rate(input.rate),
-                                          input.channels.fewest());
+    auto source = std::make_unique<FrameSource>(
+        std::make_unique<DeviceStream>(options.device, capture_rate(settings.rate),
+                                       settings.channels.fewest()),
+        settings);
+    source->pairs().end_after(options.live_seconds);
+    return source;
 }
 
 void note_what_is_missing(const FrameSource &source)
@@ -91,23 +103,26 @@ void check(const CheckOptions &options, DataOutput &output)
     const TrackingOptions &tracking = options.tracking;
     const bool is_live = options.is_live();
     if (is_live != options.input.empty())
-        throw UsageFailure("give one of the two: a sound file, or --live SECONDS");
-    FrameSource source(open_stream(options), tracking.input);
-    source.pairs().end_after(is_live ? options.live_seconds : kLongestSeconds);
+        throw UsageFailure("give either a sound file or --live SECONDS");
+    std::optional<int> band_limit;
+    const std::unique_ptr<FrameSource> opened = open_source(options, band_limit);
+    FrameSource &source = *opened;
     const std::vector<int16_t> samples = source.read_all();
     if (interrupts() > 0)
         throw EndWith{kInterrupted};
     const bool is_cut = !is_live && source.pairs().is_at_limit() && source.pairs().has_more();
     note_what_is_missing(source);
     if (samples.size() / EZOSSL_MIC_COUNT < shortest_input(source.rate()))
-        throw Failure(source.stream().name() + ": shorter than a second; give at least that much");
+        throw Failure(source.stream().name() +
+                      ": is shorter than a second; give at least one second");
     const Microphones microphones = source.layout().microphone;
     const Diagnosis diagnosis = diagnose(samples, {source.rate(),
                                                    tracking.array.spacing_cm,
                                                    tracking.array.temperature,
-                                                   tracking.gate_db,
+                                                   options.gate_db,
                                                    {microphones[0] + 1, microphones[1] + 1},
-                                                   !source.stream().encoding_remark().empty()});
+                                                   !source.stream().encoding_remark().empty(),
+                                                   band_limit.value_or(0)});
     print_measurements(source, is_cut, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
@@ -128,7 +143,7 @@ RunCommand add_check(CLI::App &parser)
     CLI::Option *const live =
         parser
             .add_option("--live", options->live_seconds,
-                        "Instead, so many seconds of what the microphones hear now")
+                        "Check this many seconds of a device instead of a file")
             ->check(limits(1, kLongestSeconds, "seconds"))
             ->type_name("SEC");
     parser.add_option("-D,--device", options->device, "ALSA device for --live")
@@ -136,14 +151,14 @@ RunCommand add_check(CLI::App &parser)
         ->capture_default_str()
         ->needs(live);
     tracking.array.add_to(parser);
-    parser.add_option("-g,--gate", tracking.gate_db, "Blocks at or below this level are no sound")
+    parser
+        .add_option("-g,--gate", options->gate_db, "Blocks at or below this level count as silence")
         ->check(limits(-80, 0, "dB of full scale"))
         ->type_name("DBFS")
         ->capture_default_str();
     add_channels_option(parser, tracking.input.channels);
     parser
-        .add_option("-r,--rate", tracking.input.rate,
-                    "Rate in Hz to which the sound is brought first")
+        .add_option("-r,--rate", tracking.input.rate, "Analysis rate; the input is resampled to it")
         ->check(supported_rate())
         ->type_name("HZ");
     parser.footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"

@@ -15,7 +15,6 @@
 #include "input/frame_source.h"
 #include "output/report.h"
 #include "output/wav_writer.h"
-#include "tracking/tracker.h"
 
 namespace {
 
@@ -47,12 +46,12 @@ private:
     long blocks_ = 0; // when there was no interrupt yet
 };
 
-void track_device(FrameSource &source, Tracker &tracker, const Report &report)
+void track_device(FrameSource &source, TrackingRun &run, const Report &report)
 {
     EndOfBlock end(report);
     Frame frame;
     while (!end.is_reached() && source.read(frame))
-        tracker.add(frame);
+        run.add(frame);
 }
 
 void listen(const LiveOptions &options, DataOutput &output)
@@ -67,7 +66,6 @@ void listen(const LiveOptions &options, DataOutput &output)
     source.pairs().end_with_interrupts(2);
     if (options.seconds > 0.0)
         source.pairs().end_after(options.seconds);
-    const LocalizerSettings settings = tracking.settings(source.rate());
     if (!tracking.quiet)
         for (const std::string &remark : source.opening_remarks())
             note(remark);
@@ -80,19 +78,16 @@ void listen(const LiveOptions &options, DataOutput &output)
             recording->write(samples, count);
         });
     }
-    Tracker tracker(settings, 0.0, [&report](const Block &block, const auto &delays) {
-        report.block(block, delays);
-    });
-    report.begin({options.device, source.layout(), settings});
+    TrackingRun run(tracking, source, std::nullopt, report);
     std::exception_ptr failure; // what was heard before is worth as much without the rest
     try {
-        track_device(source, tracker, report);
+        track_device(source, run, report);
     } catch (...) {
         failure = std::current_exception();
     }
     if (recording)
         recording->finish();
-    report.end(summary_without_blocks(source, tracker));
+    run.finish();
     report.commit();
     if (failure)
         std::rethrow_exception(failure);
@@ -117,19 +112,19 @@ RunCommand add_live(CLI::App &parser)
     parser.add_option("-D,--device", options->device, "ALSA device")
         ->type_name("NAME")
         ->capture_default_str();
-    parser.add_flag("-l,--list", options->list, "List the devices and end");
+    parser.add_flag("-l,--list", options->list, "List the devices and exit");
     options->tracking.add_to(parser);
     parser.get_option("--spacing")->required(false); // --list does without
     parser.callback([options] {
         if (!options->list && options->tracking.array.spacing_cm == 0.0)
             throw CLI::RequiredError("--spacing");
     });
-    parser.add_option("-d,--duration", options->seconds, "End after so many seconds of sound")
+    parser.add_option("-d,--duration", options->seconds, "Stop after this many seconds of sound")
         ->check(limits(0.001, kLongest, "seconds"))
         ->type_name("SEC");
     parser
         .add_option("--record", options->recording,
-                    "Keep what is heard, all channels of the device, as a WAV file")
+                    "Also record all channels of the device to this WAV file")
         ->type_name("FILE.wav");
     return [options](DataOutput &output) { live(*options, output); };
 }

@@ -24,7 +24,7 @@ void ArrayOptions::add_to(CLI::App &parser)
             "Distance between the microphones: 5.8cm, 58mm, 0.058m; a plain number is in cm")
         ->type_name("LENGTH")
         ->required();
-    parser.add_option("-t,--temperature", temperature, "Of the air, in degrees Celsius")
+    parser.add_option("-t,--temperature", temperature, "Air temperature in degrees Celsius")
         ->check(limits(-40, 85, "degrees Celsius"))
         ->capture_default_str();
 }

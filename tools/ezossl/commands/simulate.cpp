@@ -120,7 +120,8 @@ void check_names(const SimulateOptions &options)
         return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
     };
     if (!truth.empty() && whole(truth) == whole(options.output))
-        throw Failure(options.output + ": is the name of both scene and truth; give two names");
+        throw Failure(options.output +
+                      ": is the name of both the scene and the true angles; give two names");
     for (const std::string &name : {options.output, truth}) {
         if (!options.input.empty() && std::filesystem::equivalent(name, options.input, ignored))
             throw Failure(name + ": is the input and would be overwritten; choose another name");
@@ -154,7 +155,7 @@ SceneSettings scene_settings(const SimulateOptions &options)
 void simulate(const SimulateOptions &options)
 {
     if (options.angles.empty() == options.walk.empty())
-        throw UsageFailure("say where the sound comes from: either --angle -30 or --walk -90,90");
+        throw UsageFailure("give the direction of the sound: either --angle -30 or --walk -90,90");
     WavWriter output(options.output, options.rate, EZOSSL_MIC_COUNT);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
@@ -182,19 +183,20 @@ void add_source_options(CLI::App &parser, SimulateOptions &options)
 {
     parser
         .add_option("-a,--angle", options.angles,
-                    "Where the sound comes from; several (-30,0,45) one after another")
+                    "Direction of the sound; several (-30,0,45) follow one another")
         ->delimiter(',')
         ->type_name("DEG")
         ->check(limits(-90, 90, "degrees"));
     parser
-        .add_option("-w,--walk", options.walk, "Instead, evenly from one angle to another (-90,90)")
+        .add_option("-w,--walk", options.walk,
+                    "Instead of --angle: move evenly from one angle to another (-90,90)")
         ->delimiter(',')
         ->expected(2)
         ->type_name("DEG,DEG")
         ->check(limits(-90, 90, "degrees"));
     parser
         .add_option("-i,--input", options.input,
-                    "Sound of the source (first channel); without it, white noise")
+                    "Sound of the source, the first channel of this file (default: white noise)")
         ->type_name("FILE");
     parser
         .add_option("-d,--duration", options.seconds,
@@ -207,15 +209,17 @@ void add_source_options(CLI::App &parser, SimulateOptions &options)
         ->capture_default_str();
     parser
         .add_option("--snr", options.snr_db,
-                    "Level of the direct sound over each microphone's noise")
+                    "Level of the direct sound above each microphone's noise")
         ->check(limits(-60, 120, "dB"))
         ->type_name("DB")
         ->capture_default_str();
-    parser.add_option("--mismatch", options.mismatch_db, "Gain of microphone 1 over microphone 0")
+    parser
+        .add_option("--mismatch", options.mismatch_db,
+                    "Gain of microphone 1 relative to microphone 0")
         ->check(limits(-60, 60, "dB"))
         ->type_name("DB")
         ->capture_default_str();
-    parser.add_option("--seed", options.seed, "Of the noise; another seed, another noise")
+    parser.add_option("--seed", options.seed, "Seed of the noise; each seed gives other noise")
         ->type_name("NUMBER")
         ->capture_default_str();
 }
@@ -224,9 +228,10 @@ void add_room_options(CLI::App &parser, SimulateOptions &options)
 {
     auto *const room =
         parser
-            .add_option("--room", options.room,
-                        "Width x depth x height in metres (5x4x3); the pair stands along the "
-                        "width. Without it, the source is far and there are no echoes")
+            .add_option(
+                "--room", options.room,
+                "Room of width x depth x height in metres (5x4x3), with the microphones along "
+                "the width. Without it, the source is far away and there are no echoes")
             ->check(CLI::Validator(
                 [](const std::string &text) {
                     try {
@@ -239,12 +244,14 @@ void add_room_options(CLI::App &parser, SimulateOptions &options)
                 ""))
             ->type_name("WxDxH")
             ->excludes("--walk");
-    parser.add_option("--rt60", options.rt60, "Time in which the room's echoes fall by 60 dB")
+    parser.add_option("--rt60", options.rt60, "Reverberation time: the echoes fall by 60 dB in it")
         ->check(limits(0.1, 1.0, "seconds"))
         ->type_name("SEC")
         ->capture_default_str()
         ->needs(room);
-    parser.add_option("--distance", options.distance, "From the source to the pair in the room")
+    parser
+        .add_option("--distance", options.distance,
+                    "Distance from the source to the microphones in the room")
         ->check(limits(0.2, 10.0, "metres"))
         ->type_name("M")
         ->capture_default_str()
@@ -264,10 +271,10 @@ RunCommand add_simulate(CLI::App &parser)
         ->required();
     auto *const truth =
         parser
-            .add_option(
-                "--truth", options->truth,
-                "CSV file for the true angles (default: that of the output, ending .truth.csv)")
+            .add_option("--truth", options->truth,
+                        "CSV file for the true angles (default: the output's name with .truth.csv)")
             ->type_name("FILE");
-    parser.add_flag("--no-truth", options->no_truth, "Write no true angles")->excludes(truth);
+    parser.add_flag("--no-truth", options->no_truth, "Do not write the true angles")
+        ->excludes(truth);
     return [options](DataOutput &) { simulate(*options); };
 }

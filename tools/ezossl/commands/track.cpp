@@ -11,11 +11,9 @@
 #include "commands/commands.h"
 #include "commands/tracking_options.h"
 #include "commands/tracking_run.h"
-#include "input/audio_file.h"
-#include "input/frame_source.h"
+#include "input/file_part.h"
 #include "output/progress.h"
 #include "output/report.h"
-#include "tracking/tracker.h"
 
 namespace {
 
@@ -38,7 +36,7 @@ struct TrackOptions {
     }
 };
 
-void feed(FrameSource &source, Tracker &tracker, bool is_quiet)
+void feed(FrameSource &source, TrackingRun &run, bool is_quiet)
 {
     const std::optional<int64_t> length = source.stream().length();
     std::optional<double> seconds;
@@ -47,7 +45,7 @@ void feed(FrameSource &source, Tracker &tracker, bool is_quiet)
     Progress progress(source.stream().name(), seconds, is_quiet);
     Frame frame;
     while (source.read(frame)) {
-        tracker.add(frame);
+        run.add(frame);
         progress.show(source.pairs().seconds());
     }
 }
@@ -77,29 +75,28 @@ void feed(FrameSource &source, Tracker &tracker, bool is_quiet)
 
 void track_input(const TrackOptions &options, const std::string &input, Report &report)
 {
-    std::optional<RawFormat> raw;
+    FilePart part = {input, std::nullopt, options.start, options.duration};
     if (options.raw)
-        raw = RawFormat{options.raw_rate, options.raw_channels};
-    FrameSource source(std::make_unique<AudioReader>(input, raw), options.tracking.input);
-    const LocalizerSettings settings = options.tracking.settings(source.rate());
-    Tracker tracker(settings, options.start, [&report](const Block &block, const auto &delays) {
-        report.block(block, delays);
-    });
-    for (const std::string &remark : source.opening_remarks())
+        part.raw = RawFormat{options.raw_rate, options.raw_channels};
+    InputSettings settings = options.tracking.input;
+    const std::optional<int> band_limit = band_limit_of(part, settings);
+    if (band_limit) {
+        settings.rate = rate_for_edge(*band_limit);
+        options.remark(format_text("%s: %s: analysed at %d Hz", input.c_str(),
+                                   band_limit_text(*band_limit).c_str(), settings.rate));
+    }
+    const std::unique_ptr<FrameSource> source = open_part(part, settings);
+    for (const std::string &remark : source->opening_remarks())
         options.remark(remark);
-
-    source.pairs().skip_to(options.start);
-    if (options.duration > 0.0)
-        source.pairs().end_after(options.duration);
-    report.begin({input, source.layout(), settings});
-    feed(source, tracker, options.tracking.quiet);
+    TrackingRun run(options.tracking, *source, band_limit, report);
+    feed(*source, run, options.tracking.quiet);
     if (interrupts() > 0)
-        end_interrupted(options, source.pairs().seconds(), report);
-    if (source.read_pairs() > 0)
-        options.remark(source.length_remark());
+        end_interrupted(options, source->pairs().seconds(), report);
+    if (source->read_pairs() > 0)
+        options.remark(source->length_remark());
     if (report.blocks() == 0)
-        fail_without_block(source, settings);
-    report.end(summary_without_blocks(source, tracker));
+        fail_without_block(*source, options.tracking.settings(source->rate()).localizer);
+    run.finish();
 }
 
 // An input that fails does not stop the others.
@@ -144,20 +141,22 @@ RunCommand add_track(CLI::App &parser)
         ->type_name("FILE")
         ->required();
     options->tracking.add_to(parser);
-    parser.add_option("--start", options->start, "Begin at this second of the input")
+    parser.add_option("--start", options->start, "Start at this second of the input")
         ->check(limits(0, kLongest, "seconds"))
         ->type_name("SEC");
-    parser.add_option("--duration", options->duration, "End after so many seconds")
+    parser.add_option("--duration", options->duration, "Stop after this many seconds")
         ->check(limits(0.001, kLongest, "seconds"))
         ->type_name("SEC");
     CLI::Option *const raw = parser.add_flag(
-        "--raw", options->raw, "The input is 16-bit little-endian samples without a header");
-    parser.add_option("--raw-rate", options->raw_rate, "Its sample rate in Hz")
+        "--raw", options->raw, "The input has no header: 16-bit little-endian samples");
+    parser.add_option("--raw-rate", options->raw_rate, "Sample rate of --raw input in Hz")
         ->check(limits(1000, kHighestRawRate, "Hz"))
         ->type_name("HZ")
         ->capture_default_str()
         ->needs(raw);
-    parser.add_option("--raw-channels", options->raw_channels, "Its interleaved channels")
+    parser
+        .add_option("--raw-channels", options->raw_channels,
+                    "Number of interleaved channels of --raw input")
         ->check(limits(2, 64, "channels"))
         ->capture_default_str()
         ->needs(raw);

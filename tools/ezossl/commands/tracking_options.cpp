@@ -9,11 +9,14 @@
 #include <iterator>
 
 #include "base/failure.h"
+#include "base/text.h"
 
 namespace {
 
 constexpr int kMostFrames = 10000; // in a block
 constexpr int kMostDegrees = 180;
+constexpr int kLibraryBlock = 32; // frames that its thresholds are made for
+constexpr int kFewestFrames = 4;  // below, a block of the library takes noise for a direction
 
 // "table (default), csv, or jsonl: an object per line"
 std::string format_help()
@@ -34,40 +37,81 @@ std::string format_help()
 void TrackingOptions::add_to(CLI::App &parser)
 {
     add_array_options(parser);
+    add_block_options(parser);
     add_output_options(parser);
-    // Measured with `simulate`: 400 scenes of speech, 4 to 8 cm, 20 to 40 dB above noise; of the
-    // blocks within 15 dB of a scene's loudest. The room has a reverberation time of 0.3 s.
-    parser.footer("Speech is answered best at 16000 Hz: of the blocks of a speaking source 85 %\n"
-                  "had an angle there, dry or in a room; at 48000 Hz 67 %, in a room 41 %, as the\n"
-                  "peak of the correlation leaves the plausible range or a dip outweighs it. So\n"
-                  "live captures at 16000 Hz unless -r says otherwise; files keep their rate.");
+    parser.footer("A block has the direction of the last second: the narrow range of directions\n"
+                  "that most frames of 128 samples point to, if 16 % of them do. So an angle lags\n"
+                  "the sound by up to 0.9 s. A block without an angle states the reason.\n"
+                  "Sound is analysed at 16000 Hz, or at 8000 Hz if it has less, where most blocks\n"
+                  "of speech get an angle. How accurate angles are: docs/accuracy.md.");
+}
+
+// A level in dB, or "auto" for none.
+void add_gate_option(CLI::App &parser, std::optional<int> &gate_db)
+{
+    const auto set = [&gate_db](const std::string &text) {
+        if (text == "auto") {
+            gate_db.reset();
+            return;
+        }
+        int level = 0;
+        if (!CLI::detail::lexical_cast(text, level) || level < -80 || level > 0)
+            throw CLI::ValidationError("--gate", "'" + text +
+                                                     "' is not auto, nor a level of -80 ... 0 dB "
+                                                     "of full scale");
+        gate_db = level;
+    };
+    parser
+        .add_option_function<std::string>(
+            "-g,--gate", set,
+            "Sound at or below this level gets no angle; auto (default) follows the noise")
+        ->type_name("DBFS");
+}
+
+void TrackingOptions::add_block_options(CLI::App &parser)
+{
+    add_gate_option(parser, gate_db);
+    CLI::Option *const frames =
+        parser
+            .add_option("-b,--block", block_frames,
+                        "Frames of 128 samples in a block (default: those of 0.256 s; with "
+                        "--raw-blocks 32)")
+            ->check(limits(1, kMostFrames, "frames"))
+            ->type_name("FRAMES");
+    parser
+        .add_option("--block-ms", block_ms,
+                    "Length of a block in milliseconds, to the nearest frame")
+        ->check(limits(1, 60000, "ms"))
+        ->type_name("MS")
+        ->excludes(frames);
+    CLI::Option *const smooth =
+        parser
+            .add_option("--smooth", smooth_seconds,
+                        "Seconds of sound whose frames vote for the direction of a block")
+            ->check(limits(0.1, 60, "seconds"))
+            ->type_name("SEC")
+            ->capture_default_str();
+    parser
+        .add_flag("--raw-blocks", raw_blocks,
+                  "Blocks as the library decides them, each from its own frames only")
+        ->excludes(smooth);
 }
 
 void TrackingOptions::add_array_options(CLI::App &parser)
 {
     array.add_to(parser);
-    parser.add_option("-g,--gate", gate_db, "Blocks at or below this level get no angle")
-        ->check(limits(-80, 0, "dB of full scale"))
-        ->type_name("DBFS")
-        ->capture_default_str();
-    CLI::Option *const frames =
-        parser.add_option("-b,--block", block_frames, "Frames of 128 samples in a block")
-            ->check(limits(1, kMostFrames, "frames"))
-            ->type_name("FRAMES")
-            ->capture_default_str();
-    parser.add_option("--block-ms", block_ms, "The same in milliseconds, to the nearest frame")
-        ->check(limits(1, 60000, "ms"))
-        ->type_name("MS")
-        ->excludes(frames);
     add_channels_option(parser, input.channels);
     parser.add_flag("--swap", input.channels.swap,
-                    "Exchange the microphones, which flips the sign");
+                    "Swap the microphones, which flips the sign of the angle");
     parser
         .add_option("-r,--rate", input.rate,
-                    "Rate at which the direction is looked for; the sound is brought there")
+                    "Analysis rate; the input is resampled to it (default: 16000, or 8000 for "
+                    "inputs of less)")
         ->check(supported_rate())
         ->type_name("HZ");
-    parser.add_option("-G,--gain", gain_db, "Amplify by this; what gets too loud wraps around")
+    parser
+        .add_option("-G,--gain", gain_db,
+                    "Amplify the input; samples beyond full scale wrap around")
         ->check(limits(-120, 120, "dB"))
         ->type_name("DB")
         ->capture_default_str();
@@ -86,33 +130,38 @@ void TrackingOptions::add_output_options(CLI::App &parser)
     parser
         .add_option_function<std::string>(
             "-o,--output", [this](const std::string &name) { output = name == "-" ? "" : name; },
-            "Write to this file, which appears when it is whole; - is standard output")
+            "Write to this file, which appears once it is complete; - is standard output")
         ->type_name("FILE");
-    parser.add_flag("--per-frame", per_frame, "Also the delay of every frame, in samples");
-    parser.add_flag("--on-change{10}", on_change,
-                    "Only blocks whose angle differs from the last one shown by DEG (10) or more: "
-                    "--on-change [DEG]");
+    parser.add_flag("--per-frame", per_frame, "Also print the delay of every frame, in samples");
+    parser.add_flag(
+        "--on-change{10}", on_change,
+        "Print only blocks whose angle differs from the last one printed by DEG (10) or "
+        "more: --on-change [DEG]");
     parser.add_option("--plot", plot, "Draw angle and level over time")->type_name("FILE.svg");
     parser.add_option("--histogram", histogram, "Draw how often each angle was found")
         ->type_name("FILE.svg");
-    parser.add_flag("--realtime", realtime, "No faster than the sound was");
-    parser.add_flag("-q,--quiet", quiet, "No summary and no notes; errors only");
-    parser.add_flag("--no-color", no_color, "No colours on a terminal");
+    parser.add_flag("--realtime", realtime, "Output no faster than real time");
+    parser.add_flag("-q,--quiet", quiet, "Print errors only: no summary and no notes");
+    parser.add_flag("--no-color", no_color, "Use no colours on a terminal");
 }
 
 void TrackingOptions::check(const std::vector<std::string> &inputs,
                             const std::string &recording) const
 {
+    if (raw_blocks && !quiet && block_frames > 0 && block_frames < kFewestFrames)
+        note(format_text("blocks of fewer than %d frames get angles from noise too; omit "
+                         "--raw-blocks, or choose longer blocks",
+                         kFewestFrames));
     if (on_change < 0 || on_change > kMostDegrees)
         throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
-        throw UsageFailure("- can be given once; standard input ends only once");
+        throw UsageFailure("- can be given only once, as standard input can be read only once");
     if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
-        throw UsageFailure("--plot and --histogram draw one input; give one at a time");
+        throw UsageFailure("--plot and --histogram draw a single input; give one at a time");
     for (const std::string &file : {plot, histogram})
         if (const auto ending = std::filesystem::path(file).extension();
             !ending.empty() && ending != ".svg")
-            throw UsageFailure(file + ": is drawn as SVG; let its name end in .svg");
+            throw UsageFailure(file + ": figures are SVG; choose a name that ends in .svg");
     check_outputs({output, plot, histogram, recording}, inputs);
 }
 
@@ -122,21 +171,32 @@ void TrackingOptions::check_outputs(std::vector<std::string> outputs,
     outputs.erase(std::remove(outputs.begin(), outputs.end(), ""), outputs.end());
     for (const std::string &file : outputs) {
         if (std::count(outputs.begin(), outputs.end(), file) > 1)
-            throw UsageFailure(file + ": is named for two outputs; give each its own");
+            throw UsageFailure(file + ": is the name of two outputs; give each its own");
         const auto is_same = [&file](const std::string &name) {
             std::error_code none_if_missing;
             return std::filesystem::equivalent(name, file, none_if_missing);
         };
         if (std::any_of(inputs.begin(), inputs.end(), is_same))
-            throw UsageFailure(file + ": is an input and would be overwritten; choose another");
+            throw UsageFailure(file +
+                               ": is an input and would be overwritten; choose another name");
     }
 }
 
-LocalizerSettings TrackingOptions::settings(int sample_rate) const
+TrackerSettings TrackingOptions::settings(int sample_rate) const
 {
-    int frames = block_frames;
+    const bool is_raw = raw_blocks || mode == DelayMode::time_domain;
+    int frames = is_raw ? kLibraryBlock : frames_in(kSmoothedBlockSeconds, sample_rate);
+    if (block_frames > 0)
+        frames = block_frames;
     if (block_ms > 0.0)
-        frames = std::max(1, static_cast<int>(std::lround(block_ms / 1000.0 * sample_rate /
-                                                          double{EZOSSL_FRAME_LENGTH})));
-    return {sample_rate, array.spacing_cm, array.temperature, gate_db, frames, mode, gain_db};
+        frames = frames_in(block_ms / 1000.0, sample_rate);
+    const LocalizerSettings localizer = {sample_rate,
+                                         array.spacing_cm,
+                                         array.temperature,
+                                         gate_db.value_or(static_cast<int>(kLowestGateDb)),
+                                         frames,
+                                         mode,
+                                         gain_db};
+    return {localizer, is_raw ? std::nullopt : std::optional<double>(smooth_seconds),
+            is_raw ? localizer.gate_db : gate_db};
 }

@@ -14,13 +14,11 @@ std::vector<Block> localize(const std::vector<int16_t> &samples, const Localizer
 {
     Localizer localizer(settings);
     std::vector<Block> blocks;
-    int16_t frame[kFrameSamples];
-    for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
-        std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(at), kFrameSamples, frame);
+    for_each_frame(samples, [&](const Frame &frame) {
         localizer.add_frame(frame);
         if (localizer.is_block_complete())
             blocks.push_back(localizer.finish_block());
-    }
+    });
     return blocks;
 }
 

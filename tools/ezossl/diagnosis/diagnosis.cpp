@@ -9,63 +9,75 @@
 
 #include "base/acoustics.h"
 #include "base/median.h"
+#include "base/pi.h"
 #include "base/sample_format.h"
 #include "base/text.h"
 #include "diagnosis/block_counts.h"
 #include "diagnosis/lag_track.h"
 #include "diagnosis/pair_correlation.h"
+#include "input/band_limit.h"
 #include "input/resampler.h"
 #include "input/sample_rates.h"
+#include "tracking/tracker.h"
 
 namespace {
 
 // clang-format off
-constexpr FindingKind kTooQuiet = {true, "too quiet",
+constexpr FindingKind kTooQuiet = {true, true, "too quiet",
     "blocks at or below the gate get no direction",
     "raise the capture gain, or record a louder sound"};
-constexpr FindingKind kLossy = {false, "lossy compression",
+constexpr FindingKind kLossy = {false, false, "lossy compression",
     "lossy compression changes the phase: angles of such a file cannot be trusted",
     "record WAV or FLAC"};
-constexpr FindingKind kDeadChannel = {true, "dead channel",
+constexpr FindingKind kDeadChannel = {true, true, "dead channel",
     "one microphone is not heard, so there is no direction",
     "check its wiring, its supply and the capture channel"};
-constexpr FindingKind kIdentical = {true, "identical channels",
+constexpr FindingKind kIdentical = {true, true, "identical channels",
     "both carry one signal, which has no direction",
     "record two microphones, without a mono mix or a balanced line on two inputs"};
-constexpr FindingKind kLargeOffset = {true, "DC offset",
+constexpr FindingKind kLargeOffset = {true, true, "DC offset",
     "the library locates the offset instead of the sound: its angles go to 0",
     "remove it (sox IN OUT highpass 50), check the microphone's coupling"};
-constexpr FindingKind kOffset = {false, "DC offset",
+constexpr FindingKind kOffset = {false, false, "DC offset",
     "it takes headroom, and may open the noise gate for silence",
     "remove it: sox IN OUT highpass 50"};
-constexpr FindingKind kClipped = {false, "clipped",
+constexpr FindingKind kClipped = {false, false, "clipped",
     "loud parts are cut off; the directions of a single sound survive that",
     "lower the capture gain all the same"};
-constexpr FindingKind kMismatch = {false, "level mismatch",
+constexpr FindingKind kMismatch = {false, false, "level mismatch",
     "directions do not depend on it, but the fainter microphone's noise does",
     "check that both are uncovered and have the same gain"};
-constexpr FindingKind kInverted = {true, "inverted polarity",
+constexpr FindingKind kInverted = {true, true, "inverted polarity",
     "one channel is upside down; the library rejects every such frame",
     "swap the wires of one microphone, or negate a channel: sox IN OUT remix 1 2v-1"};
-constexpr FindingKind kNoCommonSound = {true, "no common sound",
+constexpr FindingKind kNoCommonSound = {true, true, "no common sound",
     "the channels hear different things, or are further apart in time",
     "record both microphones with one device, at one time"};
-constexpr FindingKind kDrift = {true, "drifting lag",
+constexpr FindingKind kDrift = {true, true, "drifting lag",
     "the channels run on two clocks",
     "record both microphones with one device"};
-constexpr FindingKind kImpossible = {true, "impossible lag",
+constexpr FindingKind kImpossible = {true, true, "impossible lag",
     "no source can be there: the spacing is larger than stated, or one channel is late",
     "state the real spacing with -s, or record both with one device"};
-constexpr FindingKind kLongLag = {false, "long lag",
+constexpr FindingKind kLongLag = {false, true, "long lag",
     "the spacing may be larger than stated: angles come out too large, up to 90",
     "measure the spacing, and state it with -s"};
-constexpr FindingKind kNoDirections = {true, "no directions",
+constexpr FindingKind kEmptyBand = {true, false, "empty upper band",
+    "angles are drawn towards 0 where the rate has more than the sound",
+    "choose a lower rate with -r"};
+constexpr FindingKind kNarrowBand = {false, false, "narrow band",
+    "the sound was recorded or resampled at a lower rate; it is analysed at that one",
+    "record at 16000 Hz or more if you can: angles get finer"};
+constexpr FindingKind kContradiction = {true, true, "contradiction",
+    "the directions found and the lag between the channels do not fit together",
+    "try a lower rate with -r, and record without any processing"};
+constexpr FindingKind kNoDirections = {true, false, "no directions",
     "no fault of the channels was found, yet the library decides none",
     "record a source that is nearer, louder or in a room with less echo"};
-constexpr FindingKind kFewDirections = {false, "few directions",
+constexpr FindingKind kFewDirections = {false, false, "few directions",
     "the sound is far, noisy or full of echo",
     "take the source nearer, or longer blocks"};
-constexpr FindingKind kLowerRate = {false, "few directions",
+constexpr FindingKind kLowerRate = {false, false, "few directions",
     "so high a rate leaves little sound in a frame of 128 samples",
     "use -r 16000"};
 // clang-format on
@@ -79,6 +91,7 @@ constexpr double kClippedShare = 0.0005;  // of the samples
 constexpr double kLargeOffsetRatio = 5.0; // to the sound; from here on angles go to 0
 constexpr double kLagMargin = 0.75;       // samples beyond the longest lag: impossible
 constexpr double kLagDoubt = 0.35;        // and doubtful
+constexpr double kContradictionLag = 0.5; // samples between the lag and that of the directions
 constexpr double kFewShare = 0.2;         // of the blocks with sound
 constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
 
@@ -234,6 +247,10 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     diagnosis.segments = static_cast<int>(all.size());
     diagnosis.common = static_cast<int>(common.size());
     diagnosis.median_lag = median(lags);
+    const auto near = std::count_if(lags.begin(), lags.end(), [&diagnosis](double lag) {
+        return std::fabs(lag - diagnosis.median_lag) < kContradictionLag;
+    });
+    diagnosis.is_still = 2 * near > static_cast<std::ptrdiff_t>(lags.size());
     if (!common.empty())
         find_lag_faults(common, settings, diagnosis);
     else if (!all.empty())
@@ -241,6 +258,20 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
             {&kNoCommonSound,
              format_text("no correlation at any lag up to %d ms in any of %zu segments",
                          250 * correlation_length(settings.rate) / settings.rate, all.size())});
+}
+
+void find_band_limit(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                     Diagnosis &diagnosis)
+{
+    if (settings.band_limit != 0)
+        diagnosis.findings.push_back({&kNarrowBand, band_limit_text(settings.band_limit)});
+    BandLimit limit(settings.rate);
+    for_each_frame(samples, [&limit](const Frame &frame) { limit.add(frame); });
+    if (const std::optional<int> edge = limit.edge())
+        diagnosis.findings.push_back(
+            {&kEmptyBand,
+             format_text("%s, analysed at %d Hz; -r %d fits", band_limit_text(*edge).c_str(),
+                         settings.rate, rate_for_edge(*edge))});
 }
 
 // ---- What the library makes of them ----------------------------------------------------------
@@ -282,6 +313,37 @@ void find_few_directions(const std::vector<int16_t> &samples, const DiagnosisSet
              format_text("%d of %d blocks with sound get one", counts.decided, counts.with_sound)});
 }
 
+std::optional<double> median_direction(const std::vector<int16_t> &samples,
+                                       const DiagnosisSettings &settings)
+{
+    std::vector<double> angles;
+    LocalizerSettings localizer = localizer_settings(settings, settings.rate);
+    localizer.block_frames = frames_in(kSmoothedBlockSeconds, settings.rate);
+    Tracker tracker({localizer, kSmoothSeconds, settings.gate_db}, 0.0,
+                    [&angles](const Block &block, const std::vector<int> &) {
+                        if (block.status == BlockStatus::ok)
+                            angles.push_back(block.angle);
+                    });
+    for_each_frame(samples, [&tracker](const Frame &frame) { tracker.add(frame); });
+    if (angles.empty())
+        return std::nullopt;
+    return median(angles);
+}
+
+// The angle of a lag is -asin(lag / longest lag).
+void find_contradiction(Diagnosis &diagnosis)
+{
+    if (!diagnosis.is_still || !diagnosis.median_angle)
+        return;
+    const double lag = -std::sin(*diagnosis.median_angle * kPi / 180.0) * diagnosis.longest_lag;
+    if (std::fabs(lag - diagnosis.median_lag) > kContradictionLag)
+        diagnosis.findings.push_back(
+            {&kContradiction,
+             format_text("the median direction of %+.0f deg stands for a lag of %+.2f samples, "
+                         "the channels have %+.2f",
+                         *diagnosis.median_angle, lag, diagnosis.median_lag)});
+}
+
 } // namespace
 
 bool Diagnosis::is_usable() const
@@ -320,6 +382,10 @@ Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings 
     find_clipping(diagnosis);
     find_mismatch(settings, diagnosis);
     compare_channels(samples, settings, diagnosis);
+    find_band_limit(samples, settings, diagnosis);
+    diagnosis.median_angle = median_direction(samples, settings);
+    if (diagnosis.is_usable())
+        find_contradiction(diagnosis);
     if (diagnosis.is_usable())
         find_few_directions(samples, settings, counts, diagnosis);
     return diagnosis;

@@ -6,6 +6,7 @@
 #define EZOSSL_TOOL_DIAGNOSIS_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,11 +19,13 @@ struct DiagnosisSettings {
     int gate_db;       // dB of full scale
     int channels[2];   // of the microphones, from 1, as the user knows them
     bool is_lossy;     // whether the samples went through a lossy compression
+    int band_limit;    // Hz above which the input is known to have no sound; 0 if it is not known
 };
 
 // What can be found: a fault makes the input unusable, a warning does not.
 struct FindingKind {
     bool is_fault;
+    bool is_told_at_once; // by `track` and `live` too, as soon as it shows
     const char *name;
     const char *meaning;
     const char *remedy;
@@ -39,8 +42,10 @@ struct Diagnosis {
     int segments;       // of a second, above the gate
     int common;         // of these, with a sound that both channels have
     double median_lag;  // of these, in samples
+    bool is_still;      // whether most of these lags are near it: the source does not move
     int blocks;  // blocks of 32 frames with sound: above the gate and not much below the rest
     int decided; // of these, with a direction
+    std::optional<double> median_angle; // of the smoothed directions, in degrees
     std::vector<Finding> findings;
 
     bool is_usable() const;

@@ -13,7 +13,7 @@
 FrameSource::FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings)
     : microphones_(find_microphones(settings.channels, stream->name(), stream->channels())),
       wanted_rate_(settings.rate),
-      rate_(analysis_rate(settings.rate, stream->rate(), stream->origin())),
+      rate_(analysis_rate(settings.rate, stream->rate(), stream->name())),
       pairs_(std::move(stream), microphones_, rate_)
 {
 }

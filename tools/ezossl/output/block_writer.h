@@ -11,13 +11,13 @@
 #include "input/input_layout.h"
 #include "output/data_output.h"
 #include "output/summary.h"
-#include "tracking/localizer.h"
+#include "tracking/tracker.h"
 
 // Which input, and how it is analysed.
 struct InputInfo {
     std::string name; // as the user wrote it
     InputLayout layout;
-    LocalizerSettings settings;
+    TrackerSettings settings;
 };
 
 class BlockWriter

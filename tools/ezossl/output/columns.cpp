@@ -36,6 +36,7 @@ constexpr Column kColumns[] = {
     {"t_end", [](const BlockRow &row) { return seconds(row.block.end); }},
     {"angle_deg", [](const BlockRow &row) { return angle_of(row.block); }},
     {"status", [](const BlockRow &row) { return Value(display_of(row.block.status).name); }},
+    {"frames_agreeing", [](const BlockRow &row) { return whole(row.block.frames_agreeing); }},
     {"frames_used", [](const BlockRow &row) { return whole(row.block.frames_used); }},
     {"frames_total", [](const BlockRow &row) { return whole(row.block.frames_total); }},
     {"level_dbfs",

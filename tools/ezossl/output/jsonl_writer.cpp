@@ -46,6 +46,21 @@ public:
             cJSON_AddItemToArray(array, number ? cJSON_CreateNumber(*number) : cJSON_CreateNull());
     }
 
+    void add(const char *name, const std::vector<std::string> &texts)
+    {
+        cJSON *const array = cJSON_AddArrayToObject(json_, name);
+        for (const std::string &text : texts)
+            cJSON_AddItemToArray(array, cJSON_CreateString(text.c_str()));
+    }
+    template <class Type>
+    void add(const char *name, const std::optional<Type> &value)
+    {
+        if (value)
+            add(name, *value);
+        else
+            add(name, std::monostate());
+    }
+
     void print(DataOutput &output) const
     {
         char *const text = cJSON_PrintUnformatted(json_);
@@ -68,7 +83,7 @@ public:
     void begin(const InputInfo &input) override
     {
         name_ = valid_utf8(input.name);
-        const LocalizerSettings &settings = input.settings;
+        const LocalizerSettings &settings = input.settings.localizer;
         Object object("start", name_);
         object.add("version", EZOSSL_VERSION);
         object.add("input_rate_hz", input.layout.rate);
@@ -78,8 +93,12 @@ public:
         object.add("rate_hz", settings.sample_rate);
         object.add("spacing_cm", settings.spacing_cm);
         object.add("temperature_c", settings.temperature);
-        object.add("gate_dbfs", settings.gate_db);
+        if (input.settings.gate_db)
+            object.add("gate_dbfs", *input.settings.gate_db);
+        else
+            object.add("gate_dbfs", "auto");
         object.add("block_frames", settings.block_frames);
+        object.add("smooth_s", input.settings.smooth_seconds);
         object.add("gain_db", settings.gain_db);
         object.add("mode", kDelayModes[static_cast<int>(settings.mode)].name);
         object.print(output_);
@@ -99,12 +118,21 @@ public:
         Object object("summary", name_);
         object.add("blocks", summary.blocks());
         object.add("decided", summary.count(BlockStatus::ok));
-        object.add("quiet", summary.count(BlockStatus::quiet));
+        for (const StatusDisplay &row : kStatuses) {
+            if (row.status != BlockStatus::ok)
+                object.add(row.name, summary.count(row.status));
+        }
         object.add("decided_share", Number{summary.decided_share(), 4});
-        if (summary.count(BlockStatus::ok) > 0)
-            object.add("median_deg", summary.median());
-        else
-            object.add("median_deg", std::monostate());
+        object.add("median_deg", summary.count(BlockStatus::ok) > 0
+                                     ? std::optional<double>(summary.median())
+                                     : std::nullopt);
+        if (summary.gate) {
+            object.add("gate_lowest_dbfs", Number{summary.gate->lowest, 2});
+            object.add("gate_highest_dbfs", Number{summary.gate->highest, 2});
+            object.add("gate_last_dbfs", Number{summary.gate->last, 2});
+        }
+        object.add("band_limit_hz", summary.band_limit);
+        object.add("faults", summary.faults);
         object.add("overruns", summary.overruns);
         object.add("suspends", summary.suspends);
         object.add("dropped_s", Number{summary.dropped_seconds, 6});

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <fstream>
 #include <thread>
-#include <utility>
 
 #include "base/failure.h"
 #include "base/interrupt.h"
@@ -49,9 +48,8 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
 {
     if (!settings.output.empty())
         output.redirect(settings.output);
-    using NamedDrawing = std::pair<std::string, Drawing>;
-    for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
-                                        NamedDrawing(settings.histogram, angle_rose_svg)}) {
+    for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
+                                        std::pair(settings.histogram, angle_rose_svg)}) {
         if (path.empty())
             continue;
         // An empty file shows now whether it can be written, not after an hour.
@@ -66,6 +64,7 @@ void Report::begin(const InputInfo &input)
 {
     input_ = input;
     summary_ = Summary();
+    faults_.clear();
     drawn_.clear();
     last_shown_.reset();
     began_ = std::chrono::steady_clock::now();
@@ -90,6 +89,10 @@ bool Report::is_shown(const Block &block)
 {
     if (settings_.on_change == 0)
         return true;
+    if (block.status == BlockStatus::quiet && last_shown_) { // the sound has ended
+        last_shown_.reset();
+        return true;
+    }
     if (block.status != BlockStatus::ok ||
         (last_shown_ && std::abs(block.angle - *last_shown_) < settings_.on_change))
         return false;
@@ -108,20 +111,24 @@ void Report::wait_for(double seconds)
     }
 }
 
-void Report::end(Summary rest)
+void Report::fault(const std::string &name, const std::string &text)
 {
-    summary_.dropped_seconds = rest.dropped_seconds;
-    summary_.clamped = rest.clamped;
-    summary_.wrapped = rest.wrapped;
-    summary_.overruns = rest.overruns;
-    summary_.suspends = rest.suspends;
+    faults_.push_back(name);
+    if (!settings_.quiet)
+        note(input_.name + ": " + name + ": " + text);
+}
+
+void Report::end(const SoundSummary &sound)
+{
+    static_cast<SoundSummary &>(summary_) = sound;
+    summary_.faults = faults_;
     writer_->end(summary_);
     output_.flush();
     for (const Figure &figure : figures_)
         write(figure.file, figure.svg(drawn_, input_.name));
     summarize();
     if (!settings_.quiet)
-        advise(summary_);
+        advise();
 }
 
 void Report::summarize() const
@@ -130,16 +137,24 @@ void Report::summarize() const
         std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
 }
 
-void Report::advise(const Summary &summary) const
+// The one step that helps most; a fault was told with its remedy already.
+void Report::advise() const
 {
-    const long sounding = summary.blocks() - summary.count(BlockStatus::quiet);
-    if (input_.settings.mode == DelayMode::time_domain)
+    const LocalizerSettings &settings = input_.settings.localizer;
+    const bool few_have_angles = summary_.heard() >= kFewestToJudge &&
+                                 static_cast<double>(summary_.count(BlockStatus::ok)) <
+                                     kGoodShare * static_cast<double>(summary_.heard());
+    const std::string name = input_.name + ": ";
+    if (settings.mode == DelayMode::time_domain)
         note("--mode delay reports a constant delay and no direction; omit it to get angles");
-    else if (input_.settings.sample_rate > kBestRate && sounding >= kFewestToJudge &&
-             static_cast<double>(summary.count(BlockStatus::ok)) <
-                 kGoodShare * static_cast<double>(sounding))
-        note(format_text("%s: at %d Hz most blocks stay undecided; try -r %d", input_.name.c_str(),
-                         input_.settings.sample_rate, kBestRate));
+    else if (!faults_.empty())
+        return;
+    else if (summary_.heard() == 0)
+        note(name + "all blocks are too quiet: " + display_of(BlockStatus::quiet).next_step);
+    else if (few_have_angles && settings.sample_rate > kBestRate)
+        note(name + format_text("at %d Hz few blocks get an angle: omit -r", settings.sample_rate));
+    else if (const StatusDisplay &reason = display_of(summary_.main_reason()); few_have_angles)
+        note(name + "few blocks get an angle, mostly '" + reason.words + "': " + reason.next_step);
 }
 
 void Report::commit()

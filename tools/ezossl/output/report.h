@@ -36,8 +36,9 @@ public:
 
     void begin(const InputInfo &input);
     void block(const Block &block, const std::vector<int> &delays);
-    // The summary is complete but for the blocks, which are counted here.
-    void end(Summary rest);
+    // A fault that the blocks suffer from, in words; told at once.
+    void fault(const std::string &name, const std::string &text);
+    void end(const SoundSummary &sound);
     // Prints the summary so far on standard error.
     void summarize() const;
     // Makes the output files appear; without it, there are none.
@@ -55,7 +56,7 @@ private:
 
     bool is_shown(const Block &block);
     void wait_for(double seconds);
-    void advise(const Summary &summary) const;
+    void advise() const;
 
     ReportSettings settings_;
     DataOutput &output_;
@@ -64,6 +65,7 @@ private:
     std::list<Figure> figures_;
     InputInfo input_;
     Summary summary_;
+    std::vector<std::string> faults_;
     std::vector<Block> drawn_; // all blocks of the input, if there are figures
     std::optional<int> last_shown_;
     std::chrono::steady_clock::time_point began_;

@@ -21,6 +21,22 @@ long Summary::blocks() const
     return std::accumulate(count_of_status_.begin(), count_of_status_.end(), 0L);
 }
 
+long Summary::heard() const
+{
+    return blocks() - count(BlockStatus::quiet);
+}
+
+BlockStatus Summary::main_reason() const
+{
+    BlockStatus main = BlockStatus::undecided;
+    for (const StatusDisplay &row : kStatuses) {
+        if (row.status != BlockStatus::ok && row.status != BlockStatus::quiet &&
+            count(row.status) > count(main))
+            main = row.status;
+    }
+    return main;
+}
+
 double Summary::decided_share() const
 {
     const long all = blocks();
@@ -48,6 +64,10 @@ std::string to_text(const std::string &path, const Summary &summary)
                                    summary.count(BlockStatus::ok), 100 * summary.decided_share());
     if (summary.count(BlockStatus::ok) > 0)
         text += format_text(", median %+g deg", summary.median());
+    for (const StatusDisplay &row : kStatuses) {
+        if (row.status != BlockStatus::ok && summary.count(row.status) > 0)
+            text += format_text(", %ld %s", summary.count(row.status), row.words);
+    }
     if (summary.overruns > 0)
         text += ", " + counted(summary.overruns, "overrun") + ": sound is missing";
     if (summary.suspends > 0)
@@ -60,5 +80,8 @@ std::string to_text(const std::string &path, const Summary &summary)
     if (summary.wrapped > 0)
         text += ", " + counted(static_cast<long>(summary.wrapped), "sample") +
                 " wrapped around because the gain is too high: lower -G";
+    if (summary.gate)
+        text +=
+            format_text(", gate %.0f to %.0f dBFS", summary.gate->lowest, summary.gate->highest);
     return text;
 }

@@ -26,9 +26,9 @@ constexpr TextColumn kTextColumns[] = {
     {"", "from [s]", 9, [](const Block &block) { return format_text("%.3f", block.start); }},
     {" ", "to [s]", 9, [](const Block &block) { return format_text("%.3f", block.end); }},
     {"  ", "direction", -10, direction},
-    {"  ", "frames", -9,
+    {"  ", "agreeing", -9,
      [](const Block &block) {
-         return format_text("%4d/%d", block.frames_used, block.frames_total);
+         return format_text("%4d/%d", block.frames_agreeing, block.frames_total);
      }},
     {" ", "dBFS", 6, [](const Block &block) { return format_text("%.1f", block.level); }},
 };

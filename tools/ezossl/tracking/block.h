@@ -10,10 +10,11 @@ struct Block {
     double start; // seconds from the beginning of the input
     double end;
     BlockStatus status;
-    int angle;        // degrees; of BlockStatus::ok only
-    int frames_used;  // frames with a clear delay
-    int frames_total; // frames in the block
-    double level;     // mean of both microphones, dB of full scale; -infinity for digital silence
+    int angle;           // degrees; of BlockStatus::ok only
+    int frames_agreeing; // frames whose delays agree: see DirectionVote, and Localizer for its own
+    int frames_used;     // frames with a clear delay
+    int frames_total;    // frames that had a say
+    double level; // mean of both microphones, dB of full scale; -infinity for digital silence
 };
 
 #endif

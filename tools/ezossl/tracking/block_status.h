@@ -8,10 +8,13 @@
 #include <cstddef>
 
 enum class BlockStatus {
-    ok,         // there is an angle
-    quiet,      // at or below the noise gate
-    undecided,  // no direction has enough votes
-    impossible, // the delay does not fit the spacing
+    ok,        // there is an angle
+    quiet,     // at or below the noise gate
+    few_clear, // too few frames have a clear delay
+    disagree,  // the frames with a clear delay point in different directions
+    near_miss, // nearly enough frames agree
+    beyond,    // the delay is longer than the spacing allows
+    undecided, // the mode of the library gives no direction
 };
 
 // How a status is shown. Only ok has an angle, which takes the place of words and colours.
@@ -21,13 +24,22 @@ struct StatusDisplay {
     const char *words;        // in the table
     const char *light_colour; // in figures, for a light background
     const char *dark_colour;
+    const char *next_step; // what helps if most blocks are like this
 };
 
 constexpr StatusDisplay kStatuses[] = {
-    {BlockStatus::ok, "ok", "", "", ""},
-    {BlockStatus::quiet, "quiet", "too quiet", "#aeb6bf", "#59636e"},
-    {BlockStatus::undecided, "undecided", "undecided", "#bf8700", "#d29922"},
-    {BlockStatus::impossible, "impossible", "impossible", "#bc4c00", "#f0883e"},
+    {BlockStatus::ok, "ok", "", "", "", ""},
+    {BlockStatus::quiet, "quiet", "too quiet", "#8c959f", "#6e7781",
+     "lower the gate with -g, or raise the capture gain"},
+    {BlockStatus::few_clear, "few_clear", "unclear", "#8250df", "#a371f7",
+     "the microphones hear little in common; run ezossl check"},
+    {BlockStatus::disagree, "disagree", "disagree", "#bf8700", "#d29922",
+     "move the source nearer, or lessen echo and noise"},
+    {BlockStatus::near_miss, "near_miss", "near miss", "#0969da", "#58a6ff",
+     "move the source nearer, or try --smooth 2"},
+    {BlockStatus::beyond, "beyond", "too late", "#bc4c00", "#f0883e",
+     "check the spacing that -s states; run ezossl check"},
+    {BlockStatus::undecided, "undecided", "undecided", "#57606a", "#8b949e", ""},
 };
 constexpr std::size_t kStatusCount = sizeof kStatuses / sizeof kStatuses[0];
 

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/failure.h"
+#include "tracking/agreement.h"
 #include "tracking/library_code.h"
 
 namespace {
@@ -32,16 +33,16 @@ struct StatusOfCode {
     int32_t code;
     BlockStatus status;
 };
-constexpr StatusOfCode kStatuses[] = {
+constexpr StatusOfCode kStatusOfCode[] = {
     {EZOSSL_OK, BlockStatus::ok},
     {EZOSSL_TOO_QUIET, BlockStatus::quiet},
     {EZOSSL_UNDECIDED, BlockStatus::undecided},
-    {EZOSSL_DELAY_TOO_LARGE, BlockStatus::impossible},
+    {EZOSSL_DELAY_TOO_LARGE, BlockStatus::beyond},
 };
 
 BlockStatus status_of(int32_t code)
 {
-    for (const StatusOfCode &known : kStatuses) {
+    for (const StatusOfCode &known : kStatusOfCode) {
         if (known.code == code)
             return known.status;
     }
@@ -71,6 +72,7 @@ double energy_of(const int16_t (&frame)[kFrameSamples])
 
 Localizer::Localizer(const LocalizerSettings &settings)
     : settings_(settings),
+      geometry_(settings.spacing_cm, settings.sample_rate, settings.temperature),
       loudest_(static_cast<int>(32767.0 * std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
       buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
 {
@@ -115,10 +117,14 @@ Block Localizer::finish_block()
     int32_t angle = EZOSSL_NO_DIRECTION;
     const int32_t code = settings_.mode == DelayMode::vote ? EzoSsl_Get_Direction(handle_, &angle)
                                                            : EZOSSL_UNDECIDED;
+    BlockStatus status = status_of(code);
+    if (status == BlockStatus::undecided && settings_.mode == DelayMode::vote)
+        status = reason_of_undecided(delays_, geometry_);
     const Block block = {start,
                          start + seconds,
-                         status_of(code),
+                         status,
                          angle,
+                         count_agreeing(delays_),
                          frames() - static_cast<int>(rejected),
                          frames(),
                          10.0 * std::log10(energy_ / samples)};

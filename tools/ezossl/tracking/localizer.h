@@ -11,6 +11,7 @@
 #include "EzoSsl.h"
 #include "base/frame.h"
 #include "tracking/block.h"
+#include "tracking/pair_geometry.h"
 
 // The library's bf_mode.
 enum class DelayMode { vote = 0, time_domain = 1 };
@@ -59,6 +60,7 @@ private:
     void begin_block();
 
     LocalizerSettings settings_;
+    PairGeometry geometry_;
     int loudest_; // sample that the gain leaves within 16 bits
     std::vector<std::byte> buffer_;
     SslHandle *handle_;

@@ -6,10 +6,18 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "base/frame.h"
 #include "tracking/localizer.h"
+#include "tracking/smoother.h"
+
+struct TrackerSettings {
+    LocalizerSettings localizer;          // its block_frames are those of the blocks that come out
+    std::optional<double> smooth_seconds; // none: the blocks are the library's own
+    std::optional<int> gate_db;           // dB of full scale; none follows the noise
+};
 
 // A block, and the delay of each of its frames.
 using BlockHandler = std::function<void(const Block &, const std::vector<int> &)>;
@@ -18,18 +26,24 @@ class Tracker
 {
 public:
     // The first frame starts at this second of the input.
-    Tracker(const LocalizerSettings &settings, double start, BlockHandler on_block);
+    Tracker(const TrackerSettings &settings, double start, BlockHandler on_block);
 
     void add(const Frame &frame);
 
     // Samples per microphone of the block that is open.
     std::size_t open_samples() const;
     std::size_t wrapped() const { return localizer_.wrapped(); }
+    // The gate that the tool applies itself; nullptr where the library applies one.
+    const NoiseGate *gate() const { return smoother_ ? &smoother_->gate() : nullptr; }
 
 private:
+    template <class Source>
+    void hand_on(Source &source);
+
     double start_;
     BlockHandler on_block_;
     Localizer localizer_;
+    std::optional<Smoother> smoother_;
 };
 
 #endif

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// fault_watch.cpp - what is odd: hardly a block with an angle, delays that do not fit the spacing,
+// or angles that all stand at 0 or at the ends. On scenes without a fault none of these happens,
+// but for a source at 0, which the diagnosis then finds nothing wrong with.
+
+#include "diagnosis/fault_watch.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+constexpr int kDiagnosedSeconds = 10;
+constexpr std::size_t kBlocks = 40;       // that are looked back on
+constexpr std::size_t kFewestBlocks = 10; // of a kind, to say something about them
+constexpr std::size_t kFewestAtEnd = 4;
+constexpr double kFewShare = 0.2;    // with an angle, of those above the gate
+constexpr double kBeyondShare = 0.1; // of those above the gate
+constexpr double kStuckShare = 0.9;  // of those with an angle
+constexpr int kEndOfScale = 89;      // degrees
+
+} // namespace
+
+FaultWatch::FaultWatch(const DiagnosisSettings &settings) : settings_(settings)
+{
+}
+
+void FaultWatch::add(const Frame &frame)
+{
+    samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
+    const auto most = static_cast<std::size_t>(kDiagnosedSeconds * settings_.rate * EZOSSL_MIC_COUNT);
+    if (samples_.size() > most)
+        samples_.erase(samples_.begin(), samples_.begin() + kFrameSamples);
+}
+
+std::vector<Finding> FaultWatch::add(const Block &block)
+{
+    was_heard_ = was_heard_ || block.status != BlockStatus::quiet;
+    blocks_.push_back(block);
+    if (blocks_.size() > kBlocks)
+        blocks_.pop_front();
+    if (blocks_.size() < kBlocks || block.end < next_ || !is_odd(kFewestBlocks))
+        return {};
+    next_ = block.end + kDiagnosedSeconds;
+    return diagnose_anew();
+}
+
+std::vector<Finding> FaultWatch::finish()
+{
+    if (samples_.size() / EZOSSL_MIC_COUNT < shortest_input(settings_.rate) ||
+        (was_heard_ && !is_odd(kFewestAtEnd)))
+        return {};
+    return diagnose_anew();
+}
+
+bool FaultWatch::is_odd(std::size_t least) const
+{
+    const auto count = [this](auto has) {
+        return static_cast<std::size_t>(std::count_if(blocks_.begin(), blocks_.end(), has));
+    };
+    const std::size_t heard =
+        count([](const Block &block) { return block.status != BlockStatus::quiet; });
+    const std::size_t decided =
+        count([](const Block &block) { return block.status == BlockStatus::ok; });
+    const std::size_t beyond =
+        count([](const Block &block) { return block.status == BlockStatus::beyond; });
+    const std::size_t at_ends = count([](const Block &block) {
+        return block.status == BlockStatus::ok && std::abs(block.angle) >= kEndOfScale;
+    });
+    const std::size_t at_zero = count(
+        [](const Block &block) { return block.status == BlockStatus::ok && block.angle == 0; });
+    const auto has_share = [](std::size_t part, double share, std::size_t whole) {
+        return static_cast<double>(part) >= share * static_cast<double>(whole);
+    };
+    return (heard >= least && !has_share(decided, kFewShare, heard)) ||
+           (beyond >= 3 && has_share(beyond, kBeyondShare, heard)) ||
+           (decided >= least &&
+            (has_share(at_ends, kStuckShare, decided) || has_share(at_zero, kStuckShare, decided)));
+}
+
+std::vector<Finding> FaultWatch::diagnose_anew()
+{
+    std::vector<Finding> news;
+    const Diagnosis diagnosis = diagnose({samples_.begin(), samples_.end()}, settings_);
+    for (const Finding &finding : diagnosis.findings) {
+        if (!finding.kind->is_told_at_once ||
+            std::find(told_.begin(), told_.end(), finding.kind) != told_.end())
+            continue;
+        told_.push_back(finding.kind);
+        news.push_back(finding);
+    }
+    return news;
+}

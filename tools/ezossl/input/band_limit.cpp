@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: MIT
+// band_limit.cpp - compares the power just below a possible edge with the power above it. Dull
+// sound falls smoothly there, a band limit does not: 641 wide-band recordings fell by 35 dB at
+// most, 320 raised from 8 kHz by 41 dB at least, but for faint ones, whose rounding to 16 bits
+// fills the band again so that angles are right.
+
+#include "input/band_limit.h"
+
+#include <cmath>
+#include <complex>
+
+#include "base/pi.h"
+#include "base/text.h"
+
+namespace {
+
+constexpr double kBinWidth = 62.5;     // Hz, about
+constexpr double kEmptyDb = -38.0;     // the power above the edge against that just below
+constexpr double kLeastSeconds = 2.0;  // of sound
+constexpr double kSilence = 1e-8;      // mean square, full scale 1: the library's lowest gate
+constexpr int kEdges[] = {4000, 8000}; // Hz: half of the lower rates that the library takes
+
+std::size_t transform_length(int rate)
+{
+    std::size_t length = 1;
+    while (static_cast<double>(length) * kBinWidth < rate)
+        length *= 2;
+    return length;
+}
+
+} // namespace
+
+BandLimit::BandLimit(int rate)
+    : rate_(rate), length_(transform_length(rate)), transform_(length_, false), window_(length_),
+      windowed_(length_), spectrum_(length_ / 2 + 1), power_(length_ / 2 + 1)
+{
+    for (std::size_t n = 0; n < length_; ++n) // Hann
+        window_[n] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) /
+                                                             static_cast<double>(length_)));
+}
+
+void BandLimit::add(const Frame &frame)
+{
+    samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
+    if (samples_.size() < length_ * EZOSSL_MIC_COUNT)
+        return;
+    double energy = 0.0;
+    for (const double sample : samples_)
+        energy += sample * sample / (32768.0 * 32768.0);
+    if (energy / static_cast<double>(samples_.size()) > kSilence)
+        heard_ += static_cast<double>(length_) / rate_;
+    for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel)
+        add_channel(channel);
+    samples_.clear();
+}
+
+void BandLimit::add_channel(std::size_t channel)
+{
+    for (std::size_t n = 0; n < length_; ++n)
+        windowed_[n] = window_[n] * static_cast<float>(samples_[EZOSSL_MIC_COUNT * n + channel]);
+    transform_.forward(windowed_, spectrum_);
+    for (std::size_t k = 0; k < power_.size(); ++k)
+        power_[k] += std::norm(std::complex<double>(spectrum_[k].r, spectrum_[k].i));
+}
+
+double BandLimit::mean_power(double from, double to) const
+{
+    const double bin = static_cast<double>(rate_) / static_cast<double>(length_);
+    const auto first = static_cast<std::size_t>(std::ceil(from / bin));
+    const auto last = static_cast<std::size_t>(to / bin);
+    double sum = 0.0;
+    for (std::size_t k = first; k <= last; ++k)
+        sum += power_[k];
+    return sum / static_cast<double>(last - first + 1);
+}
+
+std::optional<int> BandLimit::edge() const
+{
+    if (heard_ < kLeastSeconds)
+        return std::nullopt;
+    for (const int edge : kEdges) {
+        if (4 * edge > rate_)
+            break;
+        const double below = mean_power(0.75 * edge, 0.875 * edge);
+        const double above = mean_power(1.1 * edge, 1.9 * edge);
+        if (above < below * std::pow(10.0, kEmptyDb / 10.0))
+            return edge;
+    }
+    return std::nullopt;
+}
+
+int rate_for_edge(int edge)
+{
+    return 2 * edge;
+}
+
+std::string band_limit_text(int edge)
+{
+    return format_text("no sound above %d kHz", edge / 1000);
+}

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// band_limit.h - whether a sound ends far below half its rate, as after a telephone line, or where
+// it was resampled to a higher rate. The transform of the library gives every bin the same weight,
+// so bins without sound draw the angle to 0.
+
+#ifndef EZOSSL_TOOL_BAND_LIMIT_H
+#define EZOSSL_TOOL_BAND_LIMIT_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <kiss_fftr.h>
+
+#include "base/frame.h"
+#include "base/real_transform.h"
+
+// The long-term spectrum of both channels, in constant memory.
+class BandLimit
+{
+public:
+    explicit BandLimit(int rate); // Hz, of the frames
+
+    void add(const Frame &frame);
+
+    // Hz above which there is no sound. Nothing if there is sound up to the top, or too little was
+    // heard to tell.
+    std::optional<int> edge() const;
+
+private:
+    void add_channel(std::size_t channel);
+    double mean_power(double from, double to) const; // of the bins between two frequencies in Hz
+
+    int rate_;
+    std::size_t length_; // of the transform
+    RealTransform transform_;
+    std::vector<float> window_;
+    std::vector<int16_t> samples_; // pairs, until there are enough
+    std::vector<float> windowed_;
+    std::vector<kiss_fft_cpx> spectrum_;
+    std::vector<double> power_; // of each bin, summed
+    double heard_ = 0.0;        // seconds above silence
+};
+
+// The rate at which sound that ends at this frequency is analysed best.
+int rate_for_edge(int edge);
+
+// "no sound above 4 kHz"
+std::string band_limit_text(int edge);
+
+#endif

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+// direction_vote.h - one direction out of the frames of a moment: the narrow range of directions
+// that most of them fall into, if enough do.
+
+#ifndef EZOSSL_TOOL_DIRECTION_VOTE_H
+#define EZOSSL_TOOL_DIRECTION_VOTE_H
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "tracking/block_status.h"
+
+// What a frame says.
+struct FrameVote {
+    enum class Kind {
+        silent,  // at or below the gate: no vote
+        unclear, // the library rejected the frame
+        beyond,  // its delay does not fit the spacing
+        angle,
+    };
+    Kind kind = Kind::silent;
+    int angle = 0; // degrees; of Kind::angle only
+};
+
+class DirectionVote
+{
+public:
+    // Of so many frames, the last ones.
+    explicit DirectionVote(std::size_t window_frames);
+
+    void add(const FrameVote &vote);
+
+    // The state of the window.
+    struct Result {
+        BlockStatus status;
+        int angle;    // degrees; of BlockStatus::ok only
+        int agreeing; // frames in the range that most frames fall into
+        int clear;    // frames with a delay, whether it fits the spacing or not
+        int frames;   // in the window so far
+    };
+    Result result() const;
+
+private:
+    struct Range {
+        int agreeing = 0;
+        int angle = 0; // the median of those that agree
+    };
+    Range fullest_range() const;
+
+    static constexpr int kAngles = 181; // -90 ... 90 degrees
+
+    std::size_t window_frames_;
+    int quorum_;
+    std::vector<FrameVote> window_; // a ring
+    std::size_t next_ = 0;
+    int beyond_ = 0;
+    std::array<int, kAngles> votes_{};
+    std::array<int, kAngles> range_end_{}; // the last angle of the range that starts at this one
+};
+
+#endif

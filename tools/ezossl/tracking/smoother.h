@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// smoother.h - blocks out of single frames: each gets the direction of the moment that it ends, by
+// a vote of the frames of the last second or so.
+
+#ifndef EZOSSL_TOOL_SMOOTHER_H
+#define EZOSSL_TOOL_SMOOTHER_H
+
+#include <optional>
+#include <vector>
+
+#include "tracking/direction_vote.h"
+#include "tracking/localizer.h"
+#include "tracking/noise_gate.h"
+
+// What is measured best; see docs/accuracy.md.
+constexpr double kSmoothSeconds = 1.024;        // of the moment
+constexpr double kSmoothedBlockSeconds = 0.256; // between blocks
+
+class Smoother
+{
+public:
+    // A block has settings.block_frames, the moment so many seconds; without a gate in dB of full
+    // scale the gate follows the noise.
+    Smoother(const LocalizerSettings &settings, double seconds, std::optional<int> gate_db);
+
+    // A block of one frame, as Localizer gives it, and its delay.
+    void add(const Block &frame, int delay);
+    bool is_block_complete() const { return frames() == settings_.block_frames; }
+    // The next frame starts the next block.
+    Block finish_block();
+
+    // Of the block so far.
+    const std::vector<int> &delays() const { return delays_; }
+    int frames() const { return static_cast<int>(delays_.size()); }
+    const NoiseGate &gate() const { return gate_; }
+
+private:
+    void finish_segment();
+    FrameVote vote_of(const Block &frame, int delay) const;
+    double frame_seconds() const { return double{EZOSSL_FRAME_LENGTH} / settings_.sample_rate; }
+
+    LocalizerSettings settings_;
+    double longest_lag_; // samples
+    NoiseGate gate_;
+    DirectionVote vote_;
+    std::vector<FrameVote> segment_; // of a few frames that are silent or not together
+    double segment_power_ = 0.0;     // their sum, full scale 1
+    std::vector<int> delays_;
+    double power_ = 0.0;
+    bool is_quiet_ = true; // so far
+    long blocks_ = 0;
+};
+
+// Frames that are so long, at least one.
+int frames_in(double seconds, int sample_rate);
+
+#endif
