@@ -28,7 +28,8 @@ FaultWatch::FaultWatch(const DiagnosisSettings &settings) : settings_(settings)
 void FaultWatch::add(const Frame &frame)
 {
     samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
-    const auto most = static_cast<std::size_t>(kDiagnosedSeconds * settings_.rate * EZOSSL_MIC_COUNT);
+    const auto most =
+        static_cast<std::size_t>(kDiagnosedSeconds * settings_.rate * EZOSSL_MIC_COUNT);
     if (samples_.size() > most)
         samples_.erase(samples_.begin(), samples_.begin() + kFrameSamples);
 }
