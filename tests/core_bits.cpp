@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // core_bits.cpp - prints the answers of a run over made-up scenes, and checksums of the floats that
-// it leaves in the instance. Built with several optimisation flags; checksums.txt has what each must
-// print.
+// it leaves in the instance. Built with several optimisation flags; checksums.txt has what each
+// must print.
 
 #include "SslCore.h"
 

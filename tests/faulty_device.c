@@ -6,7 +6,8 @@
  *              rate HZ  channels COUNT  bits COUNT }
  *
  * It refuses to open, or has the fault after so many frames: once, again after so many more, or
- * from then on for ever. Until then there is always sound, noise that is two samples later on each odd channel than on the one before.
+ * from then on for ever. Until then there is always sound, noise that is two samples
+ * later on each odd channel than on the one before.
  */
 
 #include <alsa/asoundlib.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_fft_builtin.cpp - what only the built-in FFT promises: its tables, its lengths and scale, and
-// its accuracy on sounds of every kind, against sums in double.
+// test_fft_builtin.cpp - what only the built-in FFT promises: its tables, its lengths and scale,
+// and its accuracy on sounds of every kind, against sums in double.
 
 #include "support.h"
 

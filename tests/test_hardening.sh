@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: MIT
 # test_hardening.sh BUILD_DIR HARDENED FILE... - no program or library in the folder looks for
 # libraries in the current folder; the FILEs have a read-only table of relocations that is complete
-# at the start, and guards on the stack and around buffers, if they are built with them (HARDENED 1).
+# at the start, and guards on the stack and around buffers, if they are built with them
+# (HARDENED 1).
 set -euo pipefail
 fail() {
     echo "$*" >&2

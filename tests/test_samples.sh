@@ -28,8 +28,8 @@ cd ..
 "$tool" simulate -a 30 -s 5.8cm -r 16000 -d 1 -o scene.wav 2>simulate.log
 echo '{"debug_level": 1}' >errors.json
 tail -c +45 scene.wav | DML_PATH=errors.json ./locate 16000 5.8 >answer.txt
-awk '$3 == "angle" && ($4 - 30)^2 <= 16 { good++ } END { exit !(good == 3 && NR == 3) }' answer.txt ||
-    fail "$(cat answer.txt)"
+awk '$3 == "angle" && ($4 - 30)^2 <= 16 { good++ } END { exit !(good == 3 && NR == 3) }' \
+    answer.txt || fail "$(cat answer.txt)"
 
 grep -qxE 'EZOSSL_VERSION = [0-9a-f]{40}' "$source/docs/samples/buildroot/ezossl.mk" ||
     fail 'ezossl.mk: EZOSSL_VERSION is not a commit'

@@ -8,10 +8,10 @@
 // in C", 2nd ed. 1992, section 12.3).
 //
 // The complex transform is a Stockham autosort in four steps of radix 4, 4, 4 and 2 (C. Van Loan,
-// "Computational Frameworks for the Fast Fourier Transform", 1992, section 1.7). Each step reads one
-// array and writes another, and leaves everything in such an order that the last step leaves the
-// bins in theirs: nothing is shuffled by reversed bits, and neighbours stay neighbours, so that
-// four lanes can work side by side.
+// "Computational Frameworks for the Fast Fourier Transform", 1992, section 1.7). Each step reads
+// one array and writes another, in such an order that the last step leaves the bins in theirs:
+// nothing is shuffled by reversed bits, and neighbours stay neighbours, so that four lanes can work
+// side by side.
 //
 // W(n, m) below is exp(-2 pi i m / n).
 

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Plans store pointers and bins, so every piece starts at a multiple of 8, unless more is asked for;
-// the region itself need not.
+// Plans store pointers and bins, so every piece starts at a multiple of 8, unless more is asked
+// for; the region itself need not.
 constexpr size_t kFftAlignment = 8;
 
 struct FftRegion {
