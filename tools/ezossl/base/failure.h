@@ -19,6 +19,11 @@ struct UsageFailure : Failure {
     using Failure::Failure;
 };
 
+// An input that fails in the middle: what was made of it so far is not whole.
+struct ReadFailure : Failure {
+    using Failure::Failure;
+};
+
 // Ends the program without a message, because all has been said.
 struct EndWith {
     int status;

@@ -99,7 +99,7 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
     run.finish();
 }
 
-// An input that fails does not stop the others.
+// An input that is refused does not stop the others.
 void track(const TrackOptions &options, DataOutput &output)
 {
     options.tracking.check(options.inputs);
@@ -113,6 +113,8 @@ void track(const TrackOptions &options, DataOutput &output)
         try {
             track_input(options, input, report);
             done++;
+        } catch (const ReadFailure &) {
+            throw; // its first blocks are among the output
         } catch (const UsageFailure &failure) {
             note(failure.what());
             status = kUsage;

@@ -75,7 +75,10 @@ void AudioReader::open(int descriptor)
     const bool is_pipe = lseek(descriptor, 0, SEEK_CUR) < 0;
     if (is_pipe)
         end_on_interrupt(descriptor);
+    errno = 0;
     const std::optional<WavHeader> wav = read_wav_header(descriptor);
+    if (!wav)
+        check_system();
     if (wav && (is_pipe || wav->is_streamed())) {
         open_samples(descriptor, *wav);
         return;
@@ -94,7 +97,9 @@ void AudioReader::open(int descriptor)
         throw Failure(path_ + ": is empty; record it again");
     }
     lseek(descriptor, 0, SEEK_SET);
+    errno = 0;
     file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));
+    check_system(); // libsndfile may open what it could not read to the end
     if (!file_)
         throw Failure(path_ + ": not a readable sound file: " + sf_strerror(nullptr) +
                       " (samples without a header need --raw)");
@@ -135,6 +140,17 @@ void AudioReader::open_samples(int descriptor, const WavHeader &header)
     // The offset counts from the next seek on; until then the header would be read as samples.
     if (sf_seek(file_.get(), 0, SEEK_SET) != 0)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
+}
+
+// After errno was set to 0. The system knows more than libsndfile, which calls all that it says
+// "System error". libsndfile repeats what was interrupted, tries to seek in pipes, and looks for
+// files beside a sound; the errors of these are not those of reading.
+void AudioReader::check_system() const
+{
+    for (const int harmless : {0, EINTR, ESPIPE, ENOENT})
+        if (errno == harmless)
+            return;
+    throw ReadFailure(path_ + ": cannot be read: " + std::strerror(errno));
 }
 
 std::string AudioReader::encoding_remark() const
@@ -178,7 +194,10 @@ std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
 {
     const sf_count_t wanted =
         std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(info_.frames - position_, 0));
+    errno = 0;
     const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
+    if (got < wanted)
+        check_system();
     const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
     // What is damaged later on ends there; length_remark() tells.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)

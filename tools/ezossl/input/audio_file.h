@@ -47,6 +47,7 @@ public:
 private:
     void open(int descriptor);
     void open_samples(int descriptor, const WavHeader &header);
+    void check_system() const;
 
     std::string path_;
     SF_INFO info_{};
