@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include <sys/stat.h>
+
 #include "tool_fixture.h"
 
 namespace {
@@ -59,6 +61,110 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
             failed += is_named;
         }
         EXPECT_GT(failed, 3) << arguments;
+    }
+}
+
+// Whatever is not given to cJSON, no member is missing.
+TEST_F(Faults, AFailedAllocationOfJsonIsNamed)
+{
+    const std::string command = "track x.wav -s 8.6 -b 4 -f jsonl --per-frame";
+    ASSERT_EQ(run(command + " -o o"), 0) << contents("err");
+    const std::string expected = contents("o");
+    fs::remove("o");
+    const auto before = files();
+    int n = 1;
+    for (; n < 1000 && run_with("json", n, ENOMEM, command + " -o o") != 0; n += 3) {
+        EXPECT_NE(contents("err").find("ezossl: not enough memory"), std::string::npos) << n;
+        EXPECT_EQ(files(), before) << n;
+    }
+    EXPECT_GT(n, 100);
+    EXPECT_TRUE(contents("o") == expected) << n;
+}
+
+std::string mode_of(const char *path)
+{
+    struct stat status = {};
+    stat(path, &status);
+    return std::to_string(status.st_mode & 07777) + ' ' + std::to_string(status.st_uid);
+}
+
+TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
+{
+    const std::string track = "track x.wav -s 8.6 -b 1 -f csv ";
+    ASSERT_EQ(run(track + "-o expected"), 0);
+    const std::string expected = contents("expected");
+
+    std::ofstream("kept") << "old";
+    chmod("kept", 0640);
+    const bool is_root = chown("kept", 4711, static_cast<gid_t>(-1)) == 0;
+    const std::string mode = mode_of("kept");
+    EXPECT_EQ(run(track + "-o kept"), 0);
+    EXPECT_EQ(contents("kept"), expected);
+    EXPECT_EQ(mode_of("kept"), mode);
+    EXPECT_EQ(mode, is_root ? "416 4711" : mode);
+    EXPECT_EQ(run(track + "-o new", "out", "umask 027;"), 0);
+    EXPECT_EQ(mode_of("new").substr(0, 3), "416"); // 0640
+
+    std::ofstream("protected") << "old";
+    chmod("protected", 0444);
+    EXPECT_EQ(run(track + "-o protected"), 1);
+    EXPECT_NE(contents("err").find("protected: is write-protected"), std::string::npos);
+    EXPECT_EQ(contents("protected"), "old");
+
+    fs::create_directory("folder");
+    fs::create_symlink("second", "dangling");
+    fs::create_symlink("folder/there", "second");
+    EXPECT_EQ(run(track + "-o dangling"), 0);
+    EXPECT_EQ(contents("folder/there"), expected);
+    EXPECT_TRUE(fs::is_symlink("dangling") && fs::is_symlink("second"));
+
+    const std::string longest(255, 'n');
+    EXPECT_EQ(run(track + "-o " + longest), 0) << contents("err");
+    EXPECT_EQ(contents(longest.c_str()), expected);
+
+    EXPECT_EQ(run_with("fsync", 1, EIO, track + "-o kept"), 1);
+    EXPECT_NE(contents("err").find("kept: cannot be written: Input/output"), std::string::npos);
+    EXPECT_EQ(contents("kept"), expected);
+
+    std::ofstream("one.svg") << "old";
+    fs::create_hard_link("one.svg", "other.svg");
+    fs::create_symlink(".", "here");
+    for (const char *names : {"-o p.svg --plot ./p.svg", "-o p.svg --histogram here/p.svg",
+                              "--plot one.svg --histogram other.svg"}) {
+        EXPECT_EQ(run(track + names), 2) << names;
+        EXPECT_NE(contents("err").find("svg: is named for two outputs"), std::string::npos);
+    }
+    EXPECT_EQ(contents("one.svg"), "old");
+    for (const auto &file : fs::directory_iterator("."))
+        EXPECT_NE(file.path().extension(), ".part") << file;
+}
+
+// Results go where they belong, messages nowhere.
+TEST_F(Faults, ClosedDescriptorsAreNotThoseOfFiles)
+{
+    const std::string track = "track x.wav -v -s 8.6 -b 1 -f csv -o o";
+    ASSERT_EQ(run(track), 0);
+    const std::string expected = contents("o");
+    for (const char *closed : {"0<&-", "1>&-", "2>&-", "1>&- 2>&-", "0<&- 1>&- 2>&-"}) {
+        const std::string command = "'" EZOSSL_TOOL "' " + track + " 2>err >out " + closed;
+        EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0) << closed;
+        EXPECT_TRUE(contents("o") == expected) << closed;
+    }
+}
+
+// Interrupted in the middle of a scene, or before its files appear.
+TEST_F(Faults, InterruptedScenesLeaveTheOldFiles)
+{
+    run("--help"); // out and err
+    std::ofstream("o.wav") << "old";
+    std::ofstream("o.truth.csv") << "old";
+    const auto before = files();
+    for (const char *signal : {"INT", "TERM", "HUP"}) {
+        EXPECT_EQ(run("simulate -a -60,-30,0,30,60 -d 60 -s 5 --room 9x9x9 --rt60 1 -o o.wav",
+                      "out", std::string("timeout --preserve-status -s ") + signal + " 0.3"),
+                  130);
+        EXPECT_EQ(contents("o.wav") + contents("o.truth.csv"), "oldold") << signal;
+        EXPECT_EQ(files(), before) << signal;
     }
 }
 

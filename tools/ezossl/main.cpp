@@ -6,11 +6,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <iterator>
+#include <new>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "base/failure.h"
 #include "commands/commands.h"
@@ -123,10 +126,23 @@ int run(int argc, char **argv, DataOutput &output)
     return kDone;
 }
 
+// A descriptor that the caller closed would be given to the first file that is opened, which would
+// then get messages.
+void open_standard_descriptors()
+{
+    int descriptor = 0;
+    do
+        descriptor = open("/dev/null", O_RDWR);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0)
+        close(descriptor);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    open_standard_descriptors();
     try {
         DataOutput output;
         return run(argc, argv, output);
@@ -135,6 +151,9 @@ int main(int argc, char **argv)
     } catch (const UsageFailure &failure) {
         std::fprintf(stderr, "ezossl: %s\n", failure.what());
         return kUsage;
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "ezossl: not enough memory\n");
+        return kError;
     } catch (const std::exception &failure) {
         std::fprintf(stderr, "ezossl: %s\n", failure.what());
         return kError;

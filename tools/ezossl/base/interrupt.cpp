@@ -10,6 +10,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "base/failure.h"
+
 namespace {
 
 // Lock-free, as a signal handler needs it.
@@ -46,6 +48,12 @@ void watch_for_interrupts()
 int interrupts()
 {
     return count;
+}
+
+void end_if_interrupted()
+{
+    if (count > 0)
+        throw EndWith{kInterrupted};
 }
 
 void end_on_interrupt(int descriptor)

@@ -12,6 +12,9 @@ void watch_for_interrupts();
 // Signals so far.
 int interrupts();
 
+// Ends the program, without a message, if there was one.
+void end_if_interrupted();
+
 // On an interrupt this descriptor reads as end of file, so that a blocked read returns. For pipes,
 // which may never deliver anything.
 void end_on_interrupt(int descriptor);

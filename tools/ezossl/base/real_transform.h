@@ -5,6 +5,7 @@
 #define EZOSSL_TOOL_REAL_TRANSFORM_H
 
 #include <cstddef>
+#include <new>
 #include <vector>
 
 #include <kiss_fftr.h>
@@ -16,6 +17,8 @@ public:
     RealTransform(std::size_t length, bool is_inverse)
         : plan_(kiss_fftr_alloc(static_cast<int>(length), is_inverse ? 1 : 0, nullptr, nullptr))
     {
+        if (plan_ == nullptr)
+            throw std::bad_alloc();
     }
     ~RealTransform() { kiss_fftr_free(plan_); }
     RealTransform(const RealTransform &) = delete;

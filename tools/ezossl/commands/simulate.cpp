@@ -6,11 +6,12 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 #include "base/units.h"
 #include "commands/commands.h"
 #include "commands/options.h"
@@ -92,9 +93,9 @@ void check_length(const SimulateOptions &options, std::size_t source_length, std
 }
 
 // A row per angle; of a walk a row per tenth of a second, with the angle in its middle.
-void write_truth(const PendingFile &file, const std::vector<Placement> &placements, double seconds)
+void write_truth(PendingFile &file, const std::vector<Placement> &placements, double seconds)
 {
-    std::ofstream stream(file.working_path());
+    std::ostringstream stream;
     stream.precision(9);
     stream << "t_start,t_end,angle_deg\n";
     for (std::size_t i = 0; i < placements.size(); i++) {
@@ -106,9 +107,8 @@ void write_truth(const PendingFile &file, const std::vector<Placement> &placemen
             stream << start + seconds * row / rows << ',' << start + seconds * (row + 1) / rows
                    << ',' << placement.at((row + 0.5) / rows) << '\n';
     }
-    stream.close();
-    if (!stream)
-        throw Failure(file.target() + ": cannot be written");
+    file.write(stream.str());
+    file.sync();
 }
 
 // Refuses outputs that would take the place of the input, or of each other.
@@ -156,12 +156,13 @@ void simulate(const SimulateOptions &options)
 {
     if (options.angles.empty() == options.walk.empty())
         throw UsageFailure("give the direction of the sound: either --angle -30 or --walk -90,90");
+    watch_for_interrupts();
+    check_names(options);
     WavWriter output(options.output, options.rate, EZOSSL_MIC_COUNT);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
     if (!truth_path.empty())
         truth.emplace(truth_path);
-    check_names(options);
 
     const SceneSettings settings = scene_settings(options);
     const std::vector<Placement> placements = options.placements();
@@ -173,6 +174,7 @@ void simulate(const SimulateOptions &options)
     output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);
+    end_if_interrupted(); // from here on both files appear, whatever comes
     output.finish();
     if (truth)
         truth->commit();

@@ -35,7 +35,7 @@ DataOutput::~DataOutput()
 void DataOutput::redirect(const std::string &path)
 {
     pending_.emplace(path);
-    std::FILE *const file = std::fopen(pending_->working_path().c_str(), "we");
+    std::FILE *const file = fdopen(pending_->duplicate(), "w");
     if (file == nullptr)
         fail();
     std::fclose(file_);
@@ -81,13 +81,13 @@ void DataOutput::fail() const
 void show_library_messages(bool show)
 {
     std::fflush(stdout);
-    if (show) {
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-        return;
-    }
-    const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere < 0)
+    const int target = show ? STDERR_FILENO : open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (target < 0)
         throw Failure(std::string("cannot open /dev/null: ") + std::strerror(errno));
-    dup2(nowhere, STDOUT_FILENO);
-    close(nowhere);
+    const bool is_done = dup2(target, STDOUT_FILENO) >= 0;
+    const int error = errno;
+    if (!show)
+        close(target);
+    if (!is_done)
+        throw Failure(std::string("cannot keep messages apart: ") + std::strerror(error));
 }

@@ -2,6 +2,8 @@
 // jsonl_writer.cpp - a JSON object per line: the settings of an input, its blocks, its summary.
 
 #include <cmath>
+#include <memory>
+#include <new>
 #include <type_traits>
 
 #include <cJSON.h>
@@ -11,46 +13,54 @@
 
 namespace {
 
+// cJSON has nothing but this for memory that fails. A member would be missing.
+template <class Result>
+Result *require(Result *result)
+{
+    if (result == nullptr)
+        throw std::bad_alloc();
+    return result;
+}
+
 class Object
 {
 public:
-    Object(const char *type, const std::string &input) : json_(cJSON_CreateObject())
+    Object(const char *type, const std::string &input) : json_(require(cJSON_CreateObject()))
     {
         add("type", type);
         add("input", input);
     }
-    ~Object() { cJSON_Delete(json_); }
-    Object(const Object &) = delete;
-    Object &operator=(const Object &) = delete;
-
     void add(const char *name, const std::string &text)
     {
-        cJSON_AddStringToObject(json_, name, text.c_str());
+        require(cJSON_AddStringToObject(json_.get(), name, text.c_str()));
     }
     // What is not a number, such as the level of silence, becomes null.
     template <class Arithmetic>
     std::enable_if_t<std::is_arithmetic_v<Arithmetic>> add(const char *name, Arithmetic number)
     {
-        cJSON_AddNumberToObject(json_, name, static_cast<double>(number));
+        require(cJSON_AddNumberToObject(json_.get(), name, static_cast<double>(number)));
     }
     void add(const char *name, const Number &number)
     {
         const double steps = std::pow(10.0, number.decimals); // and no digits beyond
         add(name, std::round(number.value * steps) / steps);
     }
-    void add(const char *name, std::monostate /*none*/) { cJSON_AddNullToObject(json_, name); }
+    void add(const char *name, std::monostate /*none*/)
+    {
+        require(cJSON_AddNullToObject(json_.get(), name));
+    }
     void add(const char *name, const List &list)
     {
-        cJSON *const array = cJSON_AddArrayToObject(json_, name);
+        cJSON *const array = require(cJSON_AddArrayToObject(json_.get(), name));
         for (const std::optional<int> number : list)
-            cJSON_AddItemToArray(array, number ? cJSON_CreateNumber(*number) : cJSON_CreateNull());
+            append(array, number ? cJSON_CreateNumber(*number) : cJSON_CreateNull());
     }
 
     void add(const char *name, const std::vector<std::string> &texts)
     {
-        cJSON *const array = cJSON_AddArrayToObject(json_, name);
+        cJSON *const array = require(cJSON_AddArrayToObject(json_.get(), name));
         for (const std::string &text : texts)
-            cJSON_AddItemToArray(array, cJSON_CreateString(text.c_str()));
+            append(array, cJSON_CreateString(text.c_str()));
     }
     template <class Type>
     void add(const char *name, const std::optional<Type> &value)
@@ -63,13 +73,19 @@ public:
 
     void print(DataOutput &output) const
     {
-        char *const text = cJSON_PrintUnformatted(json_);
-        output.print("%s\n", text);
-        cJSON_free(text);
+        const std::unique_ptr<char, Free> text(require(cJSON_PrintUnformatted(json_.get())));
+        output.print("%s\n", text.get());
     }
 
 private:
-    cJSON *json_;
+    struct Free {
+        void operator()(cJSON *json) const { cJSON_Delete(json); }
+        void operator()(char *text) const { cJSON_free(text); }
+    };
+
+    static void append(cJSON *array, cJSON *item) { cJSON_AddItemToArray(array, require(item)); }
+
+    std::unique_ptr<cJSON, Free> json_;
 };
 
 class JsonlWriter : public BlockWriter

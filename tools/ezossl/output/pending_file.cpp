@@ -3,8 +3,16 @@
 
 #include "output/pending_file.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
+#include <vector>
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/failure.h"
@@ -13,21 +21,46 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Renaming onto a symbolic link would replace the link, not the file behind it.
+constexpr int kMostLinks = 40; // as Linux follows
+constexpr mode_t kModeBits = 07777;
+constexpr mode_t kWritable = 0222;
+constexpr char kEnding[] = ".XXXXXX.part";
+constexpr std::size_t kLongestName = 255 - (sizeof kEnding - 1);
+
+std::vector<const PendingFile *> &pending_files()
+{
+    static std::vector<const PendingFile *> files;
+    return files;
+}
+
+// Renaming onto a symbolic link would replace the link, not the file behind it, which need not
+// exist yet.
 std::string behind_links(const std::string &target)
 {
+    fs::path path = target;
     std::error_code error;
-    if (!fs::is_symlink(target, error))
-        return target;
-    const fs::path place = fs::weakly_canonical(target, error);
-    return error ? target : place.string();
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); i++)
+        path = path.parent_path() / fs::read_symlink(path, error);
+    return path.string();
+}
+
+std::string folder_of(const std::string &path)
+{
+    const std::string folder = fs::path(path).parent_path().string();
+    return folder.empty() ? "." : folder;
+}
+
+// Of a new file. There is no way to ask for the mask but to set it.
+mode_t usual_mode()
+{
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
 }
 
 } // namespace
 
-PendingFile::PendingFile(const std::string &target)
-    : target_(target), place_(behind_links(target)),
-      working_path_(place_ + "." + std::to_string(getpid()) + ".part")
+PendingFile::PendingFile(const std::string &target) : target_(target), path_(behind_links(target))
 {
     if (target.empty())
         throw Failure("the name of the file to write is empty");
@@ -36,25 +69,116 @@ PendingFile::PendingFile(const std::string &target)
     std::error_code error;
     const fs::file_status status = fs::status(target, error);
     // Renaming would put a plain file in the place of a device or a pipe: they are written to.
-    if (fs::is_character_file(status) || fs::is_fifo(status))
-        working_path_ = place_ = target;
-    else if (fs::exists(status) && !fs::is_regular_file(status))
+    if (fs::is_character_file(status) || fs::is_fifo(status)) {
+        open_device();
+        return;
+    }
+    if (fs::exists(status) && !fs::is_regular_file(status))
         throw Failure(target + ": exists and is not a regular file; choose another name");
+    claim();
+    open_beside();
+    pending_files().push_back(this);
 }
 
 PendingFile::~PendingFile()
 {
-    std::error_code ignored;
-    if (working_path_ != place_)
-        fs::remove(working_path_, ignored);
+    std::vector<const PendingFile *> &files = pending_files();
+    files.erase(std::remove(files.begin(), files.end(), this), files.end());
+    if (descriptor_ >= 0)
+        close(descriptor_);
+    if (!working_path_.empty())
+        unlink(working_path_.c_str());
+}
+
+void PendingFile::open_device()
+{
+    descriptor_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+    if (descriptor_ < 0)
+        fail();
+}
+
+// The name is one that nobody can foresee, and no link is followed.
+void PendingFile::open_beside()
+{
+    struct stat replaced = {};
+    const bool exists = stat(path_.c_str(), &replaced) == 0;
+    if (exists && ((replaced.st_mode & kWritable) == 0 ||
+                   faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0))
+        throw Failure(target_ + ": is write-protected; choose another name");
+    const std::string name = fs::path(path_).filename().string();
+    std::string path =
+        folder_of(path_) + "/" + (name.size() <= kLongestName ? name : "ezossl") + kEnding;
+    constexpr int kSuffix = 5; // ".part"
+    descriptor_ = mkostemps(path.data(), kSuffix, O_CLOEXEC);
+    if (descriptor_ < 0)
+        fail();
+    working_path_ = path;
+    if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0 &&
+        fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
+        replaced.st_mode &= ~(mode_t{S_ISUID} | S_ISGID); // of an owner that it will not have
+    // Some file systems have no modes.
+    static_cast<void>(fchmod(descriptor_, exists ? replaced.st_mode & kModeBits : usual_mode()));
+}
+
+bool PendingFile::Place::is_same(const Place &other) const
+{
+    return (file != 0 && file == other.file && device == other.device) ||
+           (folder == other.folder && folder_device == other.folder_device && name == other.name);
+}
+
+void PendingFile::claim()
+{
+    struct stat file = {};
+    struct stat folder = {};
+    if (stat(folder_of(path_).c_str(), &folder) != 0)
+        fail();
+    if (stat(path_.c_str(), &file) != 0)
+        file = {};
+    place_ = {file.st_dev, file.st_ino, folder.st_dev, folder.st_ino,
+              fs::path(path_).filename().string()};
+    for (const PendingFile *const other : pending_files())
+        if (place_.is_same(other->place_))
+            throw UsageFailure(target_ + ": is named for two outputs; give each its own");
+}
+
+int PendingFile::duplicate() const
+{
+    const int descriptor = fcntl(descriptor_, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (descriptor < 0)
+        fail();
+    return descriptor;
+}
+
+void PendingFile::write(const std::string &text) const
+{
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t now = ::write(descriptor_, text.data() + done, text.size() - done);
+        if (now < 0 && errno != EINTR)
+            fail();
+        done += static_cast<std::size_t>(std::max<ssize_t>(now, 0));
+    }
+}
+
+void PendingFile::sync()
+{
+    // Some file systems cannot; then renaming is all there is.
+    if (!working_path_.empty() && !is_synced_ && fsync(descriptor_) != 0 && errno != EINVAL &&
+        errno != ENOSYS)
+        fail();
+    is_synced_ = true;
 }
 
 void PendingFile::commit()
 {
-    if (working_path_ == place_)
+    if (working_path_.empty())
         return;
-    std::error_code error;
-    fs::rename(working_path_, place_, error);
-    if (error)
-        throw Failure(target_ + ": cannot be written: " + error.message());
+    sync();
+    if (std::rename(working_path_.c_str(), path_.c_str()) != 0)
+        fail();
+    working_path_.clear();
+}
+
+void PendingFile::fail() const
+{
+    throw Failure(target_ + ": cannot be written: " + std::strerror(errno));
 }

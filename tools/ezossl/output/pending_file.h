@@ -6,25 +6,56 @@
 
 #include <string>
 
-// Write to working_path(), beside the target (beside what a symbolic link leads to), then commit().
-// Without commit() nothing is left. A device or a pipe is written to itself.
+#include <sys/types.h>
+
+// Write to descriptor(), a new file beside the target (beside what a symbolic link leads to) with a
+// name that ends in .part; then commit(). Without commit() nothing is left, unless the program is
+// killed. A device or a pipe is written to itself.
 class PendingFile
 {
 public:
-    // Refuses -, which is not a file, and what cannot be written to, such as a directory.
+    // Refuses -, which is not a file, what cannot be written to, such as a directory, and what
+    // another pending file of this process will become.
     explicit PendingFile(const std::string &target);
     ~PendingFile();
     PendingFile(const PendingFile &) = delete;
     PendingFile &operator=(const PendingFile &) = delete;
 
     const std::string &target() const { return target_; }
-    const std::string &working_path() const { return working_path_; }
+    int descriptor() const { return descriptor_; }
+    // One more for the same file, which the caller closes.
+    int duplicate() const;
+    // The whole contents.
+    void write(const std::string &text) const;
+
+    // Lets the disk take what was written. After that, commit() can hardly fail.
+    void sync();
+    // The target keeps its mode and, as far as the user may, its owner.
     void commit();
 
 private:
+    // A file that exists has a number of its own; one that does not is a name in a folder.
+    struct Place {
+        dev_t device;
+        ino_t file; // 0 if it does not exist
+        dev_t folder_device;
+        ino_t folder;
+        std::string name;
+
+        bool is_same(const Place &other) const;
+    };
+
+    void open_device();
+    void open_beside();
+    void claim();
+    [[noreturn]] void fail() const;
+
     std::string target_;
-    std::string place_; // the target, or where it leads as a symbolic link
-    std::string working_path_;
+    std::string path_;         // the target, or where it leads as a symbolic link
+    std::string working_path_; // none for a device
+    int descriptor_ = -1;
+    bool is_synced_ = false;
+    Place place_{};
 };
 
 #endif

@@ -4,10 +4,8 @@
 #include "output/report.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <thread>
 
 #include "base/failure.h"
@@ -32,15 +30,6 @@ bool wants_color(const ReportSettings &settings, const DataOutput &output)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-void write(const PendingFile &file, const std::string &text)
-{
-    std::ofstream stream(file.working_path());
-    stream << text;
-    stream.close();
-    if (!stream)
-        throw Failure(file.target() + ": cannot be written: " + std::strerror(errno));
-}
-
 } // namespace
 
 Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs)
@@ -52,8 +41,7 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
                                         std::pair(settings.histogram, angle_rose_svg)}) {
         if (path.empty())
             continue;
-        // An empty file shows now whether it can be written, not after an hour.
-        write(figures_.emplace_back(path, drawing).file, "");
+        figures_.emplace_back(path, drawing);
     }
     writer_ =
         settings.format->make(output, {settings.per_frame, wants_color(settings, output),
@@ -125,7 +113,7 @@ void Report::end(const SoundSummary &sound)
     writer_->end(summary_);
     output_.flush();
     for (const Figure &figure : figures_)
-        write(figure.file, figure.svg(drawn_, input_.name));
+        figure.file.write(figure.svg(drawn_, input_.name));
     summarize();
     if (!settings_.quiet)
         advise();

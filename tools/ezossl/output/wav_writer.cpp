@@ -15,7 +15,7 @@ WavWriter::WavWriter(const std::string &path, int rate, int channels) : target_(
     info.channels = channels;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
     errno = 0;
-    file_.reset(sf_open(target_.working_path().c_str(), SFM_WRITE, &info));
+    file_.reset(sf_open_fd(target_.duplicate(), SFM_WRITE, &info, SF_TRUE));
     if (!file_)
         fail();
 }

@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 #include "base/pi.h"
 #include "scene/fractional_delay.h"
 
@@ -47,6 +48,7 @@ void for_each_image(const Point &size, const Point &source, const Point &receive
     for (std::size_t i = 0; i < 3; ++i)
         axis[i] = images_along(size[i], source[i], receiver[i], reach);
     for (const AxisImage &x : axis[0]) {
+        end_if_interrupted(); // a large room has millions of images
         for (const AxisImage &y : axis[1]) {
             const double flat = x.coordinate * x.coordinate + y.coordinate * y.coordinate;
             if (flat > reach * reach)

@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "base/acoustics.h"
+#include "base/interrupt.h"
 #include "base/pi.h"
 #include "base/sample_format.h"
 #include "scene/convolution.h"
@@ -111,6 +112,7 @@ std::vector<int16_t> make_scene(const std::vector<float> &source,
     std::vector<float> scene;
     scene.reserve(2 * source.size() * placements.size());
     for (const Placement &placement : placements) {
+        end_if_interrupted();
         const std::vector<float> first = hear(placement, 0);
         const std::vector<float> second = hear(placement, 1);
         for (std::size_t i = 0; i < source.size(); ++i) {
