@@ -52,6 +52,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
     write_audio("cd.wav", 44100, 2, Samples(2 * 8192));
     write_audio("short.wav", 16000, 2, Samples(2 * 4095));
     write_audio("nan.wav", 16000, 2, Samples(2 * 8192, std::nanf("")));
+    write_audio("inf.wav", 44100, 2, Samples(2 * 44100, HUGE_VALF));
+    write_audio("huge.wav", 44100, 2, Samples(2 * 44100, -1e38f));
     std::ofstream("text.wav") << "no sound at all\n";
     fs::create_directory("directory");
     EXPECT_EQ(run("--help"), 0);
@@ -67,6 +69,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "track three.wav -s 5", "three.wav: 3 channels; needs 2"},
         {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
+        {1, "track inf.wav -s 5", "inf.wav: holds samples that are not a number, or far"},
+        {1, "track huge.wav -s 5", "huge.wav: holds samples that are not a number, or far"},
         {2, "cd.wav", "--spacing is required: the distance between the microphones"},
         {1, "- -s 5 </dev/null", "standard input: is empty"},
         {2, "track - - -s 5", "- can be given only once"},

@@ -21,6 +21,8 @@
 
 namespace {
 
+// 120 dB over full scale. A filter makes infinities of the largest numbers, and of these no numbers.
+constexpr float kLoudest = 1e6f;
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
 // An Ogg file whose end is missing gets a length near the largest number from libsndfile.
 constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
@@ -203,8 +205,10 @@ std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
     float *const end = samples + frames * static_cast<std::size_t>(channels());
-    if (std::any_of(samples, end, [](float sample) { return std::isnan(sample); }))
-        throw Failure(path_ + ": holds samples that are not a number; write it again");
+    const auto is_sound = [](float sample) { return std::fabs(sample) <= kLoudest; };
+    if (!std::all_of(samples, end, is_sound))
+        throw Failure(path_ + ": holds samples that are not a number, or far beyond full scale; "
+                              "write it again");
     // The samples "RI" and "FF".
     if (is_raw_ && position_ == 0 && end - samples >= 2 && samples[0] == 0x4952 / 32768.0f &&
         samples[1] == 0x4646 / 32768.0f)
