@@ -6,6 +6,8 @@
 
 #include <sys/stat.h>
 
+#include "input/audio_file.h"
+#include "output/sound_writer.h"
 #include "tool_fixture.h"
 
 namespace {
@@ -166,6 +168,46 @@ TEST_F(Faults, InterruptedScenesLeaveTheOldFiles)
         EXPECT_EQ(contents("o.wav") + contents("o.truth.csv"), "oldold") << signal;
         EXPECT_EQ(files(), before) << signal;
     }
+}
+
+// The number of samples per channel that a file has, and the first and the last of them.
+std::string ends_of(const std::string &path)
+{
+    SndfileHandle file(path);
+    int16_t first[2] = {}, last[2] = {};
+    file.readf(first, 1);
+    file.seek(-1, SEEK_END);
+    file.readf(last, 1);
+    return std::to_string(file.frames()) + ": " + std::to_string(first[0]) + ' ' +
+           std::to_string(last[1]);
+}
+
+// An hour takes too long to write: the file grows by a hole.
+TEST_F(Faults, RecordingsOfAnyLengthCanBeReadWheneverTheyEnd)
+{
+    std::vector<int16_t> second(2 * 16000, 7);
+    second[0] = 5;
+    SoundWriter recording("r.wav", 16000, 2, SoundWriter::Length::open);
+    std::string part;
+    for (const auto &file : fs::directory_iterator("."))
+        part = file.path().extension() == ".part" ? file.path().string() : part;
+    for (int i = 0; i < 150; i++)
+        recording.write(second.data(), 160); // as a device delivers them
+    EXPECT_EQ(ends_of(part), "16000: 5 7");  // so it would be if the program were killed now
+    EXPECT_EQ(contents(part.c_str()).substr(0, 4), "RIFF");
+    const uint64_t bytes = 112 + 4 * (uint64_t{5} << 28);
+    fs::resize_file(part, bytes);
+    recording.write(second.data(), 16000);
+    EXPECT_EQ(ends_of(part), "1342177280: 5 0");
+    recording.finish();
+    EXPECT_EQ(ends_of("r.wav"), "1342177280: 5 0");
+    EXPECT_EQ(AudioReader("r.wav").length(), int64_t{5} << 28);
+
+    SoundWriter flac("r.flac", 16000, 2, SoundWriter::Length::open);
+    flac.write(second.data(), 16000);
+    flac.finish();
+    EXPECT_EQ(ends_of("r.flac"), "16000: 5 7");
+    EXPECT_EQ(contents("r.flac").substr(0, 4), "fLaC");
 }
 
 } // namespace

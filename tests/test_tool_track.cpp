@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr int kRecordingHeader = 112;   // bytes, with room for a length beyond 4 GiB
 constexpr std::size_t kCouples = 10000; // two blocks and a rest
 
 // Noise that reaches microphone 0 earlier. At 16 kHz and 8.6 cm, two samples are
@@ -140,7 +141,7 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
             << arguments;
         EXPECT_EQ(contents("out"), "") << arguments;
     }
-    EXPECT_EQ(contents("r.wav").substr(44), contents("two.raw").substr(0, 4 * 9600));
+    EXPECT_EQ(contents("r.wav").substr(kRecordingHeader), contents("two.raw").substr(0, 4 * 9600));
     for (const auto &file : fs::directory_iterator("."))
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
@@ -171,7 +172,8 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
         EXPECT_EQ(run("live -D x -s 8.6 -d 1 --record r.wav", "out", "timeout -k 1 5"), status)
             << fault;
         EXPECT_NE(contents("err").find(message), std::string::npos) << fault << contents("err");
-        EXPECT_EQ(fs::exists("r.wav") ? fs::file_size("r.wav") : 0, frames ? 44 + 4 * frames : 0)
+        EXPECT_EQ(fs::exists("r.wav") ? fs::file_size("r.wav") : 0,
+                  frames ? kRecordingHeader + 4 * frames : 0)
             << fault; // what was heard before is kept
         fs::remove("r.wav");
     }

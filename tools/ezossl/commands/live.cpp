@@ -14,7 +14,7 @@
 #include "input/device_stream.h"
 #include "input/frame_source.h"
 #include "output/report.h"
-#include "output/wav_writer.h"
+#include "output/sound_writer.h"
 
 namespace {
 
@@ -71,9 +71,10 @@ void listen(const LiveOptions &options, DataOutput &output)
             note(remark);
 
     Report report(tracking, output, true, false);
-    std::optional<WavWriter> recording;
+    std::optional<SoundWriter> recording;
     if (!options.recording.empty()) {
-        recording.emplace(options.recording, device.rate(), device.channels());
+        recording.emplace(options.recording, device.rate(), device.channels(),
+                          SoundWriter::Length::open);
         device.record([&recording](const int16_t *samples, std::size_t count) {
             recording->write(samples, count);
         });

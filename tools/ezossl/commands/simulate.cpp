@@ -17,7 +17,7 @@
 #include "commands/options.h"
 #include "input/sample_rates.h"
 #include "output/pending_file.h"
-#include "output/wav_writer.h"
+#include "output/sound_writer.h"
 #include "scene/scene.h"
 #include "scene/sound_source.h"
 
@@ -158,7 +158,8 @@ void simulate(const SimulateOptions &options)
         throw UsageFailure("give the direction of the sound: either --angle -30 or --walk -90,90");
     watch_for_interrupts();
     check_names(options);
-    WavWriter output(options.output, options.rate, EZOSSL_MIC_COUNT);
+    SoundWriter output(options.output, options.rate, EZOSSL_MIC_COUNT,
+                       SoundWriter::Length::bounded);
     std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
     if (!truth_path.empty())
@@ -268,7 +269,7 @@ RunCommand add_simulate(CLI::App &parser)
     add_source_options(parser, *options);
     options->array.add_to(parser);
     add_room_options(parser, *options);
-    parser.add_option("-o,--output", options->output, "16-bit WAV file to write")
+    parser.add_option("-o,--output", options->output, "16-bit WAV or .flac file to write")
         ->type_name("FILE")
         ->required();
     auto *const truth =
