@@ -54,6 +54,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
     write_audio("nan.wav", 16000, 2, Samples(2 * 8192, std::nanf("")));
     write_audio("inf.wav", 44100, 2, Samples(2 * 44100, HUGE_VALF));
     write_audio("huge.wav", 44100, 2, Samples(2 * 44100, -1e38f));
+    write_audio("slow.wav", 999, 2, Samples(2 * 8192));
+    write_audio("fast.wav", 384001, 2, Samples(2 * 8192));
     std::ofstream("text.wav") << "no sound at all\n";
     fs::create_directory("directory");
     EXPECT_EQ(run("--help"), 0);
@@ -69,6 +71,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "track three.wav -s 5", "three.wav: 3 channels; needs 2"},
         {1, "track short.wav -s 5", "4095 samples are shorter than one block of 4096"},
         {1, "track nan.wav -s 5", "nan.wav: holds samples that are not a number"},
+        {1, "track slow.wav -s 5", "slow.wav: 999 Hz; record at 1000 ... 384000 Hz"},
+        {1, "track fast.wav -s 5", "fast.wav: 384001 Hz; record at 1000 ... 384000 Hz"},
         {1, "track inf.wav -s 5", "inf.wav: holds samples that are not a number, or far"},
         {1, "track huge.wav -s 5", "huge.wav: holds samples that are not a number, or far"},
         {2, "cd.wav", "--spacing is required: the distance between the microphones"},

@@ -23,6 +23,9 @@ namespace {
 
 // 120 dB over full scale. A filter makes infinities of the largest numbers, and of these no numbers.
 constexpr float kLoudest = 1e6f;
+// Beyond these a small file takes minutes and hundreds of megabytes to resample.
+constexpr int kSlowest = 1000; // Hz
+constexpr int kFastest = 384000;
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
 // An Ogg file whose end is missing gets a length near the largest number from libsndfile.
 constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
@@ -65,6 +68,9 @@ AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
         open_samples(descriptor, {SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
     else
         open(descriptor);
+    if (rate() < kSlowest || rate() > kFastest)
+        throw Failure(path_ +
+                      format_text(": %d Hz; record at %d ... %d Hz", rate(), kSlowest, kFastest));
 }
 
 AudioReader::~AudioReader()
