@@ -125,7 +125,7 @@ RunCommand add_live(CLI::App &parser)
         ->type_name("SEC");
     parser
         .add_option("--record", options->recording,
-                    "Also record all channels of the device to this WAV file")
+                    "Also record all channels of the device to this WAV or .flac file")
         ->type_name("FILE.wav");
     return [options](DataOutput &output) { live(*options, output); };
 }
