@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+// test_tool_answers.cpp - what the tool says beside its angles: faults, rates that do not fit, and
+// the settings and counts of its JSON.
+
+#include <functional>
+#include <random>
+#include <sstream>
+
+#include <cJSON.h>
+
+#include "input/resampler.h"
+#include "tool_fixture.h"
+
+namespace {
+
+struct Answers : Tool {
+    // Value of a name in the first line of this type, printed as JSON; "" if there is none.
+    static std::string value(const std::string &type, const char *name)
+    {
+        std::ifstream lines("out");
+        std::string result;
+        for (std::string line; result.empty() && std::getline(lines, line);) {
+            cJSON *const json = cJSON_Parse(line.c_str());
+            const char *const is = cJSON_GetStringValue(cJSON_GetObjectItem(json, "type"));
+            const cJSON *const item = cJSON_GetObjectItem(json, name);
+            if (is != nullptr && is == type && item != nullptr) {
+                char *const text = cJSON_PrintUnformatted(item);
+                result = text;
+                cJSON_free(text);
+            }
+            cJSON_Delete(json);
+        }
+        return result;
+    }
+    static bool says(const std::string &text, const char *file = "err")
+    {
+        return contents(file).find(text) != std::string::npos;
+    }
+    static Samples scene(const std::string &arguments)
+    {
+        run("simulate --no-truth -o scene.wav " + arguments);
+        SndfileHandle file("scene.wav");
+        Samples samples(static_cast<std::size_t>(2 * file.frames()));
+        file.read(samples.data(), static_cast<sf_count_t>(samples.size()));
+        return samples;
+    }
+};
+
+TEST_F(Answers, NameFaultsOfTheWiringOnce)
+{
+    const Samples good = scene("-a -30 -s 5.8cm -d 26");
+    ASSERT_EQ(good.size(), 2 * 26 * 16000u) << contents("err");
+    const Samples zero = scene("-a 0 -s 5.8cm -d 12");
+    std::mt19937 generator(1);
+    Samples other(good.size());
+    for (float &sample : other)
+        sample = static_cast<float>(generator() % 2001) / 5000.0f - 0.2f;
+    const struct {
+        double seconds; // 26 or 12 are more than the 40 blocks looked back on, 3 are less
+        std::string arguments, fault;
+        std::function<float(std::size_t)> second; // sample n of microphone 1
+    } cases[] = {
+        {26, "", "", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {3, "", "", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {26, "", "identical channels", [&](std::size_t n) { return 0.5f * good[2 * n]; }},
+        {3, "", "identical channels", [&](std::size_t n) { return 0.5f * good[2 * n]; }},
+        {26, "", "identical channels", // which were well again at the end
+         [&](std::size_t n) { return n < 12 * 16000 ? good[2 * n] : good[2 * n + 1]; }},
+        {3, "", "inverted polarity", [&](std::size_t n) { return -good[2 * n + 1]; }},
+        {12, "", "dead channel", [&](std::size_t) { return 0.0f; }},
+        {3, "", "no common sound", [&](std::size_t n) { return other[2 * n]; }},
+        {3, "", "impossible lag",
+         [&](std::size_t n) { return n < 300 ? 0.0f : good[2 * n - 599]; }},
+        {12, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {3, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {0.9, "", "", [&](std::size_t) { return 0.0f; }}, // too little to be judged
+        {3, "-g -5", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
+    };
+    for (const auto &c : cases) {
+        Samples samples;
+        for (std::size_t n = 0; n < static_cast<std::size_t>(c.seconds * 16000); ++n)
+            samples.insert(samples.end(), {good[2 * n], c.second(n)});
+        write_audio("x.wav", 16000, 2, samples);
+        const std::string spacing = c.arguments.find("-s") == 0 ? "" : " -s 5.8cm ";
+        EXPECT_EQ(run("track x.wav -f jsonl " + spacing + c.arguments), 0);
+        EXPECT_EQ(value("summary", "faults"), c.fault.empty() ? "[]" : "[\"" + c.fault + "\"]")
+            << c.fault << c.seconds << contents("err");
+        EXPECT_TRUE(says("ezossl: x.wav: " + c.fault + (c.fault.empty() ? "" : ": ")) ||
+                    c.fault.empty())
+            << contents("err");
+    }
+    write_audio("x.wav", 16000, 2, zero);
+    run("track x.wav -s 5.8cm -f jsonl");
+    EXPECT_EQ(value("summary", "faults") + value("summary", "median_deg"), "[]0");
+    EXPECT_FALSE(says("ezossl: x.wav"));
+}
+
+TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
+{
+    const Samples low = scene("-a 50 -s 20cm -r 8000 -d 4");
+    write_audio("raised.wav", 16000, 2, Resampler(8000, 16000).process(low.data(), 32000, true));
+    const struct {
+        const char *before, *arguments;
+        int status;
+        const char *rate, *limit, *faults, *said;
+    } cases[] = {
+        {"", "track raised.wav", 0, "8000", "4000", "[]",
+         "ezossl: raised.wav: no sound above 4 kHz: analysed at 8000 Hz\n"},
+        {"cat raised.wav |", "track -", 0, "16000", "4000", "[\"empty upper band\"]",
+         "ezossl: standard input: empty upper band: no sound above 4 kHz: angles are drawn towards "
+         "0; use -r 8000\n"},
+        {"", "track raised.wav -r 16000", 0, "16000", "4000", "[\"empty upper band\"]",
+         "ezossl: raised.wav: empty upper band: "},
+        {"", "track raised.wav -r 8000", 0, "8000", "null", "[]", "decided (100 %), median +"},
+        {"", "track scene.wav", 0, "8000", "null", "[]", "decided (100 %), median +"},
+        {"", "track raised.wav -r 48000", 2, "", "", "", "raised.wav: has 16000 Hz; at -r 48000"},
+        {"", "check raised.wav -r 32000", 2, "", "", "", "raised.wav: has 16000 Hz; at -r 32000"},
+    };
+    for (const auto &c : cases) {
+        const std::string format = c.arguments[0] == 't' ? " -f jsonl" : "";
+        EXPECT_EQ(run(c.arguments + (" -s 20cm" + format), "out", c.before), c.status)
+            << c.arguments;
+        EXPECT_EQ(value("start", "rate_hz"), c.rate) << c.arguments;
+        EXPECT_EQ(value("summary", "band_limit_hz"), c.limit) << c.arguments;
+        EXPECT_EQ(value("summary", "faults"), c.faults) << c.arguments;
+        EXPECT_TRUE(says(c.said)) << c.arguments << contents("err");
+    }
+    EXPECT_EQ(run("check raised.wav -s 20cm"), 0);
+    EXPECT_TRUE(says("at 8000 Hz\n", "out") && says("warning     narrow band: ", "out"));
+    EXPECT_EQ(run("check raised.wav -s 20cm -r 16000"), 3);
+    EXPECT_TRUE(says("FAULT       empty upper band: no sound above 4 kHz", "out"));
+    EXPECT_EQ(run("check scene.wav -s 20cm"), 0);
+    EXPECT_TRUE(says("verdict     usable\n", "out")) << contents("out");
+}
+
+TEST_F(Answers, CheckNamesContradictionsAndFewDirections)
+{
+    // Of each second a loud quarter leads by -3 samples, the faint rest by 6. The channels'
+    // correlation is that of the loud part, most frames are of the other.
+    std::mt19937 generator(1);
+    Samples source(64020), samples;
+    for (float &sample : source)
+        sample = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
+    for (std::size_t n = 0; n < 64000; ++n) {
+        const bool is_loud = n % 16000 < 4000;
+        const float level = is_loud ? 0.6f : 0.05f;
+        samples.insert(samples.end(),
+                       {level * source[n + 10], level * source[n + (is_loud ? 7 : 16)]});
+    }
+    write_audio("x.wav", 16000, 2, samples);
+    EXPECT_EQ(run("check x.wav -s 20cm"), 3);
+    EXPECT_TRUE(says("verdict     UNUSABLE: contradiction\n", "out")) << contents("out");
+    EXPECT_TRUE(says("-40 deg stands for a lag of\n            +6.00 samples, the channels have "
+                     "-3.00\n",
+                     "out")) // asin(6 x 343 / 16000 / 0.2) = 40.0
+        << contents("out");
+
+    scene("-a 30 -s 5.8cm -d 10 --snr -5");
+    EXPECT_EQ(run("check scene.wav -s 5.8cm"), 0);
+    EXPECT_TRUE(says("warning     few directions: ", "out")) << contents("out");
+    scene("-a 30 -s 5.8cm -d 6 -r 48000 --room 6x5x3 --rt60 0.8 --distance 2.2");
+    run("check scene.wav -s 5.8cm -r 48000");
+    EXPECT_TRUE(says("What to do: use -r 16000\n", "out")) << contents("out");
+}
+
+TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
+{
+    // Microphone 0 is two samples ahead; the last half second is silent.
+    std::mt19937 generator(1);
+    Samples samples(2 * 16000);
+    for (std::size_t i = 5; i < 2 * 8192; i += 2)
+        samples[i - 5] = samples[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
+    write_audio("x.wav", 16000, 2, samples);
+    const struct {
+        const char *arguments, *type, *name, *expected;
+    } cases[] = {
+        {"", "start", "block_frames", "32"},
+        {"", "start", "smooth_s", "1.024"},
+        {"-r 8000", "start", "block_frames", "16"},
+        {"--raw-blocks -r 8000", "start", "block_frames", "32"},
+        {"--raw-blocks", "start", "smooth_s", "null"},
+        {"--block-ms 100", "start", "block_frames", "13"}, // 12.5
+        {"--block-ms 99", "start", "block_frames", "12"},
+        {"--block-ms 1", "start", "block_frames", "1"},
+        {"--start 0.1", "block", "t_start", "0.1"},
+        {"--start 0.1", "block", "t_end", "0.356"},
+        {"--raw-blocks -b 5", "block", "t_end", "0.04"},
+        {"", "summary", "dropped_s", "0.232"},            // 16000 - 3 x 4096
+        {"-G 13", "summary", "wrapped_samples", "16380"}, // x 4.47; but for the two first pairs
+        {"-G 12", "summary", "wrapped_samples", "0"},     // x 3.98
+    };
+    for (const auto &c : cases) {
+        run(std::string("track x.wav -s 8.6 -f jsonl ") + c.arguments);
+        EXPECT_EQ(value(c.type, c.name), c.expected) << c.arguments << c.name << contents("err");
+    }
+    const std::pair<const char *, bool> warned[] = {{"--raw-blocks -b 3", true},
+                                                    {"--raw-blocks -b 4", false},
+                                                    {"-b 3", false},
+                                                    {"--raw-blocks -b 3 -q", false}};
+    for (const auto &[arguments, is_warned] : warned) {
+        EXPECT_EQ(run(std::string("track x.wav -s 8.6 ") + arguments), 0);
+        EXPECT_EQ(says("blocks of fewer than 4 frames get angles from noise too"), is_warned);
+    }
+}
+
+// Leads of 2 and 3 samples are asin(2 x 343 / 16000 / 0.086) = 29.9 and 48.4 degrees.
+TEST_F(Answers, ChangesAreAnglesThatDifferEnoughAndTheEndOfTheSound)
+{
+    std::mt19937 generator(1);
+    Samples samples;
+    for (const std::size_t lead : {2, 0, 3, 2, 0}) { // 0 is silence
+        Samples sound(2 * 16384);
+        for (std::size_t i = 2 * lead + 1; lead > 0 && i < sound.size(); i += 2)
+            sound[i - 2 * lead - 1] = sound[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
+        samples.insert(samples.end(), sound.begin(), sound.end());
+    }
+    write_audio("x.wav", 16000, 2, samples);
+    for (const auto &[least, expected] :
+         {std::pair("19", "29 quiet 48 29 quiet "), std::pair("20", "29 quiet 48 quiet ")}) {
+        run(std::string("track x.wav -s 8.6 -f csv --raw-blocks --on-change ") + least);
+        std::ifstream lines("out");
+        std::string found, line;
+        for (std::getline(lines, line); std::getline(lines, line);) {
+            std::istringstream cells(line);
+            std::string file, start, end, angle, status;
+            for (std::string *const cell : {&file, &start, &end, &angle, &status})
+                std::getline(cells, *cell, ',');
+            found += (status == "ok" ? angle : status) + ' ';
+        }
+        EXPECT_EQ(found, expected) << contents("out");
+    }
+}
+
+} // namespace
