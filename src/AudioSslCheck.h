@@ -30,14 +30,14 @@ enum SslOperation : uint32_t {
     kResetMapping,
 };
 
-// Whether the calls before `operation` were made. 0, or the code of the first that is owed, after
-// its message.
+// Whether the calls that `operation` needs have been made. Returns 0 or, after a message, the code
+// of the first that is missing.
 int32_t ssl_check_order(const SslHandle *handle, SslOperation operation);
 
-// Whether Init has made an instance of the buffer, of whatever build.
+// Whether Init, of this or another build, has made an instance of the buffer.
 bool ssl_has_magic(const SslHandle *handle);
 
-// Whether the buffer holds an instance of this build. 0, or a code, after its message.
+// Whether the buffer holds an instance of this build. Returns 0 or, after a message, a code.
 int32_t ssl_check_handle(const SslHandle *handle, int32_t level, SslOperation operation);
 
 // Both, the order first.

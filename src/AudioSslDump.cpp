@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // AudioSslDump.cpp - the input dump.
 //
-// Where files are opened and closed differs on purpose: Init and Reset open them for any mode but
-// 0, Run opens them for 1 only, Free closes them for 1 only. A stream that is closed is NULL, and
-// closing or writing a NULL stream does nothing. A disk that is full loses samples, nothing else.
+// The modes that open and close the files differ on purpose: Init and Reset open them for any mode
+// but 0, Run opens them for 1 only, and Free closes them for 1 only. A closed stream is NULL;
+// closing or writing it does nothing. If the disk is full, samples are lost and nothing else.
 
 #include "AudioSslDump.h"
 
@@ -54,9 +54,9 @@ void close_files(SslDumpFiles *files)
         close_file(files, mic);
 }
 
-// Opens an empty file for every microphone. A file of another mode is closed first, as the new one
-// may have the same name. Stops at the first that cannot be opened; streams before and behind it
-// stay as they are.
+// Opens an empty file for every microphone. Each stream that is open from another mode is closed
+// just before, as the new file may have the same name. Stops at the first file that cannot be
+// opened; the other streams stay open.
 bool open_files(SslHandle *handle, const char *tag)
 {
     for (uint32_t mic = 0; mic < kMicCount; ++mic) {
@@ -103,7 +103,7 @@ bool ssl_dump_set_up(SslHandle *handle, const char *tag)
 bool ssl_dump_update(SslHandle *handle)
 {
     if (KivOsEnvironment("AUDIO_SSL_DUMP") == nullptr) {
-        // The mode stays: with every further frame the files are closed again.
+        // dump_mode keeps its value, so this repeats with every frame. It does no harm.
         if (handle->dump_mode == kDumpOn)
             close_files(&handle->dump_files);
         return true;

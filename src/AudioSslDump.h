@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-// Takes the dump mode over and opens the files if it is not 0. `tag` names the caller in messages.
+// Reads the dump mode and opens the files if it is not 0. `tag` names the caller in messages.
 // False if the directory does not exist or a file cannot be opened.
 bool ssl_dump_set_up(SslHandle *handle, const char *tag);
 

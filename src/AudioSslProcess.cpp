@@ -16,8 +16,8 @@
 
 namespace {
 
-// Whether an argument is missing, which is said whatever the level: there may be no instance that
-// has one.
+// Whether an argument is missing. Printed at every level, because there may be no instance from
+// which to take the level.
 bool is_null(const void *argument, const char *text)
 {
     if (argument == nullptr)

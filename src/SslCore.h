@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // SslCore.h - the algorithm core: the instance record, and what is computed on it.
 //
-// The core prints nothing and refuses nothing: its callers have checked the instance. It keeps no
-// state outside the record.
+// The core prints nothing and refuses nothing, because its callers have checked the instance. It
+// keeps no state outside the record.
 //
 // Units: lengths in metres, delays in samples at the instance's sample rate, angles in radians
 // unless a name says degrees. Microphone 0 is the reference of every pair; pair p is microphone 0
@@ -46,7 +46,7 @@ constexpr int32_t kGeometryCircular = 1;
 enum SslStep : int32_t {
     kStepEntered = 0, // entered and not finished
     kStepDone = 1,
-    kStepOwed = 2, // not done yet, or made stale by another step
+    kStepOwed = 2, // not done yet, or to be done again after another step
 };
 
 // The buffer need only be aligned to 4 bytes, yet the record holds pointers: it is packed to 4.
@@ -66,8 +66,7 @@ struct SslDumpFiles {
     FILE *stream[kMicCount]; // NULL: closed
 };
 
-// The fields of the record, in their order in the buffer, with as many words to spare as are asked
-// for.
+// The fields of the record in their order in the buffer, with `SpareWords` words to spare.
 template <size_t SpareWords>
 struct SslRecord {
     // Identity and settings.
@@ -151,7 +150,7 @@ struct SslRecord {
     float digital_gain_factor;
 };
 
-// As many spare words as fill the state up, whatever the size of a pointer.
+// The spare words fill the record up to kSslStateBytes, whatever the size of a pointer.
 struct SslHandle : SslRecord<(kSslStateBytes - sizeof(SslRecord<1>)) / sizeof(int32_t) + 1> {
 };
 
@@ -213,8 +212,8 @@ bool ssl_core_init(SslHandle *handle);
 
 // ---- Geometry (SslCoreGeometry.cpp) ---------------------------------------------------------
 
-// The largest delays and the expected delays of the candidate directions of a linear array, as they
-// stand after Init.
+// The largest delays, and the expected delays of the candidate directions, of a linear array: the
+// values after Init.
 void ssl_linear_delays(SslHandle *handle);
 
 // Microphone positions, pair vectors and largest delays of a regular array; for a circular one also
@@ -224,7 +223,7 @@ void Ssl_Cal_Geometry(SslHandle *handle);
 // The same, and the shape, from positions x, y of each microphone in centimetres.
 void Ssl_Cal_ArbitraryGeometry(SslHandle *handle, const float *array_pos);
 
-// How many pairs of microphones stand at the very same place.
+// How many pairs of microphones have the same position.
 uint32_t ssl_coincident_microphones(const float *array_pos);
 
 // The pseudo-inverse of the pair vectors of a circular array.
@@ -258,7 +257,7 @@ void ssl_reset_voting(SslHandle *handle);
 // Turns energy_sum into the block's level in dB; true if that is at or below the noise gate.
 bool ssl_block_is_quiet(SslHandle *handle);
 
-// Picks the winning bin of every pair; true if all have votes enough.
+// Picks the winning bin of every pair; true if all have enough votes.
 bool ssl_vote_decide(SslHandle *handle);
 
 // The winning bins' mean delays as path differences, against what the geometry allows.

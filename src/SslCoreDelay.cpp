@@ -123,8 +123,8 @@ void correlate(SslHandle *handle)
     rotate_half(handle->correlation_raw, handle->correlation, kFftLength);
 }
 
-// Subtracts the minimum in place: it becomes 0 when reached, so only the values up to it are
-// lowered. Intended: the grading below depends on it.
+// Subtracts the minimum in place. The minimum itself becomes 0 when reached, so the values after it
+// stay as they are. Intended: the grading below depends on it.
 void remove_floor(float *correlation, uint32_t min_index)
 {
     const float floor = correlation[min_index];
@@ -180,7 +180,7 @@ Peak grade_peak(SslHandle *handle)
     if (peak.delay < -limit || peak.delay > limit)
         return peak;
     const uint32_t min_index = array_argmin(correlation, kFftLength);
-    // A dip at least as deep as the peak is high, as for inverted polarity.
+    // The minimum is at least as deep as the peak is high, as with inverted polarity.
     if (double{std::fabs(correlation[max_index])} - double{std::fabs(correlation[min_index])} <=
         0.0)
         return peak;
@@ -242,8 +242,8 @@ float mean_squared_difference(const float *early, const float *late, uint32_t la
 
 } // namespace
 
-// The curve has no entry for lag 1 on its falling side: from lag 0 on its entries stand one place
-// early, and its last two stay 0. Kept on purpose: a lag of 0 reads as -1.
+// The first half of the curve has no entry for lag 1, so the entries from lag 0 on are one place
+// early and the last two stay 0. Kept on purpose: a lag of 0 reads as -1.
 void ssl_delay_amdf(SslHandle *handle, int32_t *delay_sample)
 {
     const float *const a = handle->ref_frame_a;

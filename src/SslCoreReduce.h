@@ -58,12 +58,13 @@ inline float array_mean(const float *x, uint32_t n)
     return sum / static_cast<float>(n);
 }
 
-// peak / array_mean(), of which only a comparison with `limit` is asked: on the same side of it, if
-// not the same. None of the values may lie further from 0 than twice `largest`.
+// peak / array_mean(), for a comparison with `limit` only: the result is on the same side of the
+// limit, but may differ in its last bits. No value may be further from 0 than twice `largest`.
 //
-// A sum in lanes takes a tenth of the time of one in index order. In either order each of 256 sums
-// rounds by at most 2^-24 of 512 largest, so the two means are less than 2^-13 largest apart. Where
-// that could decide, or give the mean another sign, the sum in index order is made after all.
+// A sum in lanes takes a tenth of the time of a sum in index order. In either order each of the 256
+// additions rounds by at most 2^-24 of 512 `largest`, so the two means differ by less than 2^-13 of
+// `largest`. If that could change the comparison or the sign of the mean, the sum is made again in
+// index order.
 inline float array_peak_to_mean(const float *x, uint32_t n, float peak, float largest, float limit)
 {
     FourFloats lanes = {};

@@ -13,11 +13,11 @@ namespace {
 
 constexpr size_t kPathBytes = 128;
 
-// A level file is a line or two. One that is larger than this is taken for something else: parsed,
-// it could take a hundred times its size in memory.
+// A level file has a line or two. Larger files are ignored: parsing could need a hundred times
+// their size in memory.
 constexpr int64_t kLargestFile = int64_t{1} << 20;
 
-// The member is taken by its integer value whatever its type: `true` reads as 1, a text as 0.
+// Only the member's integer value counts, whatever its type: `true` reads as 1, a text as 0.
 int32_t level_in_text(const char *text)
 {
     int32_t level = kMsgLevelDefault;
@@ -56,7 +56,7 @@ int32_t read_message_level()
     const char *const named = KivOsEnvironment("DML_PATH");
     const int length =
         std::snprintf(path, sizeof path, "%s", named != nullptr ? named : "/config/audioAlgo.json");
-    // The beginning of a path that does not fit may name another file: open none.
+    // A path that was cut off may name another file, so none is opened.
     if (length < 0 || static_cast<size_t>(length) >= sizeof path)
         return kMsgLevelDefault;
 

@@ -12,12 +12,12 @@ enum MsgClass : int32_t {
     kMsgInfo = 4,
 };
 
-// The level where none is known: before an instance has one, and without a level file.
+// The level while none is known: before an instance has one, or without a level file.
 constexpr int32_t kMsgLevelDefault = kMsgError | kMsgWarning | kMsgInfo;
 
 // Reads the level from the level file: the file that the environment variable DML_PATH names, or
 // /config/audioAlgo.json, a JSON object with a member "debug_level". Returns 1, 3, 7 or 15;
-// kMsgLevelDefault for any other value and where none can be read.
+// kMsgLevelDefault for any other value, or if none can be read.
 int32_t read_message_level();
 
 #endif

@@ -30,7 +30,7 @@ constexpr uint32_t fft_get_buffer_size(uint32_t points)
     return 18 * points + 96 * (points / 32 + 1) + 556;
 }
 
-// Initialises the FFT, once in a process; any number of threads may call it. Comes before
+// Initialises the FFT, once in a process; any number of threads may call it. To be called before
 // fft_init. A failure prints a line of its own; transforms work all the same.
 void fft_start();
 
@@ -45,7 +45,7 @@ void fft_init(FftContext *ctx);
 //   kFftInverse  bins become samples, scaled by `points` or, with Ne10, by 1; the last
 //                two floats become 0
 // Any other direction, and `points` other than fft_size, do nothing. `aux1` and `aux2` are only
-// tested for NULL. A NULL argument prints a line; where a transform is still possible, it follows.
+// tested for NULL. A NULL argument prints a line; if a transform is still possible, it is made.
 void fft_rdft(FftContext *ctx, int32_t points, int32_t direction, float *data, const float *aux1,
               const float *aux2);
 

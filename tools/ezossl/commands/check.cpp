@@ -162,7 +162,7 @@ RunCommand add_check(CLI::App &parser)
         ->check(supported_rate())
         ->type_name("HZ");
     parser.footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
-                  "Faults are found in stretches of a second: the longer the recording, the\n"
-                  "slower the clock drift that shows. Judged are the first 5 minutes.");
+                  "Faults are found in segments of one second, in the first 5 minutes. The longer\n"
+                  "the recording, the slower the clock drift that shows.");
     return [options](DataOutput &output) { check(*options, output); };
 }
