@@ -132,8 +132,10 @@
 extern "C" {
 #endif
 
-/** The version of this interface; EzoSsl_GetAPIVersion() gives that of the library in use. */
+/** The version of this interface, first number; EzoSsl_GetAPIVersion() gives that of the library in
+ * use. */
 #define EZOSSL_VERSION_MAJOR 1
+/** The version of this interface, second number. */
 #define EZOSSL_VERSION_MINOR 4
 
 /** Fixed sizes and marks. */
