@@ -70,7 +70,7 @@ TEST(LibraryFile, NeedsTheseLibrariesOnly)
 
 TEST(LibraryFile, HeedsNoEnvironmentOfACallerWithFewerRights)
 {
-    if (std::string(EZOSSL_EMULATOR) != "")
+    if (!std::string(EZOSSL_EMULATOR).empty())
         GTEST_SKIP() << "an emulator gives programs the rights of its caller";
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can make a program that has more rights than its caller";

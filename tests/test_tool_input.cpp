@@ -193,11 +193,11 @@ TEST(Input, ResampledSoundKeepsItsPlaceAndItsEnd)
         int from, wanted, to;
         const char *remark;
     } cases[] = {
-        {11025, 0, 8000, "counter: 11025 Hz is brought to 8000 Hz (-r chooses another rate)"},
-        {44100, 0, 16000, "counter: 44100 Hz is brought to 16000 Hz (-r chooses another rate)"},
+        {11025, 0, 8000, "counter: 11025 Hz is resampled to 8000 Hz (-r chooses another rate)"},
+        {44100, 0, 16000, "counter: 44100 Hz is resampled to 16000 Hz (-r chooses another rate)"},
         {48000, 16000, 16000, ""}, // as the user said
         {16000, 8000, 8000, ""},
-        {32000, 0, 16000, "counter: 32000 Hz is brought to 16000 Hz (-r chooses another rate)"},
+        {32000, 0, 16000, "counter: 32000 Hz is resampled to 16000 Hz (-r chooses another rate)"},
         {16000, 0, 16000, ""},
     };
     for (const auto &c : cases) {
@@ -242,7 +242,7 @@ TEST_F(Tool, CheckReadsAsTrackDoes)
     wav.replace(24, 4, std::string("\x11\x2B\0\0", 4)); // 11025 Hz
     std::ofstream("x.wav") << wav;
     EXPECT_EQ(run("track x.wav -s 20cm"), 0);
-    EXPECT_NE(contents("err").find("x.wav: 11025 Hz is brought to 8000 Hz"), std::string::npos);
+    EXPECT_NE(contents("err").find("x.wav: 11025 Hz is resampled to 8000 Hz"), std::string::npos);
     run("check x.wav -s 20cm");
     EXPECT_EQ(contents("out").find("x.wav: 1.45 s at 8000 Hz\n"), 0u) << contents("out");
     for (const char *command : {"track", "check"}) {

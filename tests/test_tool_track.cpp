@@ -15,10 +15,10 @@ constexpr std::size_t kCouples = 10000; // two blocks and a rest
 
 // Noise that reaches microphone 0 earlier. At 16 kHz and 8.6 cm, two samples are
 // asin(2 x 343 / 16000 / 0.086) = 29.9 degrees.
-Samples pair(std::size_t couples, std::size_t lead)
+Samples pair(std::size_t pairs, std::size_t lead)
 {
     std::mt19937 generator(1);
-    Samples samples(2 * couples);
+    Samples samples(2 * pairs);
     for (std::size_t i = 2 * lead + 1; i < samples.size(); i += 2)
         samples[i - 2 * lead - 1] = samples[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
     return samples;
@@ -121,7 +121,7 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         {0, "", "track half.ogg", "is truncated: its end is missing, there are 2.6"},
         {0, "", "two.wav -G 40", "samples wrapped around because the gain is too high"},
         {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
-        {1, "", "track two.wav --raw", "starts with RIFF"},
+        {1, "", "track two.wav --raw", "is a WAV file; omit --raw"},
         {2, "", "two.wav -g 1", "'1' is not auto, nor a level of -80 ... 0 dB"},
         {2, "", "two.wav --plot o", "o: is the name of two outputs"},
         {130, "timeout --preserve-status -s INT 0.4", "two.wav --realtime",
@@ -146,6 +146,45 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
+// For loggers: the time of day, and which block spans what the device lost.
+TEST_F(Track, LiveLogsTheTimeAndTheGaps)
+{
+    std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
+                               << "pcm.x { type faulty fault 32 after 5000 }\n";
+    const std::string form = "live -D x -s 8.6 -d 1 -o log -f ";
+    EXPECT_EQ(run(form + "csv", "out", "TZ=UTC-5:30"), 0) << contents("err");
+    std::istringstream lines(contents("log"));
+    std::string header, gaps;
+    std::getline(lines, header);
+    EXPECT_EQ(header.find("file,time,t_start,"), 0u) << header;
+    for (std::string line; std::getline(lines, line);) {
+        int year = 0, millisecond = 0, minutes = 0;
+        ASSERT_EQ(std::sscanf(line.c_str(), "x,%d-%*d-%*dT%*d:%*d:%*d.%3d+05:%d,", &year,
+                              &millisecond, &minutes),
+                  3)
+            << line;
+        EXPECT_GT(year, 2023);
+        EXPECT_EQ(minutes, 30) << line;
+        gaps += line.back();
+    }
+    EXPECT_EQ(gaps, "010"); // 5000 frames are in the second block of 4096
+    run(form + "jsonl");
+    EXPECT_NE(contents("log").find("\"sound_lost\":1"), std::string::npos);
+    run(form + "table");
+    EXPECT_NE(contents("log").find("+29 deg!"), std::string::npos) << contents("log");
+    run("two.wav -s 8.6 -f csv"); // files have neither
+    EXPECT_EQ(contents("out").find("file,t_start,"), 0u) << contents("out");
+}
+
+TEST_F(Track, NamesOfFilesCommandNoTerminal)
+{
+    fs::rename("two.wav", "a\033[31m\xC2\x9B.wav");
+    EXPECT_EQ(run("a*.wav -s 8.6"), 0);
+    EXPECT_EQ(contents("err").find("a?[31m\xC2?.wav: 2 blocks"), 0u) << contents("err");
+    EXPECT_EQ(run("a*.wav b.wav -s 8.6"), 1);
+    EXPECT_EQ((contents("out") + contents("err")).find('\033'), std::string::npos);
+}
+
 // Of 16000 frames, three blocks; the devices always have sound that comes from 29 degrees.
 TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
 {
@@ -157,7 +196,7 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
         {1, 0, "channels 1", "x: is mono"},
         {1, 0, "bits 32", "x: has no 16-bit samples; put plug before its name"},
         {1, 0, "channels 4", "x: 4 channels; needs 2"},
-        {0, 48000, "rate 48000", "x: captures at 48000 Hz, brought to 16000 Hz"},
+        {0, 48000, "rate 48000", "x: captures at 48000 Hz, resampled to 16000 Hz"},
         {0, 16000, "", whole},
         {0, 16000, "fault 32 after 5000", whole + "1 overrun: sound is missing"}, // EPIPE
         {0, 16000, "fault 86 after 5000", whole + "1 suspend of the machine"},    // ESTRPIPE

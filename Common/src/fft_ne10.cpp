@@ -17,7 +17,7 @@ namespace {
 using Bin = ne10_fft_cpx_float32_t;
 using Record = ne10_fft_r2c_state_float32_t;
 
-static_assert(sizeof(Bin) == 2 * sizeof(float), "bins are couples of floats");
+static_assert(sizeof(Bin) == 2 * sizeof(float), "bins are pairs of floats");
 
 constexpr int32_t kShortest = 16; // for less than 16 points Ne10 fills no tables
 

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include "base/failure.h"
+#include "base/text.h"
 #include "commands/commands.h"
 #include "commands/parser_texts.h"
 #include "input/alsa_capture.h"
@@ -149,13 +150,13 @@ int main(int argc, char **argv)
     } catch (const EndWith &end) {
         return end.status;
     } catch (const UsageFailure &failure) {
-        std::fprintf(stderr, "ezossl: %s\n", failure.what());
+        note(failure.what());
         return kUsage;
     } catch (const std::bad_alloc &) {
         std::fprintf(stderr, "ezossl: not enough memory\n");
         return kError;
     } catch (const std::exception &failure) {
-        std::fprintf(stderr, "ezossl: %s\n", failure.what());
+        note(failure.what());
         return kError;
     }
 }

@@ -44,7 +44,19 @@ std::string wrapped(const std::string &text, std::size_t indent)
     return result;
 }
 
+std::string printable(const std::string &text)
+{
+    std::string result = text;
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(result[i]);
+        const bool is_c1 = (byte & 0xE0u) == 0x80 && i > 0 && text[i - 1] == '\xC2'; // in UTF-8
+        if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F || is_c1)
+            result[i] = '?';
+    }
+    return result;
+}
+
 void note(const std::string &text)
 {
-    std::fprintf(stderr, "ezossl: %s\n", text.c_str());
+    std::fprintf(stderr, "ezossl: %s\n", printable(text).c_str());
 }

@@ -17,6 +17,9 @@ std::string counted(long count, const char *thing);
 constexpr std::size_t kTextWidth = 79;
 std::string wrapped(const std::string &text, std::size_t indent);
 
+// With ? for what would command a terminal, such as an escape sequence in the name of a file.
+std::string printable(const std::string &text);
+
 // Prints a line on standard error after the name of the program, which goes on.
 void note(const std::string &text);
 

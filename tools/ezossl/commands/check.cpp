@@ -21,7 +21,7 @@ constexpr int kUnusable = 3; // exit status
 constexpr int kIndent = 12;
 constexpr double kLongestSeconds = 300.0; // that are read
 
-struct CheckOptions {
+struct CheckArguments {
     std::string input;
     TrackingOptions tracking; // of which only what is asked for below
     std::string device = "default";
@@ -32,7 +32,7 @@ struct CheckOptions {
 };
 
 // A file that has no sound in its upper band is analysed at a lower rate.
-std::unique_ptr<FrameSource> open_source(const CheckOptions &options,
+std::unique_ptr<FrameSource> open_source(const CheckArguments &options,
                                          std::optional<int> &band_limit)
 {
     InputSettings settings = options.tracking.input;
@@ -98,7 +98,7 @@ void print_findings(const Diagnosis &diagnosis, DataOutput &output)
                  names.c_str());
 }
 
-void check(const CheckOptions &options, DataOutput &output)
+void check(const CheckArguments &options, DataOutput &output)
 {
     const TrackingOptions &tracking = options.tracking;
     const bool is_live = options.is_live();
@@ -134,7 +134,7 @@ void check(const CheckOptions &options, DataOutput &output)
 
 RunCommand add_check(CLI::App &parser)
 {
-    const auto options = std::make_shared<CheckOptions>();
+    const auto options = std::make_shared<CheckArguments>();
     TrackingOptions &tracking = options->tracking;
     parser
         .add_option("INPUT", options->input,

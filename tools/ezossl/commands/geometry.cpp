@@ -45,7 +45,7 @@ std::string explanations()
     return text;
 }
 
-struct GeometryOptions {
+struct GeometryArguments {
     ArrayOptions array;
     int rate = 0; // all
 };
@@ -108,7 +108,7 @@ void print_lags(const ArrayOptions &array, int rate, DataOutput &output)
     }
 }
 
-void show_geometry(const GeometryOptions &options, DataOutput &output)
+void show_geometry(const GeometryArguments &options, DataOutput &output)
 {
     print_spacing(options.array, output);
     if (options.rate == 0)
@@ -122,7 +122,7 @@ void show_geometry(const GeometryOptions &options, DataOutput &output)
 
 RunCommand add_geometry(CLI::App &parser)
 {
-    const auto options = std::make_shared<GeometryOptions>();
+    const auto options = std::make_shared<GeometryArguments>();
     options->array.add_to(parser);
     parser.add_option("-r,--rate", options->rate, "Show one sample rate, lag by lag")
         ->check(supported_rate());

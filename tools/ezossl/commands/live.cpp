@@ -20,7 +20,7 @@ namespace {
 
 constexpr double kLongest = 86400.0; // seconds
 
-struct LiveOptions {
+struct LiveArguments {
     std::string device = "default";
     TrackingOptions tracking;
     double seconds = 0.0; // of sound; 0 is until an interrupt
@@ -54,9 +54,10 @@ void track_device(FrameSource &source, TrackingRun &run, const Report &report)
         run.add(frame);
 }
 
-void listen(const LiveOptions &options, DataOutput &output)
+void listen(const LiveArguments &options, DataOutput &output)
 {
-    const TrackingOptions &tracking = options.tracking;
+    TrackingOptions tracking = options.tracking;
+    tracking.live = true;
     tracking.check({}, options.recording);
     watch_for_interrupts();
     auto stream = std::make_unique<DeviceStream>(options.device, capture_rate(tracking.input.rate),
@@ -94,7 +95,7 @@ void listen(const LiveOptions &options, DataOutput &output)
         std::rethrow_exception(failure);
 }
 
-void live(const LiveOptions &options, DataOutput &output)
+void live(const LiveArguments &options, DataOutput &output)
 {
     if (options.list) {
         for (const std::string &device : capture_devices())
@@ -109,7 +110,7 @@ void live(const LiveOptions &options, DataOutput &output)
 
 RunCommand add_live(CLI::App &parser)
 {
-    const auto options = std::make_shared<LiveOptions>();
+    const auto options = std::make_shared<LiveArguments>();
     parser.add_option("-D,--device", options->device, "ALSA device")
         ->type_name("NAME")
         ->capture_default_str();

@@ -27,7 +27,7 @@ constexpr double kLongestSeconds = 600.0;
 constexpr double kNoiseSeconds = 4.0;
 constexpr double kWalkStepSeconds = 0.1; // of the truth
 
-struct SimulateOptions {
+struct SimulateArguments {
     std::vector<double> angles;
     std::vector<double> walk; // from, to
     ArrayOptions array;
@@ -65,7 +65,7 @@ struct SimulateOptions {
 };
 
 // The mono source at the scene's rate; an input shorter than the wanted duration is repeated.
-std::vector<float> make_source(const SimulateOptions &options, NoiseSource &noise)
+std::vector<float> make_source(const SimulateArguments &options, NoiseSource &noise)
 {
     const bool is_limited = options.seconds > 0.0;
     const auto wanted =
@@ -80,7 +80,7 @@ std::vector<float> make_source(const SimulateOptions &options, NoiseSource &nois
     return source;
 }
 
-void check_length(const SimulateOptions &options, std::size_t source_length, std::size_t count)
+void check_length(const SimulateArguments &options, std::size_t source_length, std::size_t count)
 {
     const double seconds = static_cast<double>(source_length) / options.rate;
     if (seconds * static_cast<double>(count) <= kLongestSeconds)
@@ -112,7 +112,7 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
 }
 
 // Refuses outputs that would take the place of the input, or of each other.
-void check_names(const SimulateOptions &options)
+void check_names(const SimulateArguments &options)
 {
     const std::string truth = options.truth_path();
     std::error_code ignored; // of names that do not exist
@@ -128,7 +128,7 @@ void check_names(const SimulateOptions &options)
     }
 }
 
-void report(const SimulateOptions &options, const SceneSettings &settings, double seconds)
+void report(const SimulateArguments &options, const SceneSettings &settings, double seconds)
 {
     std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:", options.output.c_str(),
                  seconds, options.rate, options.snr_db);
@@ -143,7 +143,7 @@ void report(const SimulateOptions &options, const SceneSettings &settings, doubl
     std::fprintf(stderr, "%s%s\n", truth.empty() ? "" : "; truth in ", truth.c_str());
 }
 
-SceneSettings scene_settings(const SimulateOptions &options)
+SceneSettings scene_settings(const SimulateArguments &options)
 {
     SceneSettings settings = {options.rate,   options.array.spacing_cm, options.array.temperature,
                               options.snr_db, options.mismatch_db,      std::nullopt};
@@ -152,7 +152,7 @@ SceneSettings scene_settings(const SimulateOptions &options)
     return settings;
 }
 
-void simulate(const SimulateOptions &options)
+void simulate(const SimulateArguments &options)
 {
     if (options.angles.empty() == options.walk.empty())
         throw UsageFailure("give the direction of the sound: either --angle -30 or --walk -90,90");
@@ -182,7 +182,7 @@ void simulate(const SimulateOptions &options)
     report(options, settings, seconds);
 }
 
-void add_source_options(CLI::App &parser, SimulateOptions &options)
+void add_source_options(CLI::App &parser, SimulateArguments &options)
 {
     parser
         .add_option("-a,--angle", options.angles,
@@ -227,7 +227,7 @@ void add_source_options(CLI::App &parser, SimulateOptions &options)
         ->capture_default_str();
 }
 
-void add_room_options(CLI::App &parser, SimulateOptions &options)
+void add_room_options(CLI::App &parser, SimulateArguments &options)
 {
     auto *const room =
         parser
@@ -265,7 +265,7 @@ void add_room_options(CLI::App &parser, SimulateOptions &options)
 
 RunCommand add_simulate(CLI::App &parser)
 {
-    const auto options = std::make_shared<SimulateOptions>();
+    const auto options = std::make_shared<SimulateArguments>();
     add_source_options(parser, *options);
     options->array.add_to(parser);
     add_room_options(parser, *options);

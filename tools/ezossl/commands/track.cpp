@@ -20,7 +20,7 @@ namespace {
 constexpr double kLongest = 86400.0;    // seconds
 constexpr int kHighestRawRate = 384000; // Hz
 
-struct TrackOptions {
+struct TrackArguments {
     std::vector<std::string> inputs;
     TrackingOptions tracking;
     double start = 0.0;    // seconds
@@ -62,7 +62,8 @@ void feed(FrameSource &source, TrackingRun &run, bool is_quiet)
                               samples > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
 }
 
-[[noreturn]] void end_interrupted(const TrackOptions &options, double seconds, const Report &report)
+[[noreturn]] void end_interrupted(const TrackArguments &options, double seconds,
+                                  const Report &report)
 {
     std::string text = format_text("interrupted at %.1f s", seconds);
     const std::string &output = options.tracking.output;
@@ -73,7 +74,7 @@ void feed(FrameSource &source, TrackingRun &run, bool is_quiet)
     throw EndWith{kInterrupted};
 }
 
-void track_input(const TrackOptions &options, const std::string &input, Report &report)
+void track_input(const TrackArguments &options, const std::string &input, Report &report)
 {
     FilePart part = {input, std::nullopt, options.start, options.duration};
     if (options.raw)
@@ -100,11 +101,11 @@ void track_input(const TrackOptions &options, const std::string &input, Report &
 }
 
 // An input that is refused does not stop the others.
-void track(const TrackOptions &options, DataOutput &output)
+void track(const TrackArguments &options, DataOutput &output)
 {
     options.tracking.check(options.inputs);
     watch_for_interrupts();
-    // Who writes into the pipe may be live.
+    // The writer of the pipe may be live.
     const auto pipes = std::count(options.inputs.begin(), options.inputs.end(), "-");
     Report report(options.tracking, output, pipes > 0, options.inputs.size() > 1);
     std::size_t done = 0;
@@ -135,7 +136,7 @@ void track(const TrackOptions &options, DataOutput &output)
 
 RunCommand add_track(CLI::App &parser)
 {
-    const auto options = std::make_shared<TrackOptions>();
+    const auto options = std::make_shared<TrackArguments>();
     parser
         .add_option("INPUT", options->inputs,
                     "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "

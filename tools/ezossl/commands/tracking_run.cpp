@@ -4,6 +4,8 @@
 
 #include "commands/tracking_run.h"
 
+#include <utility>
+
 #include "base/interrupt.h"
 #include "base/text.h"
 
@@ -47,7 +49,10 @@ void TrackingRun::add(const Frame &frame)
 
 void TrackingRun::add_block(const Block &block, const std::vector<int> &delays)
 {
-    report_.block(block, delays);
+    const long places = source_.stream().lost().places();
+    Block told = block;
+    told.has_gap = places > std::exchange(lost_places_, places);
+    report_.block(told, delays);
     look_at_band();
     if (options_.mode == DelayMode::vote)
         tell(watch_.add(block));

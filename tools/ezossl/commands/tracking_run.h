@@ -36,6 +36,7 @@ private:
     FrameSource &source_;
     Report &report_;
     std::optional<int> band_limit_;
+    long lost_places_ = 0;          // where the device lost sound, so far
     std::optional<BandLimit> band_; // none where the band is known
     FaultWatch watch_;
     Tracker tracker_;

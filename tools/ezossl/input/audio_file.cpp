@@ -218,7 +218,7 @@ std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
     // The samples "RI" and "FF".
     if (is_raw_ && position_ == 0 && end - samples >= 2 && samples[0] == 0x4952 / 32768.0f &&
         samples[1] == 0x4646 / 32768.0f)
-        throw Failure(path_ + ": starts with RIFF, so it has a header; leave --raw away");
+        throw Failure(path_ + ": is a WAV file; omit --raw");
     position_ += static_cast<sf_count_t>(frames);
     return frames > 0 ? std::optional(frames) : std::nullopt;
 }

@@ -74,11 +74,11 @@ std::string FrameSource::rate_remark() const
     if (from == rate_)
         return "";
     if (stream().origin() == SoundOrigin::device)
-        return format_text("%s: captures at %d Hz, brought to %d Hz", stream().name().c_str(), from,
-                           rate_);
+        return format_text("%s: captures at %d Hz, resampled to %d Hz", stream().name().c_str(),
+                           from, rate_);
     if (wanted_rate_ != 0)
         return "";
-    return format_text("%s: %d Hz is brought to %d Hz (-r chooses another rate)",
+    return format_text("%s: %d Hz is resampled to %d Hz (-r chooses another rate)",
                        stream().name().c_str(), from, rate_);
 }
 

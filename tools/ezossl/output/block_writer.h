@@ -35,6 +35,8 @@ struct WriterStyle {
     bool color;
     bool many_inputs; // so that each needs its name
     bool utf8;        // rather than ASCII
+    bool live;        // with the time of day and gaps
+    int meter_width;  // of the table; 0 is none
 };
 
 std::unique_ptr<BlockWriter> make_table_writer(DataOutput &output, const WriterStyle &style);

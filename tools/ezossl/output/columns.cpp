@@ -4,7 +4,10 @@
 #include "output/columns.h"
 
 #include <algorithm>
+#include <chrono>
 #include <iterator>
+
+#include "base/wall_clock.h"
 
 namespace {
 
@@ -32,6 +35,9 @@ Value list_of(const std::vector<int> &delays)
 }
 
 constexpr Column kColumns[] = {
+    {"time",
+     [](const BlockRow & /*row*/) { return Value(iso_time(std::chrono::system_clock::now())); },
+     &WriterStyle::live},
     {"t_start", [](const BlockRow &row) { return seconds(row.block.start); }},
     {"t_end", [](const BlockRow &row) { return seconds(row.block.end); }},
     {"angle_deg", [](const BlockRow &row) { return angle_of(row.block); }},
@@ -43,6 +49,8 @@ constexpr Column kColumns[] = {
      [](const BlockRow &row) {
          return Value(Number{row.block.level, 2});
      }},
+    {"sound_lost", [](const BlockRow &row) { return whole(row.block.has_gap ? 1 : 0); },
+     &WriterStyle::live},
     {"frame_delays", [](const BlockRow &row) { return list_of(row.delays); },
      &WriterStyle::per_frame},
 };

@@ -10,9 +10,11 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "base/failure.h"
+#include "base/text.h"
 
 DataOutput::DataOutput()
 {
@@ -35,7 +37,18 @@ DataOutput::~DataOutput()
 void DataOutput::redirect(const std::string &path)
 {
     pending_.emplace(path);
-    std::FILE *const file = fdopen(pending_->duplicate(), "w");
+    target_ = path;
+    write_to(fdopen(pending_->duplicate(), "w"));
+}
+
+void DataOutput::grow(const std::string &path)
+{
+    target_ = path;
+    write_to(std::fopen(path.c_str(), "we"));
+}
+
+void DataOutput::write_to(std::FILE *file)
+{
     if (file == nullptr)
         fail();
     std::fclose(file_);
@@ -70,12 +83,18 @@ bool DataOutput::is_terminal() const
     return isatty(fileno(file_)) != 0;
 }
 
+int DataOutput::columns() const
+{
+    winsize size{};
+    const bool is_known = ioctl(fileno(file_), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return is_known ? size.ws_col : static_cast<int>(kTextWidth);
+}
+
 void DataOutput::fail() const
 {
     if (errno == EPIPE)
         throw EndWith{128 + SIGPIPE};
-    const std::string target = pending_ ? pending_->target() : "standard output";
-    throw Failure("cannot write to " + target + ": " + std::strerror(errno));
+    throw Failure("cannot write to " + target_ + ": " + std::strerror(errno));
 }
 
 void show_library_messages(bool show)

@@ -22,6 +22,8 @@ public:
 
     // From now on to a file, which appears with finish().
     void redirect(const std::string &path);
+    // From now on to a file that grows under its own name.
+    void grow(const std::string &path);
 
     // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a
     // pipe is gone, the program ends without a message.
@@ -30,11 +32,15 @@ public:
     void finish();
 
     bool is_terminal() const;
+    // Of the terminal; as many as a table may need where there is none.
+    int columns() const;
 
 private:
+    void write_to(std::FILE *file);
     [[noreturn]] void fail() const;
 
     std::FILE *file_;
+    std::string target_ = "standard output";
     std::optional<PendingFile> pending_;
 };
 

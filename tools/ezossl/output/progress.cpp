@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include "base/text.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -33,7 +35,7 @@ void Progress::show(double seconds_done)
         return;
     next_ = Clock::now() + kInterval;
     is_shown_ = true;
-    std::fprintf(stderr, "\r\033[K%s: %.0f s", name_.c_str(), seconds_done);
+    std::fprintf(stderr, "\r\033[K%s: %.0f s", printable(name_).c_str(), seconds_done);
     if (seconds_)
         std::fprintf(stderr, " of %.0f s", *seconds_);
 }

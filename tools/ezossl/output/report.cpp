@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <thread>
 
 #include "base/failure.h"
@@ -30,12 +31,32 @@ bool wants_color(const ReportSettings &settings, const DataOutput &output)
            std::strcmp(terminal, "dumb") != 0;
 }
 
+// An odd number of columns beside the table's other ones, and none if there are too few.
+int meter_width(int columns)
+{
+    constexpr int kOtherColumns = 54;
+    constexpr int kWidest = 25;
+    constexpr int kNarrowest = 9;
+    const int width = std::min(columns - kOtherColumns, kWidest);
+    return width < kNarrowest ? 0 : width - (width + 1) % 2;
+}
+
+// The name of the file, and what the angles rest on.
+std::string figure_title(const InputInfo &input)
+{
+    return std::filesystem::path(input.name).filename().string() +
+           format_text(", %g cm, %d Hz", input.settings.localizer.spacing_cm,
+                       input.settings.localizer.sample_rate);
+}
+
 } // namespace
 
 Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs)
     : settings_(settings), output_(output), is_live_(is_live || settings.realtime)
 {
-    if (!settings.output.empty())
+    if (settings.live && !settings.output.empty())
+        output.grow(settings.output);
+    else if (!settings.output.empty())
         output.redirect(settings.output);
     for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
                                         std::pair(settings.histogram, angle_rose_svg)}) {
@@ -43,9 +64,9 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
             continue;
         figures_.emplace_back(path, drawing);
     }
-    writer_ =
-        settings.format->make(output, {settings.per_frame, wants_color(settings, output),
-                                       many_inputs, output.is_terminal() && locale_is_utf8()});
+    writer_ = settings.format->make(output, {settings.per_frame, wants_color(settings, output),
+                                             many_inputs, output.is_terminal() && locale_is_utf8(),
+                                             settings.live, meter_width(output.columns())});
 }
 
 void Report::begin(const InputInfo &input)
@@ -113,7 +134,7 @@ void Report::end(const SoundSummary &sound)
     writer_->end(summary_);
     output_.flush();
     for (const Figure &figure : figures_)
-        figure.file.write(figure.svg(drawn_, input_.name));
+        figure.file.write(figure.svg(drawn_, figure_title(input_)));
     summarize();
     if (!settings_.quiet)
         advise();
@@ -122,7 +143,7 @@ void Report::end(const SoundSummary &sound)
 void Report::summarize() const
 {
     if (!settings_.quiet)
-        std::fprintf(stderr, "%s\n", to_text(input_.name, summary_).c_str());
+        std::fprintf(stderr, "%s\n", printable(to_text(input_.name, summary_)).c_str());
 }
 
 // The one step that helps most; a fault was told with its remedy already.

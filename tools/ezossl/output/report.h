@@ -24,6 +24,7 @@ struct ReportSettings {
     bool per_frame = false;
     int on_change = 0; // degrees by which the angle has to differ; 0 shows every block
     bool realtime = false;
+    bool live = false; // blocks get the time of day, and `output` grows while they come
     bool quiet = false;
     bool no_color = false;
 };

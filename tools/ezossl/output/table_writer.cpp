@@ -7,12 +7,11 @@
 
 namespace {
 
-constexpr int kMeterWidth = 25; // with it a row fits into 79 columns
-
 std::string direction(const Block &block)
 {
-    return block.status == BlockStatus::ok ? format_text("%+d deg", block.angle)
-                                           : display_of(block.status).words;
+    const std::string text = block.status == BlockStatus::ok ? format_text("%+d deg", block.angle)
+                                                             : display_of(block.status).words;
+    return block.has_gap ? text + '!' : text;
 }
 
 // A column of text before the meter. A negative width aligns it to the left, as in printf.
@@ -54,8 +53,9 @@ public:
         output_.print("%s", !style_.color ? "" : is_ok ? "\033[32m" : "\033[2m");
         for (const TextColumn &column : kTextColumns)
             write_cell(column, column.text(block));
-        output_.print("  %s%s\n", direction_meter(angle, kMeterWidth, !style_.utf8).c_str(),
-                      style_.color ? "\033[0m" : "");
+        if (style_.meter_width > 0)
+            output_.print("  %s", direction_meter(angle, style_.meter_width, !style_.utf8).c_str());
+        output_.print("%s\n", style_.color ? "\033[0m" : "");
         if (style_.per_frame)
             write_delays(delays);
     }
@@ -65,10 +65,13 @@ private:
     void write_header()
     {
         if (style_.many_inputs)
-            output_.print("%s\n", name_.c_str());
+            output_.print("%s\n", printable(name_).c_str());
         for (const TextColumn &column : kTextColumns)
             write_cell(column, column.heading);
-        output_.print("  %s%s\n", style_.utf8 ? " " : "", "+90         0         -90");
+        if (style_.meter_width > 0) // as wide as the meter, 0 in its middle
+            output_.print("  %s+90%*s%*s", style_.utf8 ? " " : "", style_.meter_width / 2 - 2, "0",
+                          style_.meter_width / 2, "-90");
+        output_.print("\n");
     }
 
     void write_cell(const TextColumn &column, const std::string &text)

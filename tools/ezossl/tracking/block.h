@@ -15,6 +15,7 @@ struct Block {
     int frames_used;     // frames with a clear delay
     int frames_total;    // frames that had a say
     double level; // mean of both microphones, dB of full scale; -infinity for digital silence
+    bool has_gap = false; // whether the device lost sound before its end
 };
 
 #endif
