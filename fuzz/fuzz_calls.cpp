@@ -44,8 +44,10 @@ struct Input {
         const uint8_t first = byte();
         if (first >= '0' && first <= '9')
             return kTelling[first - '0'];
-        return static_cast<int32_t>(first | byte() << 8 | byte() << 16 |
-                                    static_cast<uint32_t>(byte()) << 24);
+        uint32_t value = first;
+        for (uint32_t place = 8; place < 32; place += 8)
+            value |= uint32_t{byte()} << place;
+        return static_cast<int32_t>(value);
     }
 
     float real()
@@ -194,7 +196,7 @@ void play(Stage &stage, Input &in)
     case 'j': { // ... in bf_mode 1
         const int32_t bf_mode = in.next[-1] == 'j' ? 1 : 0;
         const int32_t rate = kRates[in.byte() % 4];
-        return set_up(stage, {128, rate, in.byte() / 10.0f, bf_mode, 2}, false);
+        return set_up(stage, {128, rate, static_cast<float>(in.byte()) / 10.0f, bf_mode, 2}, false);
     }
     case 'I':
     case 'J': {
@@ -243,7 +245,7 @@ void play(Stage &stage, Input &in)
         return;
     }
     case 'R': { // these very samples
-        const size_t bytes = std::min<size_t>(sizeof stage.frame, in.end - in.next);
+        const size_t bytes = std::min(sizeof stage.frame, static_cast<size_t>(in.end - in.next));
         std::memcpy(stage.frame, in.next, bytes);
         in.next += bytes;
         int32_t lag;
@@ -321,7 +323,7 @@ char *prepare()
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static char *const buffer = prepare();
-    for (const uint8_t name : {0, 1, 2})
+    for (uint8_t name = 0; name < 3; ++name)
         set_environment(name, 0);
     std::srand(1);
     std::memset(buffer, 0x5A, EZOSSL_BUFFER_BYTES);
