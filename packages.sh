@@ -48,6 +48,8 @@ try() {
         >"$work/bin/ezossl"
     chmod +x "$work/bin/ezossl"
     PATH=$work/bin:$PATH debian/tests/examples
+    [ "$architecture" != "$native" ] || PATH=$work/bin:$PATH \
+        PYTHONPATH=$work/root/usr/lib/python3/dist-packages debian/tests/python
 }
 
 log=build/package-$architecture.log
