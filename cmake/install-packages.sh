@@ -25,8 +25,7 @@ declare -A probes=(
     [g++]="program ${CXX:-c++}" [cmake]='program cmake' [ninja-build]='program ninja make'
     [pkg-config]='program pkg-config' [libcjson-dev]='module libcjson'
     [libkissfft-dev]='module kissfft-float' [libsndfile1-dev]='module sndfile'
-    [libsamplerate0-dev]='module samplerate' [libsoxr-dev]='module soxr'
-    [libasound2-dev]='module alsa' [make]='program make'
+    [libsoxr-dev]='module soxr' [libasound2-dev]='module alsa' [make]='program make'
     [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
     # Without these, the tests of the Python module are left out.
     [python3-numpy]='program python3' [python3-pytest]='program python3'
@@ -60,7 +59,7 @@ architectures=() # foreign ones
 foreign() {
     local package
     packages+=("$2" qemu-user)
-    for package in libcjson-dev libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev \
+    for package in libcjson-dev libkissfft-dev libsndfile1-dev libsoxr-dev \
         libasound2-dev libgtest-dev pkg-config; do
         packages+=("$package:$1")
     done
@@ -70,7 +69,7 @@ for group in "$@"; do
     case $group in
     build) packages+=(g++ cmake ninja-build pkg-config libcjson-dev) ;;
     tools)
-        packages+=(libkissfft-dev libsndfile1-dev libsamplerate0-dev libsoxr-dev)
+        packages+=(libkissfft-dev libsndfile1-dev libsoxr-dev)
         packages+=(libasound2-dev libcli11-dev)
         ;;
     clang) packages+=(clang) ;;

@@ -9,7 +9,7 @@
  * there too, unless a level file holds them back.
  */
 #include <alsa/asoundlib.h>
-#include <samplerate.h>
+#include <soxr.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -26,10 +26,9 @@ static const unsigned rates[] = {16000, 48000, 32000, 96000, 44100};
 static const snd_pcm_format_t formats[] = {SND_PCM_FORMAT_S16, SND_PCM_FORMAT_S32};
 
 static snd_pcm_t *pcm;
-static snd_pcm_format_t format;
 static snd_pcm_uframes_t period; /* as long as a frame of the library */
 static unsigned rate;
-static SRC_STATE *resampler; /* one for both channels: it delays them alike */
+static soxr_t converter; /* of rate and format; one for both channels: it delays them alike */
 static SslHandle *ssl;
 static int16_t frame[FRAME];
 static int filled; /* samples in it */
@@ -48,6 +47,8 @@ static void open_microphones(const char *device)
 {
     snd_pcm_hw_params_t *wanted;
     snd_pcm_uframes_t buffer;
+    soxr_io_spec_t types;
+    soxr_error_t failure;
     size_t f = 0, r = 0;
     /* Not blocking, as otherwise a device in use would be waited for; reads do wait. */
     int code = snd_pcm_open(&pcm, device, SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK);
@@ -67,7 +68,6 @@ static void open_microphones(const char *device)
     while (r < 5 && snd_pcm_hw_params_set_rate(pcm, wanted, rates[r], 0) != 0)
         r++;
     require(r < 5, device, "has no usable sample rate");
-    format = formats[f];
     rate = rates[r];
     period = EZOSSL_FRAME_LENGTH * rate / RATE;
     buffer = 64 * period; /* half a second, in which nobody needs to read */
@@ -76,9 +76,11 @@ static void open_microphones(const char *device)
     code = snd_pcm_hw_params(pcm, wanted);
     require(code == 0, device, snd_strerror(code));
     period = EZOSSL_FRAME_LENGTH * rate / RATE; /* reads are as long, whatever the device has */
-    resampler = src_new(SRC_SINC_FASTEST, EZOSSL_MIC_COUNT, &code);
-    require(resampler != NULL, "src_new", src_strerror(code));
-    fprintf(stderr, "capture: %s: %u Hz, %s\n", device, rate, snd_pcm_format_name(format));
+    types = soxr_io_spec(f == 0 ? SOXR_INT16_I : SOXR_INT32_I, SOXR_INT16_I);
+    types.flags = SOXR_NO_DITHER;
+    converter = soxr_create(rate, RATE, EZOSSL_MIC_COUNT, &failure, &types, NULL, NULL);
+    require(failure == NULL, "soxr_create", failure);
+    fprintf(stderr, "capture: %s: %u Hz, %s\n", device, rate, snd_pcm_format_name(formats[f]));
 }
 
 static void open_library(float spacing_cm)
@@ -112,16 +114,16 @@ static void begin_anew(void)
     if (frames > 0) /* before the first Run, the call would be refused, and Run with it */
         EzoSsl_Reset_Mapping(ssl);
     frames = filled = 0;
-    src_reset(resampler);
+    soxr_clear(converter);
 }
 
 /* Samples of both microphones, in turn, at RATE. */
-static void locate(const float *samples, long count)
+static void locate(const int16_t *samples, size_t count)
 {
     int32_t delay;
 
     while (count-- > 0) {
-        src_float_to_short_array(samples++, &frame[filled++], 1);
+        frame[filled++] = *samples++;
         if (filled < FRAME)
             continue;
         filled = 0;
@@ -131,21 +133,12 @@ static void locate(const float *samples, long count)
     }
 }
 
-static void resample_and_locate(const float *samples, long count)
-{
-    float resampled[LONGEST];
-    SRC_DATA data = {samples, resampled, 0, LONGEST / EZOSSL_MIC_COUNT, 0, 0, 0, 0};
-
-    data.input_frames = count / EZOSSL_MIC_COUNT;
-    data.src_ratio = (double)RATE / rate;
-    require(src_process(resampler, &data) == 0, "src_process", "failed");
-    locate(resampled, data.output_frames_gen * EZOSSL_MIC_COUNT);
-}
-
 int main(int argc, char **argv)
 {
     int32_t raw[LONGEST]; /* S32, or S16 in its first half */
-    float samples[LONGEST];
+    int16_t samples[LONGEST * EZOSSL_MIC_COUNT];
+    soxr_error_t failed;
+    size_t count; /* per microphone */
     int failures = 0;
 
     if (argc != 3 || !(strtof(argv[2], NULL) > 0)) {
@@ -165,13 +158,8 @@ int main(int argc, char **argv)
             continue;
         }
         failures = 0;
-        if (format == SND_PCM_FORMAT_S16)
-            src_short_to_float_array((const short *)raw, samples, got * EZOSSL_MIC_COUNT);
-        else
-            src_int_to_float_array(raw, samples, got * EZOSSL_MIC_COUNT);
-        if (rate == RATE)
-            locate(samples, (long)got * EZOSSL_MIC_COUNT);
-        else
-            resample_and_locate(samples, (long)got * EZOSSL_MIC_COUNT);
+        failed = soxr_process(converter, raw, (size_t)got, NULL, samples, LONGEST, &count);
+        require(failed == NULL, "soxr_process", failed);
+        locate(samples, count * EZOSSL_MIC_COUNT);
     }
 }
