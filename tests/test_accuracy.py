@@ -39,11 +39,18 @@ class References(unittest.TestCase):
                 with self.subTest(estimator.__name__, rate=rate, spacing=spacing, angle=angle):
                     self.assertAlmostEqual(estimator(block, rate, spacing), angle, delta=tolerance)
 
+    def test_rate_of_the_tool(self):
+        samples, rate = scenes.at_analysis_rate(far_source(-40, 15, 48000), 48000)
+        self.assertEqual((rate, samples.shape), (16000, (16000, 2)))
+        phase = reference.phase_spectra(samples, rate)
+        self.assertAlmostEqual(reference.srp_phat(phase[40], rate, 15), -40, delta=1.5)
+
     def test_lines_end_where_the_source_moves(self):
         rate = 16000
         samples = np.concatenate([far_source(angle, 10, rate) for angle in (-50, 20)])
         lines = [scenes.Line(0.5, 0.75, None), scenes.Line(1.5, 1.75, None)]
-        found = scenes.reference_lines(samples, rate, 10, lines, 0.25, reference.srp_phat)
+        phase = reference.phase_spectra(samples, rate)
+        found = scenes.reference_lines(phase, rate, 10, lines, 0.25, reference.srp_phat)
         self.assertEqual([round(line.angle, -1) for line in found], [-50, 20])
 
 
@@ -53,7 +60,8 @@ class Figures(unittest.TestCase):
         sound = np.random.default_rng(2).standard_normal((rate, 2))
         dry = scenes.DrySound(np.concatenate([sound, 0.01 * sound, 0.2 * sound]), rate)
         scene = scenes.Scene("speech", "", 5.8, 30, 30, 0, 1)
-        lines = [scenes.Line(0.1, 0.35, 28), scenes.Line(1.1, 1.35, 0), scenes.Line(2.1, 2.35, None)]
+        lines = [scenes.Line(0.1, 0.35, 28), scenes.Line(1.1, 1.35, 0),
+                 scenes.Line(2.1, 2.35, None)]
         outcome = scenes.outcome(scene, "blocks", lines, dry)
         self.assertEqual((outcome.pieces, outcome.errors), (2, [-2]))
 
@@ -80,14 +88,20 @@ class Document(unittest.TestCase):
                          if path.get("class", "").startswith("line")]
                 self.assertGreater(len(lines), 1, drawing)
         tables = re.findall(r"(?:^\|.*\n)+", text, re.MULTILINE)
-        self.assertEqual([table.count("\n") > 2 for table in tables], [True] * 8)
+        self.assertEqual([table.count("\n") > 2 for table in tables], [True] * 10)
         rows = {row.split(" | ")[0].strip("| "): row for row in tables[0].splitlines()}
-        for name, least in (("`ezossl`, blocks of 32 frames", 60), ("SRP-PHAT, same blocks", 90)):
+        for name, least in (("`ezossl`, smoothed (default)", 90),
+                            ("`ezossl`, blocks of 32 frames", 60), ("SRP-PHAT, same blocks", 90)):
             within = int(re.findall(r"(\d+) %", rows[name])[-1])
             self.assertGreaterEqual(within, least, rows[name])
         noise = [row.split(" | ")[-1] for row in tables[6].splitlines()[2:]]
         self.assertGreater(int(noise[0].split()[0]), 4, "blocks of 2 frames find noise")
-        self.assertEqual(noise[4], "0 % (0) |", "blocks of 32 frames do not")
+        for row in (4, 6):  # blocks of 32 frames, the default
+            self.assertEqual(noise[row], "0 % (0) |", noise)
+        limits = [[int(figure) for figure in re.findall(r"(\d+) %", row)]
+                  for row in tables[7].splitlines()[2:]]
+        self.assertGreater(limits[0][1], limits[1][1] + 20, "an empty band draws angles to 0")
+        self.assertEqual([row[0] for row in limits[4:6]], [0, 100], "a fan alone, by gate")
 
 
 if __name__ == "__main__":

@@ -14,7 +14,7 @@ import sys
 import tempfile
 import wave
 from concurrent.futures import ThreadPoolExecutor
-from itertools import product
+from itertools import permutations, product
 from pathlib import Path
 
 try:
@@ -23,6 +23,7 @@ except ImportError:
     sys.exit("accuracy.py: numpy is missing: apt-get install python3-numpy")
 
 import chart
+import reference
 import scenes
 from scenes import Line, Outcome, Scene, Tool
 
@@ -39,6 +40,7 @@ METHOD_NAMES = {
     "GCC-PHAT block": "GCC-PHAT, same blocks",
     "SRP-PHAT block": "SRP-PHAT, same blocks",
 }
+BEST = "smoothed"  # that tables of one method show
 
 ALSA = "/usr/share/sounds/alsa"
 POCKETSPHINX = "/usr/share/pocketsphinx/test/data"
@@ -127,6 +129,10 @@ def near_count(outcomes):
     return sum(abs(error) <= NEAR for o in outcomes for error in o.errors)
 
 
+def answered_share(lines):
+    return share(sum(line.angle is not None for line in lines), len(lines))
+
+
 def figures(outcomes):
     pieces = sum(o.pieces for o in outcomes)
     errors = np.abs([error for o in outcomes for error in o.errors])
@@ -170,10 +176,9 @@ def median_angle(outcomes):
 class Report:
     """Tables and drawings by name, for the places of the same name in accuracy.md.in."""
 
-    def __init__(self, outcomes, grid, best):
+    def __init__(self, outcomes, grid):
         self.outcomes = outcomes
         self.grid = grid
-        self.best = best  # the method of the tool that tables of one method show
         self.signal = "speech" if any(o.scene.signal == "speech" for o in outcomes) else "noise"
 
     def of(self, method, **wanted):
@@ -192,7 +197,7 @@ class Report:
         signals = dict.fromkeys(o.scene.signal for o in self.outcomes)
         return figure_table(["signal", "room"], [
             ([signal, room(rt60)],
-             [o for o in self.of(self.best, signal=signal, rt60=rt60)
+             [o for o in self.of(BEST, signal=signal, rt60=rt60)
               if o.scene.snr >= CLEAR_SNR and abs(o.scene.angle) <= WIDEST_CLEAR])
             for signal, rt60 in product(signals, self.grid.rt60s)])
 
@@ -206,13 +211,13 @@ class Report:
 
     def spacings(self):
         return figure_table(["spacing"], [
-            ([f"{spacing:g} cm"], self.clear(self.best, signal=self.signal, spacing=spacing))
+            ([f"{spacing:g} cm"], self.clear(BEST, signal=self.signal, spacing=spacing))
             for spacing in self.grid.spacings])
 
     def angles(self):
         return figure_table(["true angle"], [
             ([f"±{angle}°" if angle else "0°"],
-             [o for o in self.of(self.best, signal=self.signal)
+             [o for o in self.of(BEST, signal=self.signal)
               if abs(o.scene.angle) == angle and o.scene.snr >= CLEAR_SNR
               and o.scene.rt60 <= CLEAR_RT60])
             for angle in sorted({abs(angle) for angle in self.grid.angles})])
@@ -223,7 +228,7 @@ class Report:
             f"{NEAR} degrees, over the signal-to-noise ratio, for free field and rooms.",
             ("signal-to-noise ratio [dB]", [0, 10, 20, 30]),
             (f"within {NEAR}° [% of segments]", [0, 25, 50, 75, 100]),
-            [(room(rt60), [(snr, right_share(self.of(self.best, signal=self.signal, snr=snr,
+            [(room(rt60), [(snr, right_share(self.of(BEST, signal=self.signal, snr=snr,
                                                      rt60=rt60)))
                            for snr in self.grid.snrs], False) for rt60 in self.grid.rt60s])
 
@@ -235,7 +240,7 @@ class Report:
             ("true angle [°]", list(range(-90, 91, 30))),
             ("median found [°]", list(range(-90, 91, 30))),
             [(room(rt60), [(angle, median_angle([
-                o for o in self.of(self.best, signal=self.signal, rt60=rt60, spacing=spacing,
+                o for o in self.of(BEST, signal=self.signal, rt60=rt60, spacing=spacing,
                                    angle=angle) if o.scene.snr >= CLEAR_SNR]))
                 for angle in self.grid.angles], False) for rt60 in self.grid.rt60s])
 
@@ -247,7 +252,7 @@ class Report:
             ("true angle, either side [°]", list(range(0, 91, 15))),
             (f"within {NEAR}° [% of segments]", [0, 25, 50, 75, 100]),
             [(f"{spacing:g} cm", [(side, right_share([
-                o for o in self.of(self.best, signal=self.signal, spacing=spacing)
+                o for o in self.of(BEST, signal=self.signal, spacing=spacing)
                 if abs(o.scene.angle) == side and o.scene.snr >= CLEAR_SNR
                 and o.scene.rt60 <= CLEAR_RT60])) for side in sides], False)
              for spacing in self.grid.spacings])
@@ -266,58 +271,143 @@ def side_scenes(grid, sources, rate=16000):
 def rates_table(tool, grid, sources):
     def finder(rate):
         return lambda tool, path, spacing: {
+            "smoothed": tool.track(path, spacing, "-r", rate),
             "blocks": tool.blocks(path, spacing, "-r", rate, "--block-ms", 256)}
 
     rows = []
     for rate in (8000, 16000, 32000, 48000):
         outcomes = run_all(lambda scene, rate=rate: scenes.measure(tool, scene, finder(rate)),
                            side_scenes(grid, sources, rate))
-        rows += [([f"{rate} Hz", room(rt60)], [o for o in outcomes if o.scene.rt60 == rt60])
-                 for rt60 in (0, 0.4)]
-    return figure_table(["rate", "room"], rows)
-
-
-def unrelated_noise(tool, folder, frames):
-    """Blocks with an angle of two noises that have nothing in common."""
-    path = folder / "unrelated.wav"
-    samples = 0.1 * np.random.default_rng(1).standard_normal((60 * 16000, 2))
-    scenes.write_pair(str(path), samples, 16000)
-    lines = tool.blocks(path, 5.8, "-b", frames)
-    return share(sum(line.angle is not None for line in lines), len(lines))
+        rows += [([f"{rate} Hz", room(rt60), "smoothed" if method == "smoothed" else "raw"],
+                  [o for o in outcomes if (o.method, o.scene.rt60) == (method, rt60)])
+                 for rt60, method in product((0, 0.4), ("smoothed", "blocks"))]
+    return figure_table(["rate", "room", "blocks"], rows)
 
 
 def blocks_table(tool, grid, sources, folder):
+    """Also what each finds in two noises that have nothing in common."""
+    noise = str(folder / "unrelated.wav")
+    samples = 0.1 * np.random.default_rng(1).standard_normal((60 * 16000, 2))
+    scenes.write_pair(noise, samples, 16000)
+    kinds = [(str(frames), ["--raw-blocks", "-b", frames]) for frames in (2, 4, 8, 16, 32, 64)]
     rows = []
-    for frames in (2, 4, 8, 16, 32, 64):
+    for name, options in [*kinds, ("smoothed (default)", [])]:
         outcomes = run_all(
-            lambda scene, frames=frames: scenes.measure(tool, scene, lambda tool, path, spacing: {
-                "blocks": tool.blocks(path, spacing, "-b", frames)}),
+            lambda scene, options=options: scenes.measure(
+                tool, scene, lambda tool, path, spacing: {
+                    "lines": tool.track(path, spacing, *options)}),
             side_scenes(grid, sources))
-        rows.append([str(frames), *figures(outcomes), unrelated_noise(tool, folder, frames)])
+        rows.append([name, *figures(outcomes), answered_share(tool.track(noise, 5.8, *options))])
     return table(["frames", *FIGURES, "unrelated noise with an angle"], rows)
 
 
 def talkers_table(tool, sources, folder):
-    """Two sources at once: whose angle comes out."""
+    """Two sources at once, each pair of voices in both orders: whose angle comes out."""
     signal = "speech" if "speech" in sources else "noise"
-    first, second = sources[signal][0], sources[signal][-1]
+    voices = sources[signal]
+    path = str(folder / "talkers.wav")
+
+    def sound(source, angle, seed):
+        tool.simulate(Scene(signal, source, 5.8, angle, 40, 0, seed), path)
+        pair, _ = scenes.read_pair(path)
+        return pair / np.sqrt(np.mean(pair ** 2))
+
     rows = []
     for level in (0, 10):
-        samples = []
-        for angle, source, seed in ((-45, first, 1), (45, second, 2)):
-            path = folder / "talker.wav"
-            tool.simulate(Scene(signal, source, 5.8, angle, 40, 0, seed), path)
-            pair, rate = scenes.read_pair(str(path))
-            samples.append(pair / np.sqrt(np.mean(pair ** 2)))
-        both = samples[0] + samples[1] * 10 ** (-level / 20)
-        scenes.write_pair(str(path), 0.1 * both, rate)
-        lines = tool.track(path, 5.8)
+        lines = []
+        for first, second in permutations(voices, 2) if len(voices) > 1 else [2 * voices]:
+            both = sound(first, -45, 1) + sound(second, 45, 2) * 10 ** (-level / 20)
+            scenes.write_pair(path, 0.1 * both, 16000)
+            lines += tool.track(path, 5.8)
         answered = [line.angle for line in lines if line.angle is not None]
-        rows.append([f"{level} dB", str(len(lines)), share(len(answered), len(lines)),
+        rows.append([f"{level} dB", str(len(lines)), answered_share(lines),
                      *(share(sum(abs(found - angle) <= NEAR for found in answered), len(answered))
                        for angle in (-45, 45))])
     return table(["second talker below the first", "segments", "with an angle",
                   f"within {NEAR}° of the first", "of the second"], rows)
+
+
+def limit_row(sound, options, lines, expected):
+    """A row of the table of limits; the angles expected are one for each line."""
+    errors = [line.angle - angle for line, angle in zip(lines, expected) if line.angle is not None]
+    return [sound, f"`{' '.join(options)}`" if options else "default", str(len(lines)),
+            answered_share(lines), share(sum(abs(e) <= NEAR for e in errors), len(errors))]
+
+
+def raised_rows(tool, sources, folder):
+    """Sound of 8 kHz in a file of 16 kHz."""
+    signal = "speech" if "speech" in sources else "noise"
+    path = str(folder / "raised.wav")
+    for options in ([], ["-r", "16000"]):
+        lines, expected = [], []
+        for angle in (-60, -30, 30, 60):
+            scene = Scene(signal, sources[signal][0], 5.8, angle, 30, 0, 1, 8000)
+            tool.simulate(scene, path)
+            samples, rate = scenes.read_pair(path)
+            scenes.write_pair(path, np.fft.irfft(
+                np.fft.rfft(samples, axis=0), 2 * len(samples), axis=0) * 2, 2 * rate)
+            dry = scenes.dry_sound(tool, scene)
+            lines += [line for line in tool.track(path, 5.8, *options) if dry.sounds(line)]
+            expected += [angle] * (len(lines) - len(expected))
+        yield limit_row(f"{signal} of 8 kHz in a file of 16 kHz", options, lines, expected)
+
+
+def fan_rows(tool, sources, folder):
+    """A talker, a pause of twice the time, the talker again; all the while a fan elsewhere."""
+    signal = "speech" if "speech" in sources else "noise"
+    path = str(folder / "fan.wav")
+
+    def sound(name, source, angle, seed):
+        tool.simulate(Scene(name, source, 5.8, angle, 40, 0, seed), path)
+        return scenes.read_pair(path)[0]
+
+    fan = np.concatenate([sound("noise", "", 30, seed) for seed in range(4)])
+    for level in (10, 20, 30):
+        found = {}
+        for source in sources[signal]:
+            voice = sound(signal, source, -45, 1)
+            talker = np.concatenate([voice, 0 * voice, 0 * voice, voice])
+            dry = scenes.DrySound(talker, 16000)
+            gain = np.sqrt(np.mean(voice ** 2) / np.mean(fan ** 2)) * 10 ** (-level / 20)
+            scenes.write_pair(path, talker + gain * fan, 16000)
+            for options in ((), ("-g", "-80")):
+                for line in tool.track(path, 5.8, *options):
+                    # The lines after the talker still look back on him.
+                    alone = scenes.SECONDS + scenes.SMOOTH_SECONDS < line.start and (
+                        line.end < 3 * scenes.SECONDS)
+                    if alone or dry.sounds(line):
+                        found.setdefault((alone, options), []).append(line)
+        for (alone, options), lines in sorted(found.items()):
+            yield limit_row(f"fan {level} dB below the talker: " + (
+                "fan alone" if alone else "talker"), options, lines, [-45] * len(lines))
+
+
+def limits_table(tool, sources, folder):
+    return table(["sound", "options", "segments", "with an angle", f"within {NEAR}°"],
+                 [*raised_rows(tool, sources, folder), *fan_rows(tool, sources, folder)])
+
+
+def diffuse_table(tool, grid, folder):
+    """Noise from 40 directions, as many for each difference of the paths: none is the true one."""
+    rate, seconds = 16000, 30
+    rng = np.random.default_rng(1)
+    frequencies = np.fft.rfftfreq(seconds * rate, 1 / rate)
+    rows = []
+    for spacing in grid.spacings:
+        pair = np.zeros((2, len(frequencies)), complex)
+        for sine in (np.arange(40) - 19.5) / 20:
+            late = spacing / 100 / reference.SPEED_OF_SOUND * sine
+            turn = np.exp(-2j * np.pi * frequencies * late)
+            pair += np.fft.rfft(rng.standard_normal(seconds * rate)) * np.stack([turn ** 0, turn])
+        path = str(folder / "diffuse.wav")
+        samples = np.fft.irfft(pair, axis=1).T
+        scenes.write_pair(path, 0.1 * samples / np.std(samples), rate)
+        lines = tool.track(path, spacing)
+        sizes = [abs(line.angle) for line in lines if line.angle is not None]
+        half = [f"{np.percentile(sizes, part):.0f}°" for part in (25, 75)] if sizes else ["-"]
+        rows.append([f"{spacing:g} cm", str(len(lines)), answered_share(lines),
+                     " to ".join(half)])
+    return table(["spacing", "segments", "with an angle", "middle half, either side"], rows)
 
 
 def recording_outcome(row, method, lines):
@@ -359,7 +449,7 @@ def write_document(tool, options, folder):
     sources = prepare_sources(folder, options.quick, options.music)
     planned = main_scenes(grid, sources)
     outcomes = run_all(lambda scene: scenes.measure(tool, scene), planned)
-    report = Report(outcomes, grid, "smoothed" if tool.smooths else "blocks")
+    report = Report(outcomes, grid)
     recordings = "None was given."
     if options.recordings:
         recordings = recordings_table(tool, options.recordings)
@@ -377,6 +467,8 @@ def write_document(tool, options, folder):
         "rates": rates_table(tool, grid, sources),
         "blocks": blocks_table(tool, grid, sources, folder),
         "talkers": talkers_table(tool, sources, folder),
+        "limits": limits_table(tool, sources, folder),
+        "diffuse": diffuse_table(tool, grid, folder),
         "recordings": recordings,
     })
     options.output.mkdir(parents=True, exist_ok=True)

@@ -15,6 +15,7 @@ import reference
 SECONDS = 5
 PAUSE_DB = 25  # below the loudest quarter second of the dry sound: no sound there
 QUARTER = 0.25
+ANALYSIS_RATE = 16000  # of the tool, unless the input has less
 SMOOTH_SECONDS = 1.024  # what a smoothed line of the tool looks back on
 ROOM = "5x4x3"
 DISTANCE = 1.2
@@ -54,8 +55,6 @@ class Outcome:
 class Tool:
     def __init__(self, path):
         self.path = os.path.abspath(path)
-        # The blocks of the library are the default of a tool that does not smooth.
-        self.smooths = "--raw-blocks" in self.run("track", "--help")
 
     def run(self, *arguments):
         done = subprocess.run([self.path, *map(str, arguments)], capture_output=True, text=True,
@@ -81,7 +80,7 @@ class Tool:
 
     def blocks(self, path, spacing, *options):
         """The blocks of the library as they are."""
-        return self.track(path, spacing, *(["--raw-blocks"] if self.smooths else []), *options)
+        return self.track(path, spacing, "--raw-blocks", *options)
 
 
 def read_pair(path):
@@ -97,6 +96,15 @@ def write_pair(path, samples, rate):
         file.setsampwidth(2)
         file.setframerate(rate)
         file.writeframes(np.round(np.clip(samples, -1, 1) * 32767).astype("<i2").tobytes())
+
+
+def at_analysis_rate(samples, rate):
+    """Without what lies above the rate at which the tool analyses by default."""
+    if rate <= ANALYSIS_RATE:
+        return samples, rate
+    count = len(samples) * ANALYSIS_RATE // rate
+    spectrum = np.fft.rfft(samples, axis=0)[:count // 2 + 1]
+    return np.fft.irfft(spectrum, count, axis=0) * count / len(samples), ANALYSIS_RATE
 
 
 class DrySound:
@@ -125,9 +133,8 @@ def dry_sound(tool, scene):
         return DrySound(*read_pair(path))
 
 
-def reference_lines(samples, rate, spacing, lines, seconds, estimator):
+def reference_lines(phase, rate, spacing, lines, seconds, estimator):
     """An estimator on the frames of the last `seconds` before the end of each line."""
-    phase = reference.phase_spectra(samples, rate)
     second = rate / reference.hop_of(rate)
 
     def angle(line):
@@ -140,16 +147,15 @@ def reference_lines(samples, rate, spacing, lines, seconds, estimator):
 
 def find(tool, path, spacing):
     """The lines of every method on one file."""
-    samples, rate = read_pair(path)
+    samples, rate = at_analysis_rate(*read_pair(path))
+    phase = reference.phase_spectra(samples, rate)
     blocks = tool.blocks(path, spacing)
-    found = {"blocks": blocks}
-    kinds = [("block", blocks, blocks[0].end - blocks[0].start)]
-    if tool.smooths:
-        found["smoothed"] = tool.track(path, spacing)
-        kinds.append(("second", found["smoothed"], SMOOTH_SECONDS))
-    for kind, lines, seconds in kinds:
+    smoothed = tool.track(path, spacing)
+    found = {"smoothed": smoothed, "blocks": blocks}
+    for kind, lines, seconds in (("block", blocks, blocks[0].end - blocks[0].start),
+                                 ("second", smoothed, SMOOTH_SECONDS)):
         for name, estimator in (("GCC-PHAT", reference.gcc_phat), ("SRP-PHAT", reference.srp_phat)):
-            found[f"{name} {kind}"] = reference_lines(samples, rate, spacing, lines, seconds,
+            found[f"{name} {kind}"] = reference_lines(phase, rate, spacing, lines, seconds,
                                                       estimator)
     return found
 

@@ -42,7 +42,8 @@ std::string explanations()
     for (const Explanation &explanation : kExplanations)
         text += format_text("%s%-13s%s", text.empty() ? "" : "\n", explanation.name,
                             wrapped(explanation.text, 13).c_str());
-    return text;
+    return text + "\n\ndocs/accuracy.md tells how accurate angles are at each spacing, rate and\n"
+                  "direction. It also states where not to use the tool.";
 }
 
 struct GeometryArguments {
