@@ -73,7 +73,7 @@ TEST_F(Answers, NameFaultsOfTheWiringOnce)
          [&](std::size_t n) { return n < 300 ? 0.0f : good[2 * n - 599]; }},
         {12, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
         {3, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {0.9, "", "", [&](std::size_t) { return 0.0f; }}, // too little to be judged
+        {0.9, "-g -5", "", [&](std::size_t) { return 0.0f; }}, // too little to be judged
         {3, "-g -5", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
     };
     for (const auto &c : cases) {

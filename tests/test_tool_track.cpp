@@ -185,6 +185,24 @@ TEST_F(Track, NamesOfFilesCommandNoTerminal)
     EXPECT_EQ((contents("out") + contents("err")).find('\033'), std::string::npos);
 }
 
+// A block and a half are heard before the interrupt, which waits for the first line; two blocks and
+// more would follow.
+TEST_F(Track, LiveFinishesTheBlockThatAnInterruptFallsInto)
+{
+    std::ofstream("alsa.conf") << "pcm.null { type null }\n"
+                               << "pcm.mic { type file slave.pcm null file /dev/null format raw "
+                               << "infile " << fs::absolute("sound") << " }\n";
+    std::ofstream("feed") << "exec >sound; head -c 26000 two.raw\n"
+                          << "until [ \"$(wc -l <out)\" -ge 2 ]; do\n"
+                          << "    sleep 0.02; kill -0 $(cat pid) || exit; done\n"
+                          << "kill -INT $(cat pid); cat two.raw\n";
+    EXPECT_EQ(run("live -D mic -s 8.6 -d 2 --raw-blocks", "out",
+                  "mkfifo sound; echo $$ >pid; sh feed 2>/dev/null & exec"),
+              0);
+    EXPECT_NE(contents("err").find("mic: 2 blocks, 2 decided"), std::string::npos)
+        << contents("out") << contents("err");
+}
+
 // Of 16000 frames, three blocks; the devices always have sound that comes from 29 degrees.
 TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
 {
