@@ -14,7 +14,7 @@
 static long number(const char *name)
 {
     const char *const text = getenv(name);
-    return text != NULL ? atol(text) : 0;
+    return text != NULL ? strtol(text, NULL, 10) : 0;
 }
 
 static int fails(const char *call)

@@ -209,7 +209,7 @@ TEST(Input, ResampledSoundKeepsItsPlaceAndItsEnd)
         const std::vector<int16_t> samples = source.read_all();
         const double ratio = 1.0 * c.from / c.to;
         EXPECT_NEAR(static_cast<double>(samples.size()) / 2, 900 / ratio, 1.01) << c.from;
-        for (std::size_t n = 60; n < 500 / ratio; ++n) {
+        for (std::size_t n = 60; static_cast<double>(n) < 500 / ratio; ++n) {
             ASSERT_NEAR(samples[2 * n], ratio * static_cast<double>(n), 2) << c.from << ' ' << n;
             ASSERT_EQ(samples[2 * n + 1], -samples[2 * n]) << n;
         }
