@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // test_tool_track.cpp - the commands track and live: every way in, every form out, every end.
 
+#include <cctype>
 #include <random>
 #include <sstream>
 
@@ -151,26 +152,25 @@ TEST_F(Track, LiveLogsTheTimeAndTheGaps)
 {
     std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
                                << "pcm.x { type faulty fault 32 after 5000 }\n";
-    const std::string form = "live -D x -s 8.6 -d 1 -o log -f ";
-    EXPECT_EQ(run(form + "csv", "out", "TZ=UTC-5:30"), 0) << contents("err");
+    const std::string command = "live -D x -s 8.6 -d 1 -o log -f ";
+    EXPECT_EQ(run(command + "csv", "out", "TZ=UTC-5:30"), 0) << contents("err");
     std::istringstream lines(contents("log"));
     std::string header, gaps;
     std::getline(lines, header);
     EXPECT_EQ(header.find("file,time,t_start,"), 0u) << header;
     for (std::string line; std::getline(lines, line);) {
-        int year = 0, millisecond = 0, minutes = 0;
-        ASSERT_EQ(std::sscanf(line.c_str(), "x,%d-%*d-%*dT%*d:%*d:%*d.%3d+05:%d,", &year,
-                              &millisecond, &minutes),
-                  3)
-            << line;
-        EXPECT_GT(year, 2023);
-        EXPECT_EQ(minutes, 30) << line;
+        std::string form = line.substr(0, std::string("x,2024-03-15T09:26:53.589").size());
+        for (char &sign : form)
+            sign = std::isdigit(static_cast<unsigned char>(sign)) != 0 ? '9' : sign;
+        EXPECT_EQ(form, "x,9999-99-99T99:99:99.999") << line;
+        EXPECT_EQ(line.find("+05:30,"), form.size()) << line;
+        EXPECT_GT(line.substr(2, 4), "2023") << line;
         gaps += line.back();
     }
     EXPECT_EQ(gaps, "010"); // 5000 frames are in the second block of 4096
-    run(form + "jsonl");
+    run(command + "jsonl");
     EXPECT_NE(contents("log").find("\"sound_lost\":1"), std::string::npos);
-    run(form + "table");
+    run(command + "table");
     EXPECT_NE(contents("log").find("+29 deg!"), std::string::npos) << contents("log");
     run("two.wav -s 8.6 -f csv"); // files have neither
     EXPECT_EQ(contents("out").find("file,t_start,"), 0u) << contents("out");

@@ -38,10 +38,9 @@ DirectionVote::Result plain_result(const std::vector<FrameVote> &votes, std::siz
     std::vector<std::size_t> firsts; // of the ranges that are equally full
     int most = 0;
     for (std::size_t i = 0; i < angles.size(); ++i) {
-        const auto inside =
-            static_cast<int>(std::count_if(angles.begin() + i, angles.end(), [&](int angle) {
-                return sine(angle) <= sine(angles[i]) + 0.2 + 1e-9;
-            }));
+        const auto inside = static_cast<int>(
+            std::count_if(angles.begin() + static_cast<std::ptrdiff_t>(i), angles.end(),
+                          [&](int angle) { return sine(angle) <= sine(angles[i]) + 0.2 + 1e-9; }));
         if (inside > most)
             firsts.clear();
         most = std::max(most, inside);
@@ -103,23 +102,23 @@ TEST(NoiseGate, FollowsTheNoiseOfHalfAMinute)
     const struct {
         double level;
         int seconds; // of so many segments
-        double gate;
         bool is_quiet;
+        double gate;
     } steps[] = {
-        {-90.0, 1, -80, true},  // below what counts
-        {-80.0, 1, -80, true},  //
-        {-79.5, 1, -80, false}, // never lower
-        {-40.0, 1, -73.5, false},
-        {-30.0, 27, -73.5, false},
-        {-90.0, 1, -73.5, true}, // does not become the floor, but time passes
-        {-30.0, 1, -40, false},  // floor -40, yet 10 dB below the loudest; -79.5 is too old
-        {-50.0, 1, -44, true},
-        {-44.0, 1, -44, true}, // at the gate
-        {-43.9, 1, -44, false},
-        {-52.0, 1, -46, true},
-        {-43.0, 29, -46, false},
-        {-43.0, 1, -40, true}, // 6 dB above -43, yet 10 dB below the loudest
-        {-20.0, 1, -37, false},
+        {-90.0, 1, true, -80},  // below what counts
+        {-80.0, 1, true, -80},  //
+        {-79.5, 1, false, -80}, // never lower
+        {-40.0, 1, false, -73.5},
+        {-30.0, 27, false, -73.5},
+        {-90.0, 1, true, -73.5}, // does not become the floor, but time passes
+        {-30.0, 1, false, -40},  // floor -40, yet 10 dB below the loudest; -79.5 is too old
+        {-50.0, 1, true, -44},
+        {-44.0, 1, true, -44}, // at the gate
+        {-43.9, 1, false, -44},
+        {-52.0, 1, true, -46},
+        {-43.0, 29, false, -46},
+        {-43.0, 1, true, -40}, // 6 dB above -43, yet 10 dB below the loudest
+        {-20.0, 1, false, -37},
     };
     NoiseGate gate(std::nullopt);
     for (const auto &step : steps) {
@@ -308,13 +307,13 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
             sound[i] += floor[(i + sound.size() / 2) % sound.size()];
         EXPECT_EQ(edge_of(sound, c.rate).value_or(0), c.edge) << c.from << ' ' << c.rate;
         // A pause does not count as sound.
-        sound.insert(sound.begin(), static_cast<std::size_t>(8 * c.rate), 0.0f);
+        sound.insert(sound.begin(), 8 * static_cast<std::size_t>(c.rate), 0.0f);
         EXPECT_EQ(edge_of(sound, c.rate).value_or(0), c.edge) << c.from << ' ' << c.rate;
     }
     const std::vector<float> source = noise(2 * 24000, 0.4f);
     std::vector<float> sound = Resampler(8000, 16000).process(source.data(), 24000, true);
     for (std::size_t i = 0; i < sound.size(); ++i) // a whistle of 7 kHz
-        sound[i] += 0.1f * std::sin(0.875f * 3.14159265f * static_cast<float>(i / 2));
+        sound[i] += 0.1f * std::sin(0.875f * 3.14159265f * std::floor(static_cast<float>(i) / 2));
     EXPECT_EQ(edge_of(sound, 16000), std::nullopt);
     EXPECT_EQ(rate_for_edge(4000), 8000);
     EXPECT_EQ(band_limit_text(8000), "no sound above 8 kHz");
@@ -323,7 +322,7 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
 TEST(BandLimit, IsNotFoundInDullSound)
 {
     for (const int rate : {16000, 48000}) {
-        std::vector<float> sound = noise(static_cast<std::size_t>(6 * rate), 1.0f);
+        std::vector<float> sound = noise(6 * static_cast<std::size_t>(rate), 1.0f);
         const float keep = std::exp(-6.2831853f * 1000.0f / static_cast<float>(rate));
         for (int pass = 0; pass < 3; ++pass) // 18 dB per octave from 1 kHz on
             for (std::size_t i = 2; i < sound.size(); ++i)
