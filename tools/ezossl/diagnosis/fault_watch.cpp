@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int kDiagnosedSeconds = 10;
+constexpr std::size_t kDiagnosedSeconds = 10;
 constexpr std::size_t kBlocks = 40;       // that are looked back on
 constexpr std::size_t kFewestBlocks = 10; // of a kind, to say something about them
 constexpr std::size_t kFewestAtEnd = 4;
@@ -28,8 +28,8 @@ FaultWatch::FaultWatch(const DiagnosisSettings &settings) : settings_(settings)
 void FaultWatch::add(const Frame &frame)
 {
     samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
-    const auto most =
-        static_cast<std::size_t>(kDiagnosedSeconds * settings_.rate * EZOSSL_MIC_COUNT);
+    const std::size_t most =
+        kDiagnosedSeconds * static_cast<std::size_t>(settings_.rate) * EZOSSL_MIC_COUNT;
     if (samples_.size() > most)
         samples_.erase(samples_.begin(), samples_.begin() + kFrameSamples);
 }
@@ -42,7 +42,7 @@ std::vector<Finding> FaultWatch::add(const Block &block)
         blocks_.pop_front();
     if (blocks_.size() < kBlocks || block.end < next_ || !is_odd(kFewestBlocks))
         return {};
-    next_ = block.end + kDiagnosedSeconds;
+    next_ = block.end + static_cast<double>(kDiagnosedSeconds);
     return diagnose_anew();
 }
 

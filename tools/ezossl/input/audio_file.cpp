@@ -68,9 +68,9 @@ AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
         open_samples(descriptor, {SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
     else
         open(descriptor);
-    if (rate() < kSlowest || rate() > kFastest)
-        throw Failure(path_ +
-                      format_text(": %d Hz; record at %d ... %d Hz", rate(), kSlowest, kFastest));
+    if (info_.samplerate < kSlowest || info_.samplerate > kFastest)
+        throw Failure(path_ + format_text(": %d Hz; record at %d ... %d Hz", info_.samplerate,
+                                          kSlowest, kFastest));
 }
 
 AudioReader::~AudioReader()

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 #include "base/failure.h"
 #include "base/interrupt.h"
@@ -58,8 +59,9 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
         output.grow(settings.output);
     else if (!settings.output.empty())
         output.redirect(settings.output);
-    for (const auto &[path, drawing] : {std::pair(settings.plot, angle_plot_svg),
-                                        std::pair(settings.histogram, angle_rose_svg)}) {
+    using NamedDrawing = std::pair<std::string, Drawing>;
+    for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
+                                        NamedDrawing(settings.histogram, angle_rose_svg)}) {
         if (path.empty())
             continue;
         figures_.emplace_back(path, drawing);
