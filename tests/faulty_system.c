@@ -27,7 +27,7 @@ static int fails(const char *call)
     return 1;
 }
 
-/* The next definition behind this one, as dlsym() gives it: an object, where ISO C has functions. */
+/* The next definition behind this one, as dlsym() gives it: an object, not a function. */
 #define NEXT(function)                                                                             \
     static __typeof__(&(function)) next;                                                           \
     if (next == NULL)                                                                              \

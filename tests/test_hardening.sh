@@ -12,7 +12,9 @@ fail() {
 
 checked=0
 while read -r file; do
-    paths=$(readelf -d "$file" 2>/dev/null | sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p')
+    # Scripts are no ELF files, for which readelf fails.
+    paths=$({ readelf -d "$file" 2>/dev/null || true; } |
+        sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p')
     [ -n "$paths" ] || continue
     # The line break of <<< ends the last entry.
     # shellcheck disable=SC2016 # the linker's own variable
