@@ -21,7 +21,7 @@
 
 namespace {
 
-// 120 dB over full scale. A filter makes infinities of the largest numbers, and of these no numbers.
+// 120 dB over full scale. A filter makes infinities of the largest numbers, and NaN of these.
 constexpr float kLoudest = 1e6f;
 // Beyond these a small file takes minutes and hundreds of megabytes to resample.
 constexpr int kSlowest = 1000; // Hz

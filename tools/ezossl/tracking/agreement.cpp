@@ -34,8 +34,8 @@ int count_agreeing(const std::vector<int> &delays)
 }
 
 // The library gives a direction that has more votes than frames were rejected, and at least 4 of
-// every 32 frames. A near miss has three quarters of both; the first suffices, as of nine directions
-// one then has 3 votes of 32.
+// every 32 frames. A near miss has three quarters of both; the first suffices, as one of nine
+// directions then has 3 votes of 32.
 BlockStatus reason_of_undecided(const std::vector<int> &delays, const PairGeometry &geometry)
 {
     const std::vector<int> clear = clear_delays(delays);
