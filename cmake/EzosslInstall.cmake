@@ -15,6 +15,14 @@ install(TARGETS ezossl EXPORT ezossl_shared
 install(TARGETS ezossl_static EXPORT ezossl_static
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES src/EzoSsl.h TYPE INCLUDE)
+if(EZOSSL_FFT_CHOSEN STREQUAL "ne10" AND EZOSSL_NE10_ROOT)
+    # For the build folder only. CMake, which would remove the path as well, ends it with an empty
+    # entry until then; see below.
+    get_filename_component(ne10_folder "${ne10_library}" DIRECTORY)
+    set_target_properties(ezossl PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+        INSTALL_RPATH "${ne10_folder}")
+    install(CODE "file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libezossl.so.${PROJECT_VERSION}\")")
+endif()
 
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ezossl)
 install(EXPORT ezossl_shared NAMESPACE ezossl:: FILE ezosslShared.cmake DESTINATION ${config_dir})
