@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// cases.cpp - see cases.h.
+// cases.cpp - sets up an instance for each case, and lists the cases.
 
 #include "cases.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// practical_limit.cpp - see practical_limit.h.
+// practical_limit.cpp - the steps of a frame over FFTW, each written for speed alone.
 
 #include "practical_limit.h"
 

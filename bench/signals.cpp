@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// signals.cpp - see signals.h.
+// signals.cpp - makes noise, silence, full scale and decaying sound.
 
 #include "signals.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// textbook.cpp - see textbook.h.
+// textbook.cpp - radix-2 transforms, the phase transform and the largest value, one after another.
 
 #include "textbook.h"
 

@@ -40,7 +40,7 @@
  *     then, for every block (bf_mode 0):
  *       EzoSsl_Run             once per frame, direction_frame_num times
  *       EzoSsl_Get_Direction   the angle of the block
- *       EzoSsl_Reset_Mapping   clears the votes; until then Run is refused
+ *       EzoSsl_Reset_Mapping   clears the votes; due before the next Run
  *     EzoSsl_Free            closes the dump files; the buffer is yours again
  *
  * @code{.c}
@@ -298,18 +298,20 @@ EZOSSL_API uint32_t EzoSsl_Cal_Params(SslHandle *handle);
 /* ---- Frames and directions ----------------------------------------------------------------- */
 
 /** Processes one frame. Needs Cal_Params, and in bf_mode 0 a Reset_Mapping after every
- * Get_Direction.
+ * Get_Direction. A Run without that Reset_Mapping is refused, and so is every later Run and
+ * Reset_Mapping: only EzoSsl_Init or EzoSsl_Reset helps.
  * @param microphone_input  256 samples: sample n of microphone c is at index 2 n + c; read only
  * @param delay_sample      one value: the frame's delay in whole samples, or EZOSSL_REJECTED_FRAME
  *                         if it has no clear delay; written with EZOSSL_OK only
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,
- * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_WRONG_PHASE (call
- * Reset_Mapping first), EZOSSL_NO_SUCH_MODE (bf_mode 0 and processing mode 1), EZOSSL_DUMP_FILE. */
+ * EZOSSL_STEP_OWED, EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_WRONG_PHASE (Reset_Mapping
+ * was due), EZOSSL_NO_SUCH_MODE (bf_mode 0 and processing mode 1), EZOSSL_DUMP_FILE. */
 EZOSSL_API int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input,
                               int32_t *delay_sample);
 
 /** Gives the direction of the block. Needs a successful Run; bf_mode 0 only. Whatever the result,
- * Run is refused until Reset_Mapping (in bf_mode 1, which has none, until EzoSsl_Reset).
+ * Reset_Mapping is due before the next Run. A call before the first Run, or in bf_mode 1, leaves
+ * Run refused until EzoSsl_Init or EzoSsl_Reset.
  * @param direction_avg_int  one value: with EZOSSL_OK the angle, -90 ... 90 degrees, truncated
  *                          toward 0; else EZOSSL_NO_DIRECTION (not written if an argument is NULL)
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_DATA_NULL, EZOSSL_NOT_INITIALISED,
@@ -319,7 +321,8 @@ EZOSSL_API int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input
 EZOSSL_API int32_t EzoSsl_Get_Direction(SslHandle *handle, int32_t *direction_avg_int);
 
 /** Clears the votes and lets Run continue. Needs a successful Run; bf_mode 0 only. Called without a
- * Get_Direction before it, it drops the block. After a refused call Run is refused.
+ * Get_Direction before it, it drops the block. A call before the first Run, or in bf_mode 1, leaves
+ * Run refused until EzoSsl_Init or EzoSsl_Reset.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE, EZOSSL_NOT_INITIALISED, EZOSSL_STEP_OWED,
  * EZOSSL_BAD_POINT_NUMBER, EZOSSL_BAD_MIC_NUM, EZOSSL_BAD_BF_MODE (bf_mode 1). */
 EZOSSL_API int32_t EzoSsl_Reset_Mapping(SslHandle *handle);

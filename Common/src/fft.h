@@ -34,7 +34,8 @@ constexpr uint32_t fft_get_buffer_size(uint32_t points)
 // fft_init. A failure prints a line of its own; transforms work all the same.
 void fft_start();
 
-// Builds the plan for fft_size points inside the region that fft_cfg points to, which must hold
+// Builds the plan for fft_size points, which the FFT in use must support (the built-in one has 256
+// only), inside the region that fft_cfg points to, which must hold
 // fft_get_buffer_size(fft_size) bytes. A failure prints a line; a plan that cannot be built also
 // leaves fft_cfg NULL.
 void fft_init(FftContext *ctx);
