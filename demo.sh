@@ -87,6 +87,8 @@ cat <<END
 All found. What to type next:
 
   export PATH="$PWD/${tool%/*}:\$PATH"
+  # a dial in the browser, with a sound that moves
+  ezossl demo --serve
   # block by block
   ezossl track $scenes/voice_-30.wav --spacing $spacing
   # a recording of your own, with the distance of its microphones

@@ -31,7 +31,10 @@ build() { # in a copy, as dpkg-buildpackage leaves the packages beside the sourc
     mkdir -p "$folder/ezossl"
     tar -c --exclude-vcs --exclude=./build . | tar -x -C "$folder/ezossl"
     cd "$folder/ezossl"
-    dpkg-buildpackage --build=binary --no-sign --host-arch "$architecture"
+    local profiles=''
+    [ "$architecture" = "$native" ] || profiles=cross
+    dpkg-buildpackage --build=binary --no-sign --host-arch "$architecture" \
+        --build-profiles="$profiles"
 }
 
 # What debian/tests does with installed packages, with these, unpacked.

@@ -8,7 +8,7 @@
 #   clang     by the other compiler; warnings are errors
 #   sanitize  with AddressSanitizer and UndefinedBehaviorSanitizer
 #   arm64     64-bit Arm, cross-compiled; tests run under an emulator
-#   armhf     32-bit Arm, the same
+#   armhf     32-bit Arm, cross-compiled and emulated as well
 set -euo pipefail
 cd "$(dirname "$0")"
 usage() {
@@ -32,4 +32,4 @@ esac
 . cmake/generator.sh
 cmake --preset "$preset" -DEZOSSL_BUILD_TESTS=ON -DEZOSSL_BUILD_TOOLS=ON "$@"
 cmake --build --preset "$preset" --parallel "$(nproc)"
-ctest --preset "$preset"
+ctest --preset "$preset" --parallel "$(nproc)"

@@ -9,27 +9,33 @@
 #   tools   libraries of the command-line tool
 #   test    GoogleTest, make for a sample, Python for its module, example, XML parser and the
 #           accuracy
+#   browser a browser and its driver, for the test of the page that --serve shows; 400 MB
 #   check   formatting, static analysis, the pages, a look at the packages, chroots
 #   clang   the other compiler
 #   bench   Google Benchmark, FFTW beside which the FFT is measured, the emulator that counts
-#   fuzz    the compiler of the fuzzers
+#   fuzz    the compiler of the fuzzers, a parser of XML
 #   demo    the voices that demo.sh places
+#   recipes what the pages docs/recipes.md and docs/archives.md use beside the tool
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
 # shellcheck source=cmake/debian-archives.sh
 . "$(dirname "$0")/debian-archives.sh"
 
-# What there is to look for where no packages are known: a program, a module of pkg-config, a file.
+# What to look for on a system without apt-get: a program, a module of pkg-config, or a file.
 declare -A probes=(
     [g++]="program ${CXX:-c++}" [cmake]='program cmake' [ninja-build]='program ninja make'
     [pkg-config]='program pkg-config' [libcjson-dev]='module libcjson'
     [libkissfft-dev]='module kissfft-float' [libsndfile1-dev]='module sndfile'
     [libsoxr-dev]='module soxr' [libasound2-dev]='module alsa' [make]='program make'
+    [libmicrohttpd-dev]='module libmicrohttpd'
     [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
     # Without these, the tests of the Python module are left out.
     [python3-numpy]='program python3' [python3-pytest]='program python3'
     [python3-pip]='program python3' [python3-setuptools]='program python3'
+    [libexpat1-dev]='module expat'
+    [chromium]='program chromium' [chromium-driver]='program chromedriver'
+    [python3-selenium]='program python3'
     [alsa-utils]='file /usr/share/sounds/alsa/Front_Center.wav'
     [clang-format]='program clang-format' [clang-tidy]='program clang-tidy'
     [clang]='program clang' [shellcheck]='program shellcheck' [ccache]='program ccache'
@@ -57,10 +63,13 @@ fi
 packages=()
 architectures=() # foreign ones
 foreign() {
-    local package
+    local package http=libmicrohttpd12
+    # As Debian 13 names it. Without the package -dev, which needs versions of many others that
+    # mirrors do not have for each architecture; its header is that of this machine.
+    ! apt-cache show libmicrohttpd12t64 >/dev/null 2>&1 || http=libmicrohttpd12t64
     packages+=("$2" qemu-user)
     for package in libcjson-dev libkissfft-dev libsndfile1-dev libsoxr-dev \
-        libasound2-dev libgtest-dev pkg-config; do
+        libasound2-dev $http libgtest-dev pkg-config; do
         packages+=("$package:$1")
     done
     architectures+=("$1")
@@ -70,26 +79,31 @@ for group in "$@"; do
     build) packages+=(g++ cmake ninja-build pkg-config libcjson-dev) ;;
     tools)
         packages+=(libkissfft-dev libsndfile1-dev libsoxr-dev)
-        packages+=(libasound2-dev libcli11-dev)
+        packages+=(libasound2-dev libcli11-dev libmicrohttpd-dev)
         ;;
     clang) packages+=(clang) ;;
     test)
         packages+=(libgtest-dev make python3 python3-numpy python3-pytest python3-pip)
         packages+=(python3-setuptools)
         ;;
-    fuzz) packages+=(clang libclang-rt-dev) ;;
+    fuzz) packages+=(clang libclang-rt-dev libexpat1-dev) ;;
+    browser) packages+=(chromium chromium-driver python3-selenium) ;;
     check)
         packages+=(clang-format clang-tidy shellcheck ccache doxygen lintian debootstrap)
         packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
         ;;
     bench) packages+=(libbenchmark-dev libfftw3-dev libkissfft-dev qemu-user python3) ;;
     demo) packages+=(alsa-utils) ;;
+    recipes)
+        packages+=(jq mosquitto mosquitto-clients sox ffmpeg systemd python3-distributed)
+        packages+=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
+        ;;
     package) packages+=(build-essential debhelper dh-python python3-numpy) ;;
     arm64) foreign arm64 g++-aarch64-linux-gnu ;;
     armhf) foreign armhf g++-arm-linux-gnueabihf ;;
     *)
-        echo "install-packages.sh: no group '$group'; there are build, tools, test, clang, check," \
-            "bench, fuzz, demo, package, arm64, armhf" >&2
+        echo "install-packages.sh: no group '$group'; there are build, tools, test, browser," \
+            "clang, check, bench, fuzz, demo, recipes, package, arm64, armhf" >&2
         exit 2
         ;;
     esac
@@ -136,7 +150,7 @@ done
 aside=$(mktemp -d)
 trap 'rm -rf "$aside"' EXIT
 private_apt "$aside"
-# Those that this machine has already count, too: one version of a library for all.
+# Includes the architectures that this machine has already, as all must have the same versions.
 others=$({ dpkg --print-foreign-architectures && printf '%s\n' "${architectures[@]}"; } |
     grep -vx -e "$native" -e '' | sort -u | paste -sd, || true)
 apt+=(-o APT::Architectures="$native${others:+,$others}" -o APT::Get::List-Cleanup=false)
@@ -153,8 +167,8 @@ twice() { # COMMAND... - a mirror may be in the middle of an update
     "$@" || { sleep 10 && "$@"; }
 }
 twice update -o APT::Architectures="$native" || failed 'the lists of packages cannot be read'
-# Of the other architectures Debian's own suites only, which have them: with the updates, as the
-# one version may be there. Where a list cannot be read, the plan may do without.
+# For the other architectures, only Debian's own suites, because others may not have them. With the
+# updates, because the version that is installed here may be there. A list may be missing.
 if [ -n "$others" ]; then
     debian_archives deb "arch=$others" >"$aside/others.list"
     twice update -o Dir::Etc::SourceList="$aside/others.list" -o Dir::Etc::SourceParts=- || {

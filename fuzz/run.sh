@@ -1,8 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # run.sh [TIME [NAME...]] - builds the fuzzers and runs each (or those named) for TIME: hours such
-# as 8 or 0.5, or seconds such as 60s; one minute without. What they find and learn is kept in
-# build/fuzz: an input that fails is build/fuzz/NAME-crash-*, and fuzz_NAME FILE plays it again.
+# as 8 or 0.5, or seconds such as 60s; one minute without. As many run at once as there are
+# processors. What they find and learn is kept in build/fuzz: an input that fails is
+# build/fuzz/NAME-crash-*, and fuzz_NAME FILE plays it again.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +16,7 @@ esac
     exit 2
 }
 shift $(($# > 0))
-cmake/install-packages.sh build fuzz
+cmake/install-packages.sh build tools fuzz
 cjson=()
 if cmake/fetch-cjson.sh; then
     cjson=(-DEZOSSL_CJSON_SOURCE_DIR="$PWD/build/cjson")
@@ -33,15 +34,27 @@ if [ $# -eq 0 ]; then
     done
 fi
 export UBSAN_OPTIONS=print_stacktrace=1
-for name in "$@"; do
-    learned=build/fuzz/corpus/$name
+fuzz() { # NAME
+    local learned=build/fuzz/corpus/$1 dictionary=()
     mkdir -p "$learned"
-    dictionary=()
-    [ ! -e "fuzz/$name.dict" ] || dictionary=(-dict="fuzz/$name.dict")
-    echo "fuzz_$name, $seconds s"
+    [ ! -e "fuzz/$1.dict" ] || dictionary=(-dict="fuzz/$1.dict")
     # The folders are named in full: fuzz_calls works in a folder of its own.
-    build/fuzz/fuzz/fuzz_"$name" "${dictionary[@]}" -max_total_time="$seconds" -timeout=10 \
-        -print_final_stats=1 -artifact_prefix="$PWD/build/fuzz/$name-" \
-        "$PWD/$learned" "$PWD/fuzz/corpus/$name" 2>"$learned.log" || { cat "$learned.log"; exit 1; }
+    build/fuzz/fuzz/fuzz_"$1" "${dictionary[@]}" -max_total_time="$seconds" -timeout=10 \
+        -print_final_stats=1 -artifact_prefix="$PWD/build/fuzz/$1-" \
+        "$PWD/$learned" "$PWD/fuzz/corpus/$1" 2>"$learned.log" || { cat "$learned.log"; return 1; }
+    echo "fuzz_$1, $seconds s"
     grep -E '^(stat::number_of_executed_units|[0-9]+ calls of)|^#.*DONE' "$learned.log"
+}
+running=0
+for name in "$@"; do
+    if [ "$running" -ge "$(nproc)" ]; then
+        wait -n
+        running=$((running - 1))
+    fi
+    fuzz "$name" &
+    running=$((running + 1))
+done
+while [ "$running" -gt 0 ]; do
+    wait -n
+    running=$((running - 1))
 done

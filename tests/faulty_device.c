@@ -64,12 +64,12 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
     for (unsigned channel = 0; channel < io->channels; channel++)
         for (snd_pcm_uframes_t n = 0; n < size; n++) {
             const size_t bit = areas[channel].first + (offset + n) * areas[channel].step;
-            void *sample = (char *)areas[channel].addr + bit / 8;
-            const int16_t value = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
-            if (settings[BITS] == 16)
-                *(int16_t *)sample = value;
-            else
-                *(int32_t *)sample = value * 65536;
+            unsigned char *sample = (unsigned char *)areas[channel].addr + bit / 8;
+            const int value = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
+            for (long i = settings[BITS] / 8; i > 2; i--)
+                *sample++ = 0x7f; /* no part of the noise */
+            sample[0] = (unsigned char)(value & 0xff);
+            sample[1] = (unsigned char)(value >> 8 & 0xff);
         }
     delivered += (long)size;
     return (snd_pcm_sframes_t)size;
@@ -96,7 +96,10 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
                                             : snd_pcm_ioplug_create(&device, name, stream, mode);
     if (error < 0)
         return error;
-    const unsigned format = settings[BITS] == 16 ? SND_PCM_FORMAT_S16 : SND_PCM_FORMAT_S32;
+    const unsigned format = settings[BITS] == 16   ? SND_PCM_FORMAT_S16_LE
+                            : settings[BITS] == 24 ? SND_PCM_FORMAT_S24_3LE
+                            : settings[BITS] == 32 ? SND_PCM_FORMAT_S32_LE
+                                                   : SND_PCM_FORMAT_MU_LAW;
     const unsigned channels = (unsigned)settings[CHANNELS];
     const unsigned rate = (unsigned)settings[RATE];
     snd_pcm_ioplug_set_param_list(&device, SND_PCM_IOPLUG_HW_FORMAT, 1, &format);

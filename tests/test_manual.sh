@@ -37,6 +37,17 @@ for command in $commands; do
     require ".SS $command" "$(grep -oE '^\.SS [a-z]+' <<<"$manual")" manual
     help=$("$tool" "$command" --help)
     ! grep -E '.{81}' <<<"$help" || { echo "^ too wide for a terminal" && exit 1; }
+    usages=$(sed -n '/^Usage:/,/^$/p' <<<"$help")
+    required=$(sed -nE 's/^ +(-.),.* REQUIRED.*/\1/p' <<<"$help")
+    named=$(grep -oE ' --?[a-z-]+' <<<"$usages") || true
+    for option in $named; do
+        grep -qE "^ +(-.,)?${option}[ ,]" <<<"$help" ||
+            { echo "the usage of $command has $option, which it does not know" && exit 1; }
+    done
+    for option in $required; do # in every usage
+        [ "$(grep -c -e "$option " <<<"$usages")" = "$(grep -c ezossl <<<"$usages")" ] ||
+            { echo "$option is missing in the usage of $command" && exit 1; }
+    done
     options=$(sed -nE 's/^ +(-., ?)?(--[a-z0-9-]+).*/\2/p' <<<"$help")
     for option in $options; do
         require "$option" "$(offered "$command" --)" "completion of $command"

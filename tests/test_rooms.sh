@@ -14,7 +14,8 @@ scene      base input tracking
 plot       base tracking
 diagnosis  base input tracking
 output     base input tracking plot
-commands   base input tracking scene plot diagnosis output"
+serve      base input tracking output
+commands   base input tracking scene plot diagnosis output serve"
 
 rooms=$(find . -mindepth 1 -maxdepth 1 -type d -printf '%f\n' | sort)
 [ "$rooms" = "$(awk '{ print $1 }' <<<"$below" | sort)" ] ||

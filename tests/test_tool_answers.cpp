@@ -2,6 +2,7 @@
 // test_tool_answers.cpp - what the tool says beside its angles: faults, rates that do not fit, and
 // the settings and counts of its JSON.
 
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <sstream>
@@ -75,6 +76,8 @@ TEST_F(Answers, NameFaultsOfTheWiringOnce)
         {3, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
         {0.9, "-g -5", "", [&](std::size_t) { return 0.0f; }}, // too little to be judged
         {3, "-g -5", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {3, "-g -30 -G -30", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
+        {3, "-g -30 -G -10", "inverted polarity", [&](std::size_t n) { return -good[2 * n + 1]; }},
     };
     for (const auto &c : cases) {
         Samples samples;
@@ -200,6 +203,50 @@ TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
     for (const auto &[arguments, is_warned] : warned) {
         EXPECT_EQ(run(std::string("track x.wav -s 8.6 ") + arguments), 0);
         EXPECT_EQ(says("blocks of fewer than 4 frames get angles from noise too"), is_warned);
+    }
+}
+
+// Of 128 frames 21 have to agree, and 16 are a near miss.
+TEST_F(Answers, EveryReasonIsGivenWhereTheFramesHaveIt)
+{
+    scene("-a -45,45,-20,0 -d 5 -s 10cm --snr -8");
+    fs::rename("scene.wav", "noisy.wav");
+    scene("-a 60 -d 5 -s 10cm");
+    const std::string smoothed = "noisy.wav -s 10cm";
+    const std::tuple<std::string, const char *, int> cases[] = {
+        {smoothed, "ok", 1},
+        {smoothed, "few_clear", 10},
+        {smoothed, "disagree", 10},
+        {smoothed, "near_miss", 5},
+        {smoothed + " -g 0", "quiet", 78},
+        {"scene.wav -s 1cm", "beyond", 19},
+        {smoothed + " --raw-blocks", "disagree", 10},
+        {smoothed + " --raw-blocks", "few_clear", 10},
+        {smoothed + " --mode delay", "undecided", 78},
+    };
+    for (const auto &[arguments, status, least] : cases) {
+        run("track -f csv " + arguments);
+        std::ifstream lines("out");
+        int found = 0;
+        for (std::string line; std::getline(lines, line);) {
+            std::replace(line.begin(), line.end(), ',', ' ');
+            std::istringstream cells(line.substr(line.find(' ') + 1));
+            std::string start, end, angle, is;
+            int agreeing = 0, used = 0, total = 0;
+            cells >> start >> end;
+            if (line.find(" ok ") != std::string::npos)
+                cells >> angle;
+            cells >> is >> agreeing >> used >> total;
+            found += is == status ? 1 : 0;
+            if (arguments != smoothed || total == 0)
+                continue;
+            const char *const wanted = agreeing >= 21   ? "ok"
+                                       : used < 21      ? "few_clear"
+                                       : agreeing >= 16 ? "near_miss"
+                                                        : "disagree";
+            EXPECT_EQ(is, wanted) << line;
+        }
+        EXPECT_GE(found, least) << arguments << status;
     }
 }
 

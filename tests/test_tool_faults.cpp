@@ -46,8 +46,7 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
          {"track x.wav -s 8.6 -b 1 -f csv", "track s.wav -s 8.6 -b 1 -f csv",
           "x.flac -s 8.6 -b 1 -f csv", "x.ogg -s 8.6 -b 1 -f csv",
           "track x.raw --raw -s 8.6 -b 1 -f csv", "track - -s 8.6 -b 1 -f csv <x.wav",
-          "track x.wav s.wav -s 8.6 -b 1 -f csv", "simulate --no-truth -i x.wav -a 0 -s 5",
-          "simulate --no-truth -i s.wav -a 0 -s 5"}) {
+          "simulate --no-truth -i x.wav -a 0 -s 5", "simulate --no-truth -i s.wav -a 0 -s 5"}) {
         ASSERT_EQ(run(arguments + " -o o"), 0) << contents("err");
         const std::string expected = contents("o");
         fs::remove("o");
@@ -141,6 +140,59 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
+// A scene goes into a pipe as into a file; there is no place for the truth beside it.
+TEST_F(Faults, ScenesGoWhereTheyAreSent)
+{
+    ASSERT_EQ(run("simulate -a 30 -s 5.8 -d 1 --truth t.csv -o scene.wav"), 0);
+    const std::string scene = contents("scene.wav"), truth = contents("t.csv");
+    ASSERT_GT(scene.size(), 64000u);
+    const auto before = files();
+    const std::tuple<const char *, const char *, const char *> cases[] = {
+        {"-", "", ""},
+        {"/dev/stdout", "", ""},
+        {"fifo", "; wait; rm fifo; mv got out", "mkfifo fifo; timeout 5 cat fifo >got &"},
+    };
+    for (const auto &[name, behind, start] : cases) {
+        for (const char *option : {"--truth t.csv -o ", "-o "}) {
+            fs::remove("t.csv");
+            EXPECT_EQ(run("simulate -a 30 -s 5.8 -d 1 " + (option + (name + std::string(behind))),
+                          "out", start),
+                      0);
+            EXPECT_TRUE(contents("out") == scene) << name << contents("err");
+            EXPECT_EQ(contents("t.csv"), option[0] == '-' && option[1] == '-' ? truth : "");
+        }
+        EXPECT_EQ(files(), before - 1) << name;
+    }
+    EXPECT_FALSE(fs::exists("/dev/stdout.truth.csv"));
+    run("simulate -a 30 -s 5.8 -d 1 -o - | '" EZOSSL_TOOL "' - -s 5.8 -f csv");
+    EXPECT_NE(contents("out").find(",31,ok,"), std::string::npos) << contents("out");
+
+    // A folder that may not be entered, or not be written to. Root may, but for its capabilities.
+    const std::string ordinary = geteuid() == 0 ? "setpriv --bounding-set=-all" : "";
+    for (const mode_t mode : {0000, 0555}) {
+        fs::create_directory("locked");
+        chmod("locked", mode);
+        EXPECT_EQ(run("simulate -a 30 -s 5.8 -d 1 -o locked/x.wav", "out", ordinary), 1);
+        EXPECT_EQ(contents("err"), "ezossl: locked/x.wav: cannot be written: Permission denied\n");
+        fs::remove("locked");
+    }
+}
+
+// `live -o` writes into its file at once, so nothing may be refused after that.
+TEST_F(Faults, LiveRefusesBeforeItReplacesAFile)
+{
+    std::ofstream("alsa.conf") << "pcm.x { type null }\n";
+    setenv("ALSA_CONFIG_PATH", fs::absolute("alsa.conf").c_str(), 1);
+    for (const char *other : {"--record", "--plot", "--histogram"}) {
+        std::ofstream("old.svg") << "old";
+        EXPECT_EQ(run(std::string("live -D x -s 5 -d 1 -o old.svg ") + other + " ./old.svg"), 2);
+        EXPECT_NE(contents("err").find("old.svg: is named for two outputs"), std::string::npos);
+        EXPECT_EQ(contents("old.svg"), "old") << other;
+    }
+    EXPECT_EQ(run("live -D x -s 5 -d 1 --record /dev/null"), 2);
+    EXPECT_NE(contents("err").find("/dev/null: is a pipe or a device"), std::string::npos);
+}
+
 // Results go where they belong, messages nowhere.
 TEST_F(Faults, ClosedDescriptorsAreNotThoseOfFiles)
 {
@@ -157,13 +209,14 @@ TEST_F(Faults, ClosedDescriptorsAreNotThoseOfFiles)
 // Interrupted in the middle of a scene, or before its files appear.
 TEST_F(Faults, InterruptedScenesLeaveTheOldFiles)
 {
-    run("--help"); // out and err
+    run("--help <sound", "out", signal_after("true", "0")); // for its files
     std::ofstream("o.wav") << "old";
     std::ofstream("o.truth.csv") << "old";
     const auto before = files();
     for (const char *signal : {"INT", "TERM", "HUP"}) {
-        EXPECT_EQ(run("simulate -a -60,-30,0,30,60 -d 60 -s 5 --room 9x9x9 --rt60 1 -o o.wav",
-                      "out", std::string("timeout --preserve-status -s ") + signal + " 0.3"),
+        EXPECT_EQ(run("simulate -a -60,-30,0,30,60 -d 60 -s 5 --room 9x9x9 --rt60 1 -o o.wav "
+                      "-i sound",
+                      "out", signal_after("cat s.wav /dev/zero | head -c 200000", signal)),
                   130);
         EXPECT_EQ(contents("o.wav") + contents("o.truth.csv"), "oldold") << signal;
         EXPECT_EQ(files(), before) << signal;

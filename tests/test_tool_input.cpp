@@ -10,6 +10,7 @@
 #include "input/channels.h"
 #include "input/frame_source.h"
 #include "input/sample_rates.h"
+#include "output/summary.h"
 #include "tool_fixture.h"
 
 namespace {
@@ -25,6 +26,9 @@ TEST(Input, IsAnalysedAtTheWantedRateOrAtTheBestThatItHas)
     };
     for (const auto &c : cases)
         EXPECT_EQ(analysis_rate(c.wanted, c.input, "x"), c.expected) << c.input;
+    EXPECT_EQ(analysis_rate(0, 48000, "x", 4000), 8000); // no sound above 4 kHz
+    EXPECT_EQ(analysis_rate(0, 48000, "x", 8000), 16000);
+    EXPECT_EQ(analysis_rate(16000, 48000, "x", 4000), 16000);     // as the user wants
     EXPECT_THROW(analysis_rate(16000, 15999, "x"), UsageFailure); // would draw angles to 0
     EXPECT_THROW(analysis_rate(48000, 44100, "x"), UsageFailure);
     EXPECT_THROW(analysis_rate(0, 7999, "x"), Failure);
@@ -80,7 +84,7 @@ TEST(Input, MicrophonesAreTheChosenChannelsOrTheOnlyTwo)
     for (const char *text : {"", "1", "1,", ",2", "1;2", "1,2,3", "1,2x", "0,1", "1,65", "a,b"})
         EXPECT_THROW(parse_channels(text), UsageFailure) << text;
     EXPECT_EQ(refusal([] { parse_channels("3,3"); }),
-              "-c names channel 3 twice; each microphone has its own");
+              "--channels: channel 3 is given twice; give each microphone its own");
 
     const ChannelChoice none, crossed = {Microphones{4, 2}, false}, swapped = {{}, true};
     EXPECT_EQ(none.fewest(), 2);
@@ -103,7 +107,7 @@ TEST(Input, MicrophonesAreTheChosenChannelsOrTheOnlyTwo)
     const float samples[] = {1, 2, 3, 4, 5, 6};
     Samples pairs = {9};
     pick_pairs(samples, 2, 3, {2, 0}, pairs);
-    EXPECT_EQ(pairs, (Samples{9, 3, 1, 6, 4}));
+    EXPECT_EQ(pairs, (Samples{3, 1, 6, 4}));
 }
 
 // Counts up on channel 2 of three, down on channel 3.
@@ -166,6 +170,32 @@ TEST(Input, FramesAreThePairsOfTheStreamOneAfterTheOther)
     EXPECT_EQ(source.length_remark(), "1400");
     EXPECT_EQ(refusal([] { counting(16000, 9).pairs().skip_to(1); }),
               "counter: ends before --start 1 s");
+}
+
+// Says that samples have come, and makes none.
+struct Long : Counting {
+    Long() : Counting(16000, 0) {}
+    std::optional<std::size_t> read(float *, std::size_t count) override { return count; }
+    std::size_t chunk() const override { return 1 << 20; }
+};
+
+TEST(Input, CountsGoBeyond32Bits)
+{
+    FrameSource source(std::make_unique<Long>(), {{Microphones{2, 3}, false}, 0});
+    for (const int64_t whole : {int64_t{1} << 31, int64_t{1} << 32, int64_t{1} << 33}) {
+        const auto seconds = static_cast<double>(whole) / 16000.0;
+        source.pairs().skip_to(seconds);
+        EXPECT_EQ(source.pairs().seconds(), seconds);
+        source.pairs().end_after(1.0);
+        EXPECT_EQ(source.pairs().read()->size(), 2 * 16000u);
+        EXPECT_TRUE(source.pairs().is_at_limit());
+    }
+    EXPECT_EQ(source.layout().start, static_cast<double>(int64_t{1} << 33) / 16000.0);
+    Summary summary;
+    summary.clamped = summary.wrapped = summary.overruns = int64_t{1} << 33;
+    for (const char *part :
+         {"8589934592 samples beyond", "8589934592 samples wrapped", "8589934592 overruns"})
+        EXPECT_NE(to_text("x", summary).find(part), std::string::npos) << to_text("x", summary);
 }
 
 TEST(Input, EndsWhereTheUserWantsIt)
@@ -234,6 +264,78 @@ TEST_F(Tool, RawSamplesAreLittleEndianWithTheStatedRateAndChannels)
     EXPECT_EQ(four.length(), 1);
 }
 
+// A header that is taken for samples gives an angle too.
+TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
+{
+    Samples sound(2 * 8192);
+    for (std::size_t i = 0; i < sound.size(); ++i)
+        sound[i] = static_cast<float>(i * i % 1009) / 2018.0f;
+    const std::pair<int, const char *> readable[] = {
+        {SF_FORMAT_FLAC, "a FLAC file"},   {SF_FORMAT_AIFF, "an AIFF file"},
+        {SF_FORMAT_AU, "an AU file"},      {SF_FORMAT_W64, "a W64 file"},
+        {SF_FORMAT_RF64, "a WAV file"},    {SF_FORMAT_CAF, "a CAF file"},
+        {SF_FORMAT_NIST, "a SPHERE file"}, {SF_FORMAT_VOC, "a VOC file"},
+        {SF_FORMAT_OGG, "an Ogg file"},
+    };
+    for (const auto &[format, name] : readable) {
+        const int encoding = format == SF_FORMAT_OGG ? SF_FORMAT_VORBIS : SF_FORMAT_PCM_16;
+        write_audio("x", 16000, 2, sound, format | encoding);
+        EXPECT_EQ(run("track x --raw -s 5"), 1) << name;
+        EXPECT_EQ(contents("err"), std::string("ezossl: x: is ") + name + "; omit --raw\n");
+        EXPECT_EQ(run("track x -s 5 -q"), 0) << name << contents("err");
+    }
+    // Two frames: of 64 kbit/s at 16 kHz, and of 40 bytes.
+    std::string mp3 = "\xff\xf3\x88\xc4" + std::string(284, '\1');
+    mp3 += mp3;
+    std::string aac = "\xff\xf1\x60\x80\x05\x1f\xfc" + std::string(33, '\1');
+    aac += aac;
+    write_audio("x", 16000, 2, sound, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    const std::string wav = contents("x");
+    const auto spoilt = [&wav](std::size_t place, const std::string &bytes) {
+        return std::string(wav).replace(place, bytes.size(), bytes);
+    };
+    const std::string m4a = std::string(3, '\0') + "\x1c" + "ftypM4A " + std::string(99, '\0');
+    const std::string no_wav = " file that cannot be read: its header is damaged, or its encoding "
+                               "is not known; convert it: ffmpeg -i x.wav x.new.wav";
+    const std::tuple<std::string, const char *, std::string> cases[] = {
+        {mp3, "x.wav --raw", "x.wav: is an MP3 file; omit --raw"},
+        {mp3.substr(0, 290), "x.wav --raw", "72 samples"}, // may be sound
+        {aac, "x.wav --raw", "is an AAC file; omit --raw, and convert it: ffmpeg -i x.wav x.new"},
+        {m4a, "x.wav",
+         "an M4A or MP4 file, which ezossl does not read; convert it: ffmpeg -i x.wav"},
+        {m4a, "x.wav --raw", "is an M4A or MP4 file; omit --raw, and convert it: ffmpeg -i x.wav"},
+        {m4a, "- <x.wav --raw",
+         "is an M4A or MP4 file; omit --raw, and convert it: ffmpeg -i FILE"},
+        {"\x1a\x45\xdf\xa3webm", "x.wav",
+         "is a Matroska or WebM file, which ezossl does not read;"},
+        {"fLaC" + wav, "x.wav", "is a FLAC" + no_wav},
+        {"fLaC" + wav, "| - ", "is a FLAC file, and a pipe has to carry plain WAV; convert it: "},
+        {"no sound", "x.wav", "its format is not known; convert it: ffmpeg -i x.wav x.new.wav, or"},
+        {"no sound", "| -", "carries no WAV; use track --raw for samples without a header"},
+        {"", "| -", "standard input: is empty"},
+        {spoilt(22, std::string(2, '\0')), "x.wav", "the header says 0 channels; record it again"},
+        {spoilt(22, "\1\4"), "| -", "the header says 1025 channels"},
+        {spoilt(24, std::string(4, '\0')), "x.wav", "x.wav: 0 Hz; record at 1000 ... 384000 Hz"},
+        {spoilt(24, std::string(4, '\0')), "| -", "standard input: 0 Hz; record at 1000"},
+        {spoilt(24, "\xff\xff\xff\xff"), "x.wav", "x.wav: 4294967295 Hz; record at 1000"},
+        {spoilt(34, std::string(1, '\0')), "x.wav", "is a WAV" + no_wav},
+        {spoilt(34, std::string(1, '\0')), "| -",
+         "is a WAV file, and a pipe has to carry plain WAV"},
+        {spoilt(36, "none"), "x.wav", "is a WAV" + no_wav},
+        {wav.substr(0, 30), "x.wav", "is a WAV" + no_wav},
+        {wav.substr(0, 44), "x.wav", "holds no samples"},
+    };
+    for (const auto &[bytes, how, message] : cases) {
+        std::ofstream("x.wav") << bytes;
+        const bool is_pipe = how[0] == '|';
+        EXPECT_EQ(run(std::string("track -s 5 ") + (how + (is_pipe ? 1 : 0)), "out",
+                      is_pipe ? "cat x.wav |" : ""),
+                  1)
+            << message;
+        EXPECT_NE(contents("err").find(message), std::string::npos) << message << contents("err");
+    }
+}
+
 // The commands agree on the rate, and on what a pair of channels is.
 TEST_F(Tool, CheckReadsAsTrackDoes)
 {
@@ -247,8 +349,8 @@ TEST_F(Tool, CheckReadsAsTrackDoes)
     EXPECT_EQ(contents("out").find("x.wav: 1.45 s at 8000 Hz\n"), 0u) << contents("out");
     for (const char *command : {"track", "check"}) {
         EXPECT_EQ(run(std::string(command) + " x.wav -s 5.8cm -c 1,1"), 2);
-        EXPECT_EQ(contents("err"), "ezossl: -c names channel 1 twice; each microphone has its "
-                                   "own\n");
+        EXPECT_EQ(contents("err"), "ezossl: --channels: channel 1 is given twice; give each "
+                                   "microphone its own\n");
     }
     std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
                                << "pcm.x { type faulty rate 48000 }\n";

@@ -40,6 +40,8 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         {"UNUSABLE: inverted polarity", 0, 0, 3, 1, -1, 0, 0, 0},
         {"UNUSABLE: too quiet", 0, 0, 3, 1e-4f, 1e-4f, 0, 0, 0},
         {"UNUSABLE: no common sound", 0, 0, 3, 1, 0, 0, 0.3f, 0},
+        {"UNUSABLE: covered microphone", 0, 0, 3, 1, 0, 0, 0.01f, 0},
+        {"usable: level mismatch", 0, 0, 0, 1, 0.03f, 0, 0.001f, 0},
         {"UNUSABLE: impossible lag", 300, 0, 3, 1, 1, 0, 0, 0},
         {"UNUSABLE: drifting lag", 0, 4, 3, 1, 1, 0, 0, 0},
     };

@@ -269,12 +269,17 @@ std::vector<float> noise(std::size_t samples, float level)
     return result;
 }
 
-std::optional<int> edge_of(const std::vector<float> &samples, int rate)
+void hear(BandLimit &limit, const std::vector<float> &samples)
 {
     std::vector<int16_t> rounded(samples.size());
     to_int16(samples.data(), rounded.data(), samples.size());
-    BandLimit limit(rate);
     for_each_frame(rounded, [&limit](const Frame &frame) { limit.add(frame); });
+}
+
+std::optional<int> edge_of(const std::vector<float> &samples, int rate)
+{
+    BandLimit limit(rate);
+    hear(limit, samples);
     return limit.edge();
 }
 
@@ -315,7 +320,6 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
     for (std::size_t i = 0; i < sound.size(); ++i) // a whistle of 7 kHz
         sound[i] += 0.1f * std::sin(0.875f * 3.14159265f * std::floor(static_cast<float>(i) / 2));
     EXPECT_EQ(edge_of(sound, 16000), std::nullopt);
-    EXPECT_EQ(rate_for_edge(4000), 8000);
     EXPECT_EQ(band_limit_text(8000), "no sound above 8 kHz");
 }
 
@@ -328,6 +332,35 @@ TEST(BandLimit, IsNotFoundInDullSound)
             for (std::size_t i = 2; i < sound.size(); ++i)
                 sound[i] = keep * sound[i - 2] + (1.0f - keep) * sound[i];
         EXPECT_EQ(edge_of(sound, rate), std::nullopt) << rate;
+    }
+}
+
+// Wide-band sound, then sound up to 4 kHz that is far louder. Of long sound not all is looked at,
+// but all of it counts.
+TEST(BandLimit, OfLongSoundIsThatOfAllOfIt)
+{
+    const auto seconds = [](std::size_t count, int rate) {
+        return 2 * count * static_cast<std::size_t>(rate);
+    };
+    const std::vector<float> low = noise(seconds(40, 8000), 0.4f);
+    const std::vector<float> limited =
+        Resampler(8000, 16000).process(low.data(), low.size() / 2, true);
+    const struct {
+        std::size_t wide, limited; // seconds
+        bool is_settled;
+        int edge;
+    } cases[] = {
+        {28, 0, false, 0}, {32, 0, true, 0},      {0, 40, false, 4000},
+        {28, 6, false, 0}, {28, 12, false, 4000},
+    };
+    for (const auto &c : cases) {
+        std::vector<float> sound = noise(seconds(c.wide, 16000), 0.004f);
+        sound.insert(sound.end(), limited.begin(),
+                     limited.begin() + static_cast<std::ptrdiff_t>(seconds(c.limited, 16000)));
+        BandLimit limit(16000);
+        hear(limit, sound);
+        EXPECT_EQ(limit.is_settled(), c.is_settled) << c.wide << ' ' << c.limited;
+        EXPECT_EQ(limit.edge().value_or(0), c.edge) << c.wide << ' ' << c.limited;
     }
 }
 

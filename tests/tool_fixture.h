@@ -31,6 +31,23 @@ inline void write_audio(const char *path, int rate, int channels, const Samples 
     ASSERT_EQ(file.write(samples.data(), count), count) << path;
 }
 
+// Stands before a command of the tool: sends it the signal as soon as the shell finds the condition
+// true. No test waits for a time in which the tool "should have" started.
+inline std::string signal_when(const std::string &condition, const std::string &signal)
+{
+    return "echo $$ >pid; (until " + condition +
+           " >/dev/null; do sleep 0.02; kill -0 $(cat pid) || exit; done; kill -" + signal +
+           " $(cat pid)) 2>/dev/null & exec";
+}
+
+// The same, with a pipe `sound` that holds what FEED prints. The signal comes when the tool has
+// read that but for the last 64 KiB.
+inline std::string signal_after(const std::string &feed, const std::string &signal)
+{
+    return "rm -f sound; mkfifo sound; echo $$ >pid; (" + feed + "; kill -" + signal +
+           " $(cat pid)) >sound 2>/dev/null & exec";
+}
+
 // Every test has a directory of its own; what the tool says is in the files out and err.
 struct Tool : ::testing::Test {
     const fs::path previous = fs::current_path();

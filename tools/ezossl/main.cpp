@@ -3,7 +3,8 @@
 // exit status. The commands are in commands/commands.h.
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <iterator>
 #include <new>
@@ -23,8 +24,8 @@
 
 namespace {
 
-// Without a command, files are tracked. What looks like the name of a file counts as one, so that
-// the refusal of a misspelt name is about the file.
+// Without a command, the tool tracks files. An argument that looks like a file name counts as one,
+// so that a misspelt name is refused as a missing file.
 bool is_file_name(const std::string &argument)
 {
     std::error_code ignored;
@@ -33,12 +34,30 @@ bool is_file_name(const std::string &argument)
                                             std::filesystem::exists(argument, ignored)));
 }
 
-// "--on-change 5" means "--on-change=5". An argument that does not look like a number is an input.
-void join_on_change(std::vector<std::string> &arguments)
+bool is_number(const std::string &argument)
 {
-    const auto option = std::find(arguments.begin(), arguments.end(), "--on-change");
-    if (option == arguments.end() || option + 1 == arguments.end() ||
-        (option + 1)->find_first_not_of("-.0123456789") != std::string::npos)
+    return argument.find_first_not_of("-.0123456789") == std::string::npos;
+}
+
+bool is_address(const std::string &argument)
+{
+    std::error_code ignored; // such as that of a name that is too long
+    return is_number(argument) ||
+           (argument.find(':') != std::string::npos && !std::filesystem::exists(argument, ignored));
+}
+
+// Options that may stand without a value. "--on-change 5" means "--on-change=5"; an argument that
+// does not look like a value is an input.
+struct OptionalValue {
+    const char *option;
+    bool (*is_value)(const std::string &argument);
+};
+constexpr OptionalValue kOptionalValues[] = {{"--on-change", is_number}, {"--serve", is_address}};
+
+void join_value(std::vector<std::string> &arguments, const OptionalValue &row)
+{
+    const auto option = std::find(arguments.begin(), arguments.end(), row.option);
+    if (option == arguments.end() || option + 1 == arguments.end() || !row.is_value(*(option + 1)))
         return;
     *option += "=" + *(option + 1);
     arguments.erase(option + 1);
@@ -66,16 +85,20 @@ std::vector<std::string> command_line(int argc, char **argv)
 {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     complete_command(arguments);
-    join_on_change(arguments);
+    for (const OptionalValue &row : kOptionalValues)
+        join_value(arguments, row);
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
     return arguments;
 }
 
-// Help and version go to the output, refusals to standard error.
+// Help and version go to the output, refusals to standard error. They repeat what the user wrote,
+// which may command a terminal.
 int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
 {
     std::ostringstream text;
-    const int status = app.exit(reason, text, std::cerr);
+    std::ostringstream refusal;
+    const int status = app.exit(reason, text, refusal);
+    std::fputs(printable(refusal.str()).c_str(), stderr);
     output.print("%s", text.str().c_str());
     output.finish();
     return status == 0 ? kDone : kUsage;
@@ -96,39 +119,51 @@ ParsedCommand add_command(CLI::App &app, const Command &command)
     return {parser, std::move(run)};
 }
 
-int run(int argc, char **argv, DataOutput &output)
-{
-    CLI::App app("Finds the direction of sound with two microphones.", "ezossl");
-    app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
-    set_parser_texts(app);
-    app.require_subcommand(0, 1); // a missing one is refused below, after wrong options
-    app.fallthrough();            // -v may stand behind the command
-    bool verbose = false;
-    app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
+struct CommandLine {
+    CLI::App app{"Finds the direction of sound with two microphones.", "ezossl"};
     std::vector<ParsedCommand> commands;
-    for (const Command &command : kCommands)
-        commands.push_back(add_command(app, command));
-    // Set last, as commands that are added later would inherit it.
-    app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
+    bool verbose = false;
 
-    try {
+    CommandLine()
+    {
+        app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
+        set_parser_texts(app);
+        app.require_subcommand(0, 1); // a missing one is refused below, after wrong options
+        app.fallthrough();            // -v may stand behind the command
+        app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
+        for (const Command &command : kCommands)
+            commands.push_back(add_command(app, command));
+        // Set last, as commands that are added later would inherit it.
+        app.footer("`ezossl FILE ...` is short for `ezossl track FILE ...`.");
+    }
+
+    void parse(int argc, char **argv)
+    {
         app.parse(command_line(argc, argv));
         if (app.get_subcommands().empty())
-            throw CLI::RequiredError("A command");
-    } catch (const CLI::ParseError &reason) {
-        return end_of_parsing(app, reason, output);
+            throw CLI::RequiredError("COMMAND");
     }
-    show_library_messages(verbose);
-    show_alsa_messages(verbose);
-    for (const ParsedCommand &command : commands) {
+};
+
+int run(int argc, char **argv, DataOutput &output)
+{
+    CommandLine line;
+    try {
+        line.parse(argc, argv);
+    } catch (const CLI::ParseError &reason) {
+        return end_of_parsing(line.app, reason, output);
+    }
+    show_library_messages(line.verbose);
+    show_alsa_messages(line.verbose);
+    for (const ParsedCommand &command : line.commands) {
         if (command.parser->parsed())
             command.run(output);
     }
     return kDone;
 }
 
-// A descriptor that the caller closed would be given to the first file that is opened, which would
-// then get messages.
+// If the caller closed a standard descriptor, the first file that is opened would get its number,
+// and then messages.
 void open_standard_descriptors()
 {
     int descriptor = 0;
@@ -139,24 +174,27 @@ void open_standard_descriptors()
         close(descriptor);
 }
 
+// The parser of the command line also needs memory where it lets no exception pass.
+[[noreturn]] void end_despite_exception()
+{
+    try {
+        if (std::current_exception())
+            throw;
+    } catch (const std::bad_alloc &) {
+        std::_Exit(fail_without_memory());
+    } catch (...) { // is a fault of this program
+    }
+    std::abort();
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    std::set_terminate(end_despite_exception);
     open_standard_descriptors();
-    try {
+    return exit_status_of([&] {
         DataOutput output;
         return run(argc, argv, output);
-    } catch (const EndWith &end) {
-        return end.status;
-    } catch (const UsageFailure &failure) {
-        note(failure.what());
-        return kUsage;
-    } catch (const std::bad_alloc &) {
-        std::fprintf(stderr, "ezossl: not enough memory\n");
-        return kError;
-    } catch (const std::exception &failure) {
-        note(failure.what());
-        return kError;
-    }
+    });
 }

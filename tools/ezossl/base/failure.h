@@ -4,6 +4,7 @@
 #ifndef EZOSSL_TOOL_FAILURE_H
 #define EZOSSL_TOOL_FAILURE_H
 
+#include <functional>
 #include <stdexcept>
 
 enum ExitStatus { kDone = 0, kError = 1, kUsage = 2, kInterrupted = 130 };
@@ -19,14 +20,25 @@ struct UsageFailure : Failure {
     using Failure::Failure;
 };
 
-// An input that fails in the middle: what was made of it so far is not whole.
+// An input cannot be read to its end, so the output that was made from it is incomplete.
 struct ReadFailure : Failure {
     using Failure::Failure;
 };
 
-// Ends the program without a message, because all has been said.
+// An output that cannot be written: what is written after that would not be whole.
+struct WriteFailure : Failure {
+    using Failure::Failure;
+};
+
+// Ends the program without a further message.
 struct EndWith {
     int status;
 };
+
+// Tells the user, and gives the exit status.
+int fail_without_memory();
+
+// The result of the work, or the exit status of what it throws, once the user was told why.
+int exit_status_of(const std::function<int()> &work);
 
 #endif

@@ -28,21 +28,33 @@ extern "C" void count_interrupt(int)
     errno = saved;
 }
 
-} // namespace
-
-void watch_for_interrupts()
+void handle_interrupts(void (*handler)(int))
 {
-    nowhere = open("/dev/null", O_RDONLY | O_CLOEXEC);
     struct sigaction action = {};
-    action.sa_handler = count_interrupt; // without SA_RESTART, so that blocked calls return
+    action.sa_handler = handler; // without SA_RESTART, so that blocked calls return
     for (const int signal : {SIGINT, SIGTERM})
         sigaction(signal, &action, nullptr);
     struct sigaction previous = {};
     sigaction(SIGHUP, nullptr, &previous);
     if (previous.sa_handler != SIG_IGN) // under nohup the program outlives its terminal
         sigaction(SIGHUP, &action, nullptr);
+}
+
+} // namespace
+
+void watch_for_interrupts()
+{
+    nowhere = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    handle_interrupts(count_interrupt);
+    struct sigaction action = {};
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr); // of a file that may not grow any more
+}
+
+void stop_watching_for_interrupts()
+{
+    handle_interrupts(SIG_DFL);
 }
 
 int interrupts()

@@ -6,8 +6,11 @@
 #define EZOSSL_TOOL_INTERRUPT_H
 
 // From now on the signals that ask the program to end are counted, and a reader that goes away
-// shows as a write error.
+// or a file that may not grow shows as a write error.
 void watch_for_interrupts();
+
+// From now on they end the program at once: in a process of which nothing is left then.
+void stop_watching_for_interrupts();
 
 // Signals so far.
 int interrupts();

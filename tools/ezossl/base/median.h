@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// median.h - the median of a handful of values. (A Summary counts its angles instead, to take as
-// little memory for a day as for a minute.)
+// median.h - the median of a few values. (Summary counts its angles instead, so that a day takes no
+// more memory than a minute.)
 
 #ifndef EZOSSL_TOOL_MEDIAN_H
 #define EZOSSL_TOOL_MEDIAN_H
@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <vector>
 
-// Of an even number of values the mean of the two in the middle; 0 of none.
+// For an even number of values, the mean of the two in the middle; 0 if there are none.
 inline double median(std::vector<double> values)
 {
     if (values.empty())

@@ -10,7 +10,8 @@
 
 #include <kiss_fftr.h>
 
-// Of an even length; a spectrum has length / 2 + 1 bins. There and back multiplies by the length.
+// The length is even; a spectrum has length / 2 + 1 bins. A forward and then an inverse transform
+// multiply the samples by the length.
 class RealTransform
 {
 public:

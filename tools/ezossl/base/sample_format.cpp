@@ -9,18 +9,42 @@
 namespace {
 
 constexpr float kFullScale = 32768.0f;
+constexpr std::size_t kPiece = 512; // samples
+
+int16_t rounded(float scaled)
+{
+    return static_cast<int16_t>(scaled + std::copysign(0.5f, scaled));
+}
+
+bool fits(float sample)
+{
+    return std::fabs(sample) < 1.0f - 0.5f / kFullScale;
+}
+
+// Compilers make both loops over samples that fit handle several at once, but not the other one.
+std::size_t convert(const float *from, int16_t *to, std::size_t count)
+{
+    if (std::count_if(from, from + count, fits) == static_cast<std::ptrdiff_t>(count)) {
+        std::transform(from, from + count, to, [](float x) { return rounded(x * kFullScale); });
+        return 0;
+    }
+    std::size_t clamped = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float scaled = from[i] * kFullScale;
+        const float limited = std::min(std::max(scaled, -kFullScale), kFullScale - 1.0f);
+        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
+        to[i] = rounded(limited);
+    }
+    return clamped;
+}
 
 } // namespace
 
 std::size_t to_int16(const float *from, int16_t *to, std::size_t count)
 {
     std::size_t clamped = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const float scaled = from[i] * kFullScale;
-        const float limited = std::min(std::max(scaled, -kFullScale), kFullScale - 1.0f);
-        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
-        to[i] = static_cast<int16_t>(limited + std::copysign(0.5f, limited));
-    }
+    for (std::size_t done = 0; done < count; done += kPiece)
+        clamped += convert(from + done, to + done, std::min(kPiece, count - done));
     return clamped;
 }
 

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Rounds to the nearest of 16 bits. Samples beyond full scale are clamped; the result is their
-// count.
+// Rounds to the nearest 16-bit value, and clamps samples beyond full scale. Returns how many were
+// clamped.
 std::size_t to_int16(const float *from, int16_t *to, std::size_t count);
 
 // Exact.

@@ -21,7 +21,7 @@ std::string format_text(const char *format, ...)
     return text;
 }
 
-std::string counted(long count, const char *thing)
+std::string counted(int64_t count, const char *thing)
 {
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
 }

@@ -5,22 +5,23 @@
 #define EZOSSL_TOOL_TEXT_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 std::string format_text(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 // "1 block", "2 blocks"
-std::string counted(long count, const char *thing);
+std::string counted(int64_t count, const char *thing);
 
 // Breaks text between words into lines of at most kTextWidth columns. The first line starts at
 // column `indent`; the others are indented to it.
 constexpr std::size_t kTextWidth = 79;
 std::string wrapped(const std::string &text, std::size_t indent);
 
-// With ? for what would command a terminal, such as an escape sequence in the name of a file.
+// Replaces characters that control a terminal by ?, such as an escape sequence in a file name.
 std::string printable(const std::string &text);
 
-// Prints a line on standard error after the name of the program, which goes on.
+// Prints a line on standard error, with the program's name before it. The program continues.
 void note(const std::string &text);
 
 #endif

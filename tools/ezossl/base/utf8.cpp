@@ -19,7 +19,7 @@ unsigned sequence_length(unsigned char lead)
     return lead >= 0xF0 && lead < 0xF5 ? 4 : kNoLead;
 }
 
-// Not a longer form of another character, no half of a pair, and not beyond the last.
+// False for overlong forms, surrogates, and values beyond U+10FFFF.
 bool is_code_point(char32_t code, unsigned length)
 {
     if (length == 3)

@@ -11,7 +11,6 @@
 #include "commands/tracking_options.h"
 #include "diagnosis/diagnosis.h"
 #include "input/alsa_capture.h"
-#include "input/band_limit.h"
 #include "input/device_stream.h"
 #include "input/file_part.h"
 
@@ -31,18 +30,11 @@ struct CheckArguments {
     bool is_live() const { return live_seconds > 0.0; }
 };
 
-// A file that has no sound in its upper band is analysed at a lower rate.
-std::unique_ptr<FrameSource> open_source(const CheckArguments &options,
-                                         std::optional<int> &band_limit)
+std::unique_ptr<FrameSource> open_source(const CheckArguments &options)
 {
-    InputSettings settings = options.tracking.input;
-    if (!options.is_live()) {
-        const FilePart part = {options.input, std::nullopt, 0.0, kLongestSeconds};
-        band_limit = band_limit_of(part, settings);
-        if (band_limit)
-            settings.rate = rate_for_edge(*band_limit);
-        return open_part(part, settings);
-    }
+    const InputSettings &settings = options.tracking.input;
+    if (!options.is_live())
+        return open_part({options.input, std::nullopt, 0.0, kLongestSeconds}, settings);
     watch_for_interrupts();
     auto source = std::make_unique<FrameSource>(
         std::make_unique<DeviceStream>(options.device, capture_rate(settings.rate),
@@ -57,7 +49,7 @@ void note_what_is_missing(const FrameSource &source)
     const std::string remark = source.length_remark();
     if (!remark.empty())
         note(remark);
-    if (const long places = source.stream().lost().places(); places > 0)
+    if (const int64_t places = source.stream().lost().places(); places > 0)
         note(source.stream().name() + ": sound is missing in " + counted(places, "place") +
              ", which may pass for a fault; check again");
 }
@@ -104,8 +96,7 @@ void check(const CheckArguments &options, DataOutput &output)
     const bool is_live = options.is_live();
     if (is_live != options.input.empty())
         throw UsageFailure("give either a sound file or --live SECONDS");
-    std::optional<int> band_limit;
-    const std::unique_ptr<FrameSource> opened = open_source(options, band_limit);
+    const std::unique_ptr<FrameSource> opened = open_source(options);
     FrameSource &source = *opened;
     const std::vector<int16_t> samples = source.read_all();
     if (interrupts() > 0)
@@ -122,7 +113,7 @@ void check(const CheckArguments &options, DataOutput &output)
                                                    options.gate_db,
                                                    {microphones[0] + 1, microphones[1] + 1},
                                                    !source.stream().encoding_remark().empty(),
-                                                   band_limit.value_or(0)});
+                                                   source.band_limit().value_or(0)});
     print_measurements(source, is_cut, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
@@ -137,9 +128,9 @@ RunCommand add_check(CLI::App &parser)
     const auto options = std::make_shared<CheckArguments>();
     TrackingOptions &tracking = options->tracking;
     parser
-        .add_option("INPUT", options->input,
+        .add_option("FILE", options->input,
                     "Sound file; microphone 0 is the first channel. - is standard input")
-        ->type_name("FILE");
+        ->type_name("");
     CLI::Option *const live =
         parser
             .add_option("--live", options->live_seconds,

@@ -28,30 +28,49 @@ struct Command {
     const char *name;
     const char *description;
     RunCommand (*add)(CLI::App &parser);
-    const char *examples; // the end of its help: what is typed first
+    const char *usages[2]; // what follows its name, in one way or two; nullptr ends them
+    const char *examples;  // the end of its help: what is typed first
 };
 
 // In the order of the help.
 constexpr Command kCommands[] = {
-    {"track", "Print the direction of the sound in two-channel files", add_track,
+    {"track",
+     "Print the direction of the sound in two-channel files",
+     add_track,
+     {"-s LENGTH [OPTIONS] FILE..."},
      "  ezossl track talk.wav -s 5.8cm\n"
      "  ezossl track talk.flac -s 58mm -r 16000 -f csv -o talk.csv --plot talk.svg\n"},
-    {"live", "Print the direction of the sound at two microphones until Ctrl-C", add_live,
+    {"live",
+     "Print the direction of the sound at two microphones until Ctrl-C",
+     add_live,
+     {"-s LENGTH [OPTIONS]", "--list"},
      "  ezossl live -s 5.8cm\n"
      "  ezossl live -D hw:1,0 -s 5.8cm -d 60 --record bench.wav --on-change 5\n"},
-    {"check", "Tell whether a recording or a device is usable and, if not, what is wrong",
+    {"check",
+     "Tell whether a recording or a device is usable and, if not, what is wrong",
      add_check,
+     {"-s LENGTH [OPTIONS] FILE", "-s LENGTH [OPTIONS] --live SEC"},
      "  ezossl check talk.wav -s 5.8cm\n"
      "  ezossl check --live 10 -D hw:1,0 -s 5.8cm\n"},
-    {"simulate", "Make a two-channel file with a known direction", add_simulate,
+    {"simulate",
+     "Make a two-channel file with a known direction",
+     add_simulate,
+     {"-a DEG[,DEG...] -s LENGTH -o FILE [OPTIONS]", "-w DEG,DEG -s LENGTH -o FILE [OPTIONS]"},
      "  ezossl simulate --angle -30 -s 5.8cm -o x.wav\n"
-     "  ezossl simulate -i voice.wav --walk -60,60 -s 5.8cm -r 16000 --snr 20 -o x.wav\n"},
-    {"geometry", "Show what a pair of microphones can resolve", add_geometry,
+     "  ezossl simulate -i voice.wav --walk -60,60 -s 5.8cm -r 16000 --snr 20 -o x.wav\n"
+     "  ezossl simulate --angle 45 -s 5.8cm -o - | ezossl track -s 5.8cm -\n"},
+    {"geometry",
+     "Show what a pair of microphones can resolve",
+     add_geometry,
+     {"-s LENGTH [OPTIONS]"},
      "  ezossl geometry -s 5.8cm\n"
      "  ezossl geometry -s 12cm -r 16000 -t 35\n"},
-    {"demo", "Show the library at work on a simulated sound; needs no file and no microphone",
+    {"demo",
+     "Show the library at work on a simulated sound; needs no file and no microphone",
      add_demo,
+     {"[OPTIONS]"},
      "  ezossl demo\n"
+     "  ezossl demo --serve               # and as a dial in the browser, until Ctrl-C\n"
      "  ezossl demo | cat                 # at full speed, as into a file\n"},
 };
 

@@ -43,7 +43,7 @@ public:
 
 private:
     const Report &report_;
-    long blocks_ = 0; // when there was no interrupt yet
+    int64_t blocks_ = 0; // when there was no interrupt yet
 };
 
 void track_device(FrameSource &source, TrackingRun &run, const Report &report)
@@ -57,8 +57,8 @@ void track_device(FrameSource &source, TrackingRun &run, const Report &report)
 void listen(const LiveArguments &options, DataOutput &output)
 {
     TrackingOptions tracking = options.tracking;
-    tracking.live = true;
-    tracking.check({}, options.recording);
+    tracking.report.live = true;
+    tracking.check({});
     watch_for_interrupts();
     auto stream = std::make_unique<DeviceStream>(options.device, capture_rate(tracking.input.rate),
                                                  tracking.input.channels.fewest());
@@ -67,11 +67,11 @@ void listen(const LiveArguments &options, DataOutput &output)
     source.pairs().end_with_interrupts(2);
     if (options.seconds > 0.0)
         source.pairs().end_after(options.seconds);
-    if (!tracking.quiet)
+    if (!tracking.report.quiet)
         for (const std::string &remark : source.opening_remarks())
             note(remark);
 
-    Report report(tracking, output, true, false);
+    const std::unique_ptr<Dial> dial = tracking.open_dial();
     std::optional<SoundWriter> recording;
     if (!options.recording.empty()) {
         recording.emplace(options.recording, device.rate(), device.channels(),
@@ -80,7 +80,9 @@ void listen(const LiveArguments &options, DataOutput &output)
             recording->write(samples, count);
         });
     }
-    TrackingRun run(tracking, source, std::nullopt, report);
+    // Last, as its output may replace a file.
+    Report report(tracking.report, output, true, false, dial.get());
+    TrackingRun run(tracking, source, report);
     std::exception_ptr failure; // what was heard before is worth as much without the rest
     try {
         track_device(source, run, report);

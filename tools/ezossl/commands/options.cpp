@@ -4,6 +4,7 @@
 #include "commands/options.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "base/failure.h"
 #include "base/units.h"
@@ -35,8 +36,21 @@ void add_channels_option(CLI::App &parser, ChannelChoice &choice)
         .add_option_function<std::string>(
             "-c,--channels",
             [&choice](const std::string &text) { choice.channels = parse_channels(text); },
-            "Channels of microphone 0 and 1, the first is 1 (default: 1,2 of two)")
+            "Channels of microphones 0 and 1, counted from 1 (default: 1,2 if there are two)")
         ->type_name("A,B");
+}
+
+void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::string> &outputs)
+{
+    for (const std::string &output : outputs) {
+        const auto is_same = [&output](const std::string &input) {
+            std::error_code none_if_missing;
+            return std::filesystem::equivalent(input, output, none_if_missing);
+        };
+        if (std::any_of(inputs.begin(), inputs.end(), is_same))
+            throw UsageFailure(output +
+                               ": is an input and would be overwritten; choose another name");
+    }
 }
 
 CLI::Validator limits(double low, double high, const std::string &unit)

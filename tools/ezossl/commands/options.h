@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// options.h - what several commands have in common on the command line.
+// options.h - the options that several commands share.
 
 #ifndef EZOSSL_TOOL_OPTIONS_H
 #define EZOSSL_TOOL_OPTIONS_H
@@ -22,6 +22,9 @@ struct ArrayOptions {
 
 // -c, the channels of the microphones.
 void add_channels_option(CLI::App &parser, ChannelChoice &choice);
+
+// Refuses an output that is an input and would replace it.
+void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::string> &outputs);
 
 // Refuses a number outside low ... high and says so with the unit.
 CLI::Validator limits(double low, double high, const std::string &unit);

@@ -3,11 +3,14 @@
 
 #include "commands/parser_texts.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "base/text.h"
+#include "commands/commands.h"
 
 namespace {
 
@@ -21,6 +24,21 @@ public:
         // Without the value of a flag that may take one: it shows in the description.
         return entry(name.substr(0, name.find('{')) + make_option_opts(option),
                      option->get_description());
+    }
+    std::string make_usage(const CLI::App *app, std::string /*name*/) const override
+    {
+        const Command *const command =
+            std::find_if(std::begin(kCommands), std::end(kCommands),
+                         [app](const Command &row) { return row.name == app->get_name(); });
+        if (command == std::end(kCommands))
+            return "Usage: ezossl COMMAND [OPTIONS]\n       ezossl FILE... -s LENGTH [OPTIONS]\n";
+        std::string text;
+        for (const char *const usage : command->usages) {
+            if (usage != nullptr)
+                text += std::string(text.empty() ? "Usage: " : "       ") + "ezossl " +
+                        command->name + ' ' + usage + '\n';
+        }
+        return text;
     }
     std::string make_subcommand(const CLI::App *command) const override
     {
@@ -45,11 +63,13 @@ std::string sentence_of(const CLI::App &app, const CLI::Error &error)
         const std::string extras = CLI::detail::join(app.remaining(true), " ");
         return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
                                                    "'; try: ezossl FILE -s 5.8cm"
-                                             : "unexpected: " + extras;
+                                             : "unknown option or argument: " + extras;
     }
     std::string text = error.what();
     if (text == "--spacing is required")
         return text + ": the distance between the microphones, for example -s 5.8cm";
+    if (text == "COMMAND is required" || text == "FILE is required")
+        return "give a sound file, for example: ezossl talk.wav -s 5.8cm";
     const std::string no_conversion = "Could not convert: ";
     if (text.rfind(no_conversion, 0) == 0)
         return text.substr(no_conversion.size()) + " is not a whole number";

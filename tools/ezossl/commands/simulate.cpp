@@ -54,13 +54,12 @@ struct SimulateArguments {
             result.push_back({angle, angle});
         return result;
     }
+    // There is no place beside a pipe or a device.
     std::string truth_path() const
     {
-        if (no_truth)
-            return "";
-        return truth.empty()
-                   ? std::filesystem::path(output).replace_extension(".truth.csv").string()
-                   : truth;
+        if (no_truth || !truth.empty() || is_stream(output))
+            return truth;
+        return std::filesystem::path(output).replace_extension(".truth.csv").string();
     }
 };
 
@@ -96,6 +95,7 @@ void check_length(const SimulateArguments &options, std::size_t source_length, s
 void write_truth(PendingFile &file, const std::vector<Placement> &placements, double seconds)
 {
     std::ostringstream stream;
+    stream.exceptions(std::ios::badbit); // or without memory it would keep its first part
     stream.precision(9);
     stream << "t_start,t_end,angle_deg\n";
     for (std::size_t i = 0; i < placements.size(); i++) {
@@ -111,27 +111,12 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
     file.sync();
 }
 
-// Refuses outputs that would take the place of the input, or of each other.
-void check_names(const SimulateArguments &options)
-{
-    const std::string truth = options.truth_path();
-    std::error_code ignored; // of names that do not exist
-    const auto whole = [&ignored](const std::string &name) {
-        return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
-    };
-    if (!truth.empty() && whole(truth) == whole(options.output))
-        throw Failure(options.output +
-                      ": is the name of both the scene and the true angles; give two names");
-    for (const std::string &name : {options.output, truth}) {
-        if (!options.input.empty() && std::filesystem::equivalent(name, options.input, ignored))
-            throw Failure(name + ": is the input and would be overwritten; choose another name");
-    }
-}
-
 void report(const SimulateArguments &options, const SceneSettings &settings, double seconds)
 {
-    std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:", options.output.c_str(),
-                 seconds, options.rate, options.snr_db);
+    const bool is_named = !is_standard_output(options.output);
+    std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:",
+                 is_named ? options.output.c_str() : "standard output", seconds, options.rate,
+                 options.snr_db);
     const char *separator = "";
     const std::vector<double> &angles = options.walk.empty() ? options.angles : options.walk;
     for (const double angle : angles) {
@@ -152,16 +137,19 @@ SceneSettings scene_settings(const SimulateArguments &options)
     return settings;
 }
 
-void simulate(const SimulateArguments &options)
+void simulate(const SimulateArguments &options, const DataOutput &standard_output)
 {
     if (options.angles.empty() == options.walk.empty())
         throw UsageFailure("give the direction of the sound: either --angle -30 or --walk -90,90");
+    if (is_standard_output(options.output) && standard_output.is_terminal())
+        throw UsageFailure("standard output is a terminal; pipe the scene into a program, or name "
+                           "a file");
     watch_for_interrupts();
-    check_names(options);
-    SoundWriter output(options.output, options.rate, EZOSSL_MIC_COUNT,
-                       SoundWriter::Length::bounded);
-    std::optional<PendingFile> truth;
     const std::string truth_path = options.truth_path();
+    keep_inputs({options.input}, {options.output, truth_path});
+    SoundWriter output(options.output, options.rate, EZOSSL_MIC_COUNT, SoundWriter::Length::bounded,
+                       standard_output.descriptor());
+    std::optional<PendingFile> truth;
     if (!truth_path.empty())
         truth.emplace(truth_path);
 
@@ -269,15 +257,18 @@ RunCommand add_simulate(CLI::App &parser)
     add_source_options(parser, *options);
     options->array.add_to(parser);
     add_room_options(parser, *options);
-    parser.add_option("-o,--output", options->output, "16-bit WAV or .flac file to write")
+    parser
+        .add_option("-o,--output", options->output,
+                    "16-bit WAV or .flac file to write; - is standard output")
         ->type_name("FILE")
         ->required();
     auto *const truth =
         parser
             .add_option("--truth", options->truth,
-                        "CSV file for the true angles (default: the output's name with .truth.csv)")
+                        "CSV file for the true angles (default: the output's name with .truth.csv; "
+                        "none for a pipe or a device)")
             ->type_name("FILE");
     parser.add_flag("--no-truth", options->no_truth, "Do not write the true angles")
         ->excludes(truth);
-    return [options](DataOutput &) { simulate(*options); };
+    return [options](const DataOutput &output) { simulate(*options, output); };
 }

@@ -9,6 +9,7 @@
 #include "base/interrupt.h"
 #include "base/text.h"
 #include "commands/commands.h"
+#include "commands/parallel_inputs.h"
 #include "commands/tracking_options.h"
 #include "commands/tracking_run.h"
 #include "input/file_part.h"
@@ -28,25 +29,29 @@ struct TrackArguments {
     bool raw = false;
     int raw_rate = kBestRate;
     int raw_channels = EZOSSL_MIC_COUNT;
+    int jobs = 0; // files at a time; 0 is one for each processor
 
     void remark(const std::string &text) const
     {
-        if (!tracking.quiet && !text.empty())
+        if (!tracking.report.quiet && !text.empty())
             note(text);
     }
 };
 
-void feed(FrameSource &source, TrackingRun &run, bool is_quiet)
+void feed(FrameSource &source, TrackingRun &run, bool has_progress)
 {
     const std::optional<int64_t> length = source.stream().length();
     std::optional<double> seconds;
     if (length)
         seconds = static_cast<double>(*length) / source.stream().rate();
-    Progress progress(source.stream().name(), seconds, is_quiet);
+    Progress progress(has_progress);
     Frame frame;
     while (source.read(frame)) {
         run.add(frame);
-        progress.show(source.pairs().seconds());
+        if (progress.is_due())
+            progress.show(format_text("%s: %.0f s", source.stream().name().c_str(),
+                                      source.pairs().seconds()) +
+                          (seconds ? format_text(" of %.0f s", *seconds) : std::string()));
     }
 }
 
@@ -66,7 +71,7 @@ void feed(FrameSource &source, TrackingRun &run, bool is_quiet)
                                   const Report &report)
 {
     std::string text = format_text("interrupted at %.1f s", seconds);
-    const std::string &output = options.tracking.output;
+    const std::string &output = options.tracking.report.output;
     if (!output.empty())
         text += "; " + output + " was not written";
     note(text);
@@ -79,18 +84,11 @@ void track_input(const TrackArguments &options, const std::string &input, Report
     FilePart part = {input, std::nullopt, options.start, options.duration};
     if (options.raw)
         part.raw = RawFormat{options.raw_rate, options.raw_channels};
-    InputSettings settings = options.tracking.input;
-    const std::optional<int> band_limit = band_limit_of(part, settings);
-    if (band_limit) {
-        settings.rate = rate_for_edge(*band_limit);
-        options.remark(format_text("%s: %s: analysed at %d Hz", input.c_str(),
-                                   band_limit_text(*band_limit).c_str(), settings.rate));
-    }
-    const std::unique_ptr<FrameSource> source = open_part(part, settings);
+    const std::unique_ptr<FrameSource> source = open_part(part, options.tracking.input);
     for (const std::string &remark : source->opening_remarks())
         options.remark(remark);
-    TrackingRun run(options.tracking, *source, band_limit, report);
-    feed(*source, run, options.tracking.quiet);
+    TrackingRun run(options.tracking, *source, report);
+    feed(*source, run, !options.tracking.report.quiet && !report.is_on_terminal());
     if (interrupts() > 0)
         end_interrupted(options, source->pairs().seconds(), report);
     if (source->read_pairs() > 0)
@@ -100,14 +98,12 @@ void track_input(const TrackArguments &options, const std::string &input, Report
     run.finish();
 }
 
-// An input that is refused does not stop the others.
-void track(const TrackArguments &options, DataOutput &output)
+// One after the other, each block as soon as it is known. An input that is refused does not stop
+// the others.
+void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_live)
 {
-    options.tracking.check(options.inputs);
-    watch_for_interrupts();
-    // The writer of the pipe may be live.
-    const auto pipes = std::count(options.inputs.begin(), options.inputs.end(), "-");
-    Report report(options.tracking, output, pipes > 0, options.inputs.size() > 1);
+    const std::unique_ptr<Dial> dial = options.tracking.open_dial();
+    Report report(options.tracking.report, output, is_live, options.inputs.size() > 1, dial.get());
     std::size_t done = 0;
     int status = kDone;
     for (const std::string &input : options.inputs) {
@@ -116,6 +112,8 @@ void track(const TrackArguments &options, DataOutput &output)
             done++;
         } catch (const ReadFailure &) {
             throw; // its first blocks are among the output
+        } catch (const WriteFailure &) {
+            throw;
         } catch (const UsageFailure &failure) {
             note(failure.what());
             status = kUsage;
@@ -132,18 +130,61 @@ void track(const TrackArguments &options, DataOutput &output)
         throw EndWith{status};
 }
 
+void track_in_parallel(const TrackArguments &options, DataOutput &output)
+{
+    const ReportSettings &settings = options.tracking.report;
+    if (!settings.output.empty())
+        output.redirect(settings.output);
+    TrackArguments of_worker = options;
+    of_worker.tracking.report.output.clear();
+    const auto track_one = [&](const std::string &input) {
+        Report report(of_worker.tracking.report, output, false, true);
+        track_input(of_worker, input, report);
+    };
+    std::size_t done = 0;
+    const int status =
+        ParallelInputs{options.inputs, options.jobs, settings.format->has_header, settings.quiet}
+            .run(output, track_one, done);
+    if (done > 0)
+        output.finish();
+    if (status != kDone)
+        throw EndWith{status};
+}
+
+bool has_pipe(const std::vector<std::string> &inputs)
+{
+    return std::find(inputs.begin(), inputs.end(), "-") != inputs.end();
+}
+
+void track(const TrackArguments &options, DataOutput &output)
+{
+    options.tracking.check(options.inputs);
+    watch_for_interrupts();
+    // The writer of the pipe may be live.
+    const bool is_live = has_pipe(options.inputs) || options.tracking.report.realtime;
+    if (options.inputs.size() == 1 || is_live)
+        track_in_turn(options, output, is_live);
+    else
+        track_in_parallel(options, output);
+}
+
 } // namespace
 
 RunCommand add_track(CLI::App &parser)
 {
     const auto options = std::make_shared<TrackArguments>();
     parser
-        .add_option("INPUT", options->inputs,
+        .add_option("FILE", options->inputs,
                     "Sound files: WAV, FLAC and others; microphone 0 is the first channel. - is "
                     "standard input")
-        ->type_name("FILE")
+        ->type_name("")
         ->required();
     options->tracking.add_to(parser);
+    parser
+        .add_option("-j,--jobs", options->jobs,
+                    "Files at a time (default: one for each processor); the output is the same")
+        ->check(limits(1, kMostJobs, "jobs"))
+        ->type_name("N");
     parser.add_option("--start", options->start, "Start at this second of the input")
         ->check(limits(0, kLongest, "seconds"))
         ->type_name("SEC");
@@ -163,5 +204,10 @@ RunCommand add_track(CLI::App &parser)
         ->check(limits(2, 64, "channels"))
         ->capture_default_str()
         ->needs(raw);
-    return [options](DataOutput &output) { track(*options, output); };
+    return [options](DataOutput &output) {
+        // The dial is watched. A pipe has a pace of its own.
+        if (!options->tracking.serve.empty() && !has_pipe(options->inputs))
+            options->tracking.report.realtime = true;
+        track(*options, output);
+    };
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// tracking_options.cpp - the options of `track` and `live`, and what contradicts each other.
+// tracking_options.cpp - the options of `track` and `live`, and the check that they do not
+// contradict one another.
 
 #include "commands/tracking_options.h"
 
@@ -42,8 +43,8 @@ void TrackingOptions::add_to(CLI::App &parser)
     parser.footer("A block has the direction of the last second: the narrow range of directions\n"
                   "that most frames of 128 samples point to, if 16 % of them do. So an angle lags\n"
                   "the sound by up to 0.9 s. A block without an angle states the reason.\n"
-                  "Sound is analysed at 16000 Hz, or at 8000 Hz if it has less, where most blocks\n"
-                  "of speech get an angle. How accurate angles are: docs/accuracy.md.");
+                  "Sound is analysed at 16000 Hz, where most blocks of speech get an angle, or at\n"
+                  "8000 Hz if the input has less. docs/accuracy.md tells how accurate angles are.");
 }
 
 // A level in dB, or "auto" for none.
@@ -57,8 +58,8 @@ void add_gate_option(CLI::App &parser, std::optional<int> &gate_db)
         int level = 0;
         if (!CLI::detail::lexical_cast(text, level) || level < -80 || level > 0)
             throw CLI::ValidationError("--gate", "'" + text +
-                                                     "' is not auto, nor a level of -80 ... 0 dB "
-                                                     "of full scale");
+                                                     "' is neither auto nor a level of -80 ... 0 "
+                                                     "dB of full scale");
         gate_db = level;
     };
     parser
@@ -74,8 +75,8 @@ void TrackingOptions::add_block_options(CLI::App &parser)
     CLI::Option *const frames =
         parser
             .add_option("-b,--block", block_frames,
-                        "Frames of 128 samples in a block (default: those of 0.256 s; with "
-                        "--raw-blocks 32)")
+                        "Frames of 128 samples in a block (default: as many as last 0.256 s; "
+                        "32 with --raw-blocks)")
             ->check(limits(1, kMostFrames, "frames"))
             ->type_name("FRAMES");
     parser
@@ -93,7 +94,7 @@ void TrackingOptions::add_block_options(CLI::App &parser)
             ->capture_default_str();
     parser
         .add_flag("--raw-blocks", raw_blocks,
-                  "Blocks as the library decides them, each from its own frames only")
+                  "Use the library's own blocks, each decided from its own frames only")
         ->excludes(smooth);
 }
 
@@ -105,8 +106,8 @@ void TrackingOptions::add_array_options(CLI::App &parser)
                     "Swap the microphones, which flips the sign of the angle");
     parser
         .add_option("-r,--rate", input.rate,
-                    "Analysis rate; the input is resampled to it (default: 16000, or 8000 for "
-                    "inputs of less)")
+                    "Analysis rate; the input is resampled to it (default: 16000, or 8000 if the "
+                    "input has less)")
         ->check(supported_rate())
         ->type_name("HZ");
     parser
@@ -117,69 +118,57 @@ void TrackingOptions::add_array_options(CLI::App &parser)
         ->capture_default_str();
     add_choice(
         parser, "--mode", kDelayModes, [this](const DelayModeName &row) { mode = row.mode; },
-        "vote (default) gives angles. delay shows what the time-domain mode of the library "
-        "does: both frames that it compares carry microphone 0, so it reports a constant "
-        "delay (see --per-frame) and locates nothing");
+        "vote (default) gives angles. delay shows the library's time-domain mode, which "
+        "compares microphone 0 with itself: it reports a constant delay (see --per-frame) "
+        "and no direction");
 }
 
 void TrackingOptions::add_output_options(CLI::App &parser)
 {
     add_choice(
-        parser, "-f,--format", kOutputFormats, [this](const OutputFormat &row) { format = &row; },
-        format_help());
+        parser, "-f,--format", kOutputFormats,
+        [this](const OutputFormat &row) { report.format = &row; }, format_help());
     parser
         .add_option_function<std::string>(
-            "-o,--output", [this](const std::string &name) { output = name == "-" ? "" : name; },
+            "-o,--output",
+            [this](const std::string &name) {
+                report.output = is_standard_output(name) ? "" : name;
+            },
             "Write to this file, which appears once it is complete; - is standard output")
         ->type_name("FILE");
-    parser.add_flag("--per-frame", per_frame, "Also print the delay of every frame, in samples");
+    parser.add_flag("--per-frame", report.per_frame,
+                    "Also print the delay of every frame, in samples");
     parser.add_flag(
-        "--on-change{10}", on_change,
+        "--on-change{10}", report.on_change,
         "Print only blocks whose angle differs from the last one printed by DEG (10) or "
         "more: --on-change [DEG]");
-    parser.add_option("--plot", plot, "Draw angle and level over time")->type_name("FILE.svg");
-    parser.add_option("--histogram", histogram, "Draw how often each angle was found")
+    parser.add_option("--plot", report.plot, "Draw angle and level over time")
         ->type_name("FILE.svg");
-    parser.add_flag("--realtime", realtime, "Output no faster than real time");
-    parser.add_flag("-q,--quiet", quiet, "Print errors only: no summary and no notes");
-    parser.add_flag("--no-color", no_color, "Use no colours on a terminal");
+    parser.add_option("--histogram", report.histogram, "Draw how often each angle was found")
+        ->type_name("FILE.svg");
+    add_serve_option(parser, serve);
+    parser.add_flag("--realtime", report.realtime, "Output no faster than real time");
+    parser.add_flag("-q,--quiet", report.quiet, "Print errors only: no summary and no notes");
+    parser.add_flag("--no-color", report.no_color, "Use no colours on a terminal");
 }
 
-void TrackingOptions::check(const std::vector<std::string> &inputs,
-                            const std::string &recording) const
+void TrackingOptions::check(const std::vector<std::string> &inputs) const
 {
-    if (raw_blocks && !quiet && block_frames > 0 && block_frames < kFewestFrames)
+    if (raw_blocks && !report.quiet && block_frames > 0 && block_frames < kFewestFrames)
         note(format_text("blocks of fewer than %d frames get angles from noise too; omit "
                          "--raw-blocks, or choose longer blocks",
                          kFewestFrames));
-    if (on_change < 0 || on_change > kMostDegrees)
+    if (report.on_change < 0 || report.on_change > kMostDegrees)
         throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
         throw UsageFailure("- can be given only once, as standard input can be read only once");
-    if (inputs.size() > 1 && !(plot.empty() && histogram.empty()))
+    if (inputs.size() > 1 && !(report.plot.empty() && report.histogram.empty()))
         throw UsageFailure("--plot and --histogram draw a single input; give one at a time");
-    for (const std::string &file : {plot, histogram})
+    for (const std::string &file : {report.plot, report.histogram})
         if (const auto ending = std::filesystem::path(file).extension();
             !ending.empty() && ending != ".svg")
             throw UsageFailure(file + ": figures are SVG; choose a name that ends in .svg");
-    check_outputs({output, plot, histogram, recording}, inputs);
-}
-
-void TrackingOptions::check_outputs(std::vector<std::string> outputs,
-                                    const std::vector<std::string> &inputs) const
-{
-    outputs.erase(std::remove(outputs.begin(), outputs.end(), ""), outputs.end());
-    for (const std::string &file : outputs) {
-        if (std::count(outputs.begin(), outputs.end(), file) > 1)
-            throw UsageFailure(file + ": is the name of two outputs; give each its own");
-        const auto is_same = [&file](const std::string &name) {
-            std::error_code none_if_missing;
-            return std::filesystem::equivalent(name, file, none_if_missing);
-        };
-        if (std::any_of(inputs.begin(), inputs.end(), is_same))
-            throw UsageFailure(file +
-                               ": is an input and would be overwritten; choose another name");
-    }
+    keep_inputs(inputs, {report.output, report.plot, report.histogram});
 }
 
 TrackerSettings TrackingOptions::settings(int sample_rate) const
@@ -199,4 +188,12 @@ TrackerSettings TrackingOptions::settings(int sample_rate) const
                                          gain_db};
     return {localizer, is_raw ? std::nullopt : std::optional<double>(smooth_seconds),
             is_raw ? localizer.gate_db : gate_db};
+}
+
+std::unique_ptr<Dial> TrackingOptions::open_dial() const
+{
+    WriterStyle style{};
+    style.per_frame = report.per_frame;
+    style.live = report.live;
+    return ::open_dial(serve, style, report.quiet);
 }

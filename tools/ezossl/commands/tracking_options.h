@@ -1,19 +1,22 @@
 // SPDX-License-Identifier: MIT
-// tracking_options.h - what `track` and `live` have in common on the command line.
+// tracking_options.h - the options that `track` and `live` share.
 
 #ifndef EZOSSL_TOOL_TRACKING_OPTIONS_H
 #define EZOSSL_TOOL_TRACKING_OPTIONS_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "commands/options.h"
+#include "commands/serve_option.h"
 #include "input/frame_source.h"
 #include "output/report.h"
 #include "tracking/tracker.h"
 
-struct TrackingOptions : ReportSettings {
+struct TrackingOptions {
+    ReportSettings report;
     ArrayOptions array;
     InputSettings input;
     std::optional<int> gate_db; // of full scale; none follows the noise
@@ -23,19 +26,20 @@ struct TrackingOptions : ReportSettings {
     bool raw_blocks = false; // of the library, instead of smoothed ones
     int gain_db = 0;
     DelayMode mode = DelayMode::vote;
+    std::string serve; // where the dial is; empty for none
 
     void add_to(CLI::App &parser);
-    // Refuses what only shows when all options are known, such as an output that is an input.
-    void check(const std::vector<std::string> &inputs, const std::string &recording = "") const;
+    // Refuses options that contradict one another, such as an output that is also an input.
+    void check(const std::vector<std::string> &inputs) const;
 
     TrackerSettings settings(int sample_rate) const;
+    // The dial that the user wants, if any.
+    std::unique_ptr<Dial> open_dial() const;
 
 private:
     void add_array_options(CLI::App &parser);
     void add_block_options(CLI::App &parser);
     void add_output_options(CLI::App &parser);
-    void check_outputs(std::vector<std::string> outputs,
-                       const std::vector<std::string> &inputs) const;
 };
 
 #endif

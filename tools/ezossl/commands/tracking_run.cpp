@@ -4,6 +4,10 @@
 
 #include "commands/tracking_run.h"
 
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "base/interrupt.h"
@@ -11,8 +15,7 @@
 
 namespace {
 
-DiagnosisSettings diagnosis_settings(const TrackingOptions &options, const FrameSource &source,
-                                     std::optional<int> band_limit)
+DiagnosisSettings diagnosis_settings(const TrackingOptions &options, const FrameSource &source)
 {
     const Microphones microphones = source.layout().microphone;
     return {source.rate(),
@@ -21,41 +24,53 @@ DiagnosisSettings diagnosis_settings(const TrackingOptions &options, const Frame
             options.gate_db.value_or(static_cast<int>(kLowestGateDb)),
             {microphones[0] + 1, microphones[1] + 1},
             !source.stream().encoding_remark().empty(),
-            band_limit.value_or(0)};
+            source.band_limit().value_or(0)};
+}
+
+// What the library would wrap around is clamped; the summary counts it.
+void amplify(const Frame &from, int gain_db, Frame &to)
+{
+    const double factor = std::pow(10.0, gain_db / 20.0);
+    std::transform(std::begin(from), std::end(from), to, [factor](int16_t sample) {
+        return static_cast<int16_t>(std::clamp(std::round(sample * factor), -32768.0, 32767.0));
+    });
 }
 
 } // namespace
 
-TrackingRun::TrackingRun(const TrackingOptions &options, FrameSource &source,
-                         std::optional<int> band_limit, Report &report)
-    : options_(options), source_(source), report_(report), band_limit_(band_limit),
-      watch_(diagnosis_settings(options, source, band_limit)),
-      tracker_(
-          options.settings(source.rate()), source.pairs().start(),
-          [this](const Block &block, const std::vector<int> &delays) { add_block(block, delays); })
+TrackingRun::TrackingRun(const TrackingOptions &options, FrameSource &source, Report &report)
+    : options_(options), source_(source), report_(report), band_limit_(source.band_limit()),
+      watch_(diagnosis_settings(options, source)),
+      tracker_(options.settings(source.rate()), source.pairs().start())
 {
-    if (!band_limit)
+    if (!band_limit_)
         band_.emplace(source.rate());
     report.begin({source.stream().name(), source.layout(), options.settings(source.rate())});
 }
 
 void TrackingRun::add(const Frame &frame)
 {
+    // Those that watch judge the sound by the gate too, so they get it as loud as the library does.
+    Frame amplified;
+    if (options_.gain_db != 0)
+        amplify(frame, options_.gain_db, amplified);
+    const Frame &heard = options_.gain_db != 0 ? amplified : frame;
     if (band_)
-        band_->add(frame);
-    watch_.add(frame);
-    tracker_.add(frame);
+        band_->add(heard);
+    watch_.add(heard);
+    if (std::optional<TrackedBlock> tracked = tracker_.add(frame))
+        add_block(std::move(*tracked));
 }
 
-void TrackingRun::add_block(const Block &block, const std::vector<int> &delays)
+void TrackingRun::add_block(TrackedBlock tracked)
 {
-    const long places = source_.stream().lost().places();
-    Block told = block;
-    told.has_gap = places > std::exchange(lost_places_, places);
-    report_.block(told, delays);
+    const int64_t places = source_.stream().lost().places();
+    tracked.block.time = std::chrono::system_clock::now();
+    tracked.block.has_gap = places > std::exchange(lost_places_, places);
+    report_.block(tracked.block, tracked.delays);
     look_at_band();
     if (options_.mode == DelayMode::vote)
-        tell(watch_.add(block));
+        tell(watch_.add(tracked.block));
 }
 
 // Told once.

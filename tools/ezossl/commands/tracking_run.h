@@ -5,6 +5,7 @@
 #ifndef EZOSSL_TOOL_TRACKING_RUN_H
 #define EZOSSL_TOOL_TRACKING_RUN_H
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -18,17 +19,15 @@
 class TrackingRun
 {
 public:
-    // Begins the input in the report. `band_limit` is the frequency in Hz above which the input is
-    // known to have no sound, if its rate was chosen for that.
-    TrackingRun(const TrackingOptions &options, FrameSource &source, std::optional<int> band_limit,
-                Report &report);
+    // Begins the input in the report.
+    TrackingRun(const TrackingOptions &options, FrameSource &source, Report &report);
 
     void add(const Frame &frame);
     // Ends the input in the report. What an interrupt cut off does not count as dropped.
     void finish();
 
 private:
-    void add_block(const Block &block, const std::vector<int> &delays);
+    void add_block(TrackedBlock tracked);
     void tell(const std::vector<Finding> &faults);
     void look_at_band();
 
@@ -36,7 +35,7 @@ private:
     FrameSource &source_;
     Report &report_;
     std::optional<int> band_limit_;
-    long lost_places_ = 0;          // where the device lost sound, so far
+    int64_t lost_places_ = 0;       // where the device lost sound, so far
     std::optional<BandLimit> band_; // none where the band is known
     FaultWatch watch_;
     Tracker tracker_;

@@ -27,17 +27,17 @@ constexpr FindingKind kTooQuiet = {true, true, "too quiet",
     "blocks at or below the gate get no direction",
     "raise the capture gain, or record a louder sound"};
 constexpr FindingKind kLossy = {false, false, "lossy compression",
-    "lossy compression changes the phase: angles of such a file cannot be trusted",
+    "lossy compression changes the phase, so angles of such a file cannot be trusted",
     "record WAV or FLAC"};
 constexpr FindingKind kDeadChannel = {true, true, "dead channel",
     "one microphone is not heard, so there is no direction",
     "check its wiring, its supply and the capture channel"};
 constexpr FindingKind kIdentical = {true, true, "identical channels",
-    "both carry one signal, which has no direction",
+    "both channels carry the same signal, which has no direction",
     "record two microphones, without a mono mix or a balanced line on two inputs"};
 constexpr FindingKind kLargeOffset = {true, true, "DC offset",
-    "the library locates the offset instead of the sound: its angles go to 0",
-    "remove it (sox IN OUT highpass 50), check the microphone's coupling"};
+    "the library locates the offset instead of the sound, so angles go to 0",
+    "remove it (sox IN OUT highpass 50), and check the microphone's coupling"};
 constexpr FindingKind kOffset = {false, false, "DC offset",
     "it takes headroom, and may open the noise gate for silence",
     "remove it: sox IN OUT highpass 50"};
@@ -48,11 +48,14 @@ constexpr FindingKind kMismatch = {false, false, "level mismatch",
     "directions do not depend on it, but the fainter microphone's noise does",
     "check that both are uncovered and have the same gain"};
 constexpr FindingKind kInverted = {true, true, "inverted polarity",
-    "one channel is upside down; the library rejects every such frame",
+    "one channel is inverted, so the library rejects every frame",
     "swap the wires of one microphone, or negate a channel: sox IN OUT remix 1 2v-1"};
 constexpr FindingKind kNoCommonSound = {true, true, "no common sound",
-    "the channels hear different things, or are further apart in time",
+    "the channels carry different sounds, or are further apart in time",
     "record both microphones with one device, at one time"};
+constexpr FindingKind kCovered = {true, true, "covered microphone",
+    "the fainter microphone hears its own noise and not the sound, so there is no direction",
+    "uncover it, and check its wiring and gain"};
 constexpr FindingKind kDrift = {true, true, "drifting lag",
     "the channels run on two clocks",
     "record both microphones with one device"};
@@ -60,25 +63,25 @@ constexpr FindingKind kImpossible = {true, true, "impossible lag",
     "no source can be there: the spacing is larger than stated, or one channel is late",
     "state the real spacing with -s, or record both with one device"};
 constexpr FindingKind kLongLag = {false, true, "long lag",
-    "the spacing may be larger than stated: angles come out too large, up to 90",
+    "the spacing may be larger than stated, in which case angles are too large, up to 90",
     "measure the spacing, and state it with -s"};
 constexpr FindingKind kEmptyBand = {true, false, "empty upper band",
     "angles are drawn towards 0 where the rate has more than the sound",
     "choose a lower rate with -r"};
 constexpr FindingKind kNarrowBand = {false, false, "narrow band",
-    "the sound was recorded or resampled at a lower rate; it is analysed at that one",
+    "the sound once had a lower rate, and is analysed at that rate",
     "record at 16000 Hz or more if you can: angles get finer"};
 constexpr FindingKind kContradiction = {true, true, "contradiction",
     "the directions found and the lag between the channels do not fit together",
     "try a lower rate with -r, and record without any processing"};
 constexpr FindingKind kNoDirections = {true, false, "no directions",
-    "no fault of the channels was found, yet the library decides none",
+    "no fault of the channels was found, but no block gets a direction",
     "record a source that is nearer, louder or in a room with less echo"};
 constexpr FindingKind kFewDirections = {false, false, "few directions",
     "the sound is far, noisy or full of echo",
-    "take the source nearer, or longer blocks"};
+    "move the source nearer, or use longer blocks"};
 constexpr FindingKind kLowerRate = {false, false, "few directions",
-    "so high a rate leaves little sound in a frame of 128 samples",
+    "at this rate a frame of 128 samples holds little sound",
     "use -r 16000"};
 // clang-format on
 
@@ -108,7 +111,7 @@ std::string microphone(std::size_t index, const DiagnosisSettings &settings)
 
 // ---- The channels by themselves --------------------------------------------------------------
 
-// What leaves nothing else to be judged.
+// Faults that leave nothing else to judge; true if there is one.
 bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
                         Diagnosis &diagnosis)
 {
@@ -253,7 +256,12 @@ void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettin
     diagnosis.is_still = 2 * near > static_cast<std::ptrdiff_t>(lags.size());
     if (!common.empty())
         find_lag_faults(common, settings, diagnosis);
-    else if (!all.empty())
+    else if (all.empty())
+        return;
+    else if (!diagnosis.findings.empty() && diagnosis.findings.back().kind == &kMismatch)
+        diagnosis.findings.back() = {&kCovered, diagnosis.findings.back().measured +
+                                                    ", and they have no sound in common"};
+    else
         diagnosis.findings.push_back(
             {&kNoCommonSound,
              format_text("no correlation at any lag up to %d ms in any of %zu segments",
@@ -319,12 +327,12 @@ std::optional<double> median_direction(const std::vector<int16_t> &samples,
     std::vector<double> angles;
     LocalizerSettings localizer = localizer_settings(settings, settings.rate);
     localizer.block_frames = frames_in(kSmoothedBlockSeconds, settings.rate);
-    Tracker tracker({localizer, kSmoothSeconds, settings.gate_db}, 0.0,
-                    [&angles](const Block &block, const std::vector<int> &) {
-                        if (block.status == BlockStatus::ok)
-                            angles.push_back(block.angle);
-                    });
-    for_each_frame(samples, [&tracker](const Frame &frame) { tracker.add(frame); });
+    Tracker tracker({localizer, kSmoothSeconds, settings.gate_db}, 0.0);
+    for_each_frame(samples, [&](const Frame &frame) {
+        const auto tracked = tracker.add(frame);
+        if (tracked && tracked->block.status == BlockStatus::ok)
+            angles.push_back(tracked->block.angle);
+    });
     if (angles.empty())
         return std::nullopt;
     return median(angles);

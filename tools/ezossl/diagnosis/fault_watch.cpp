@@ -21,17 +21,19 @@ constexpr int kEndOfScale = 89;      // degrees
 
 } // namespace
 
-FaultWatch::FaultWatch(const DiagnosisSettings &settings) : settings_(settings)
+FaultWatch::FaultWatch(const DiagnosisSettings &settings)
+    : settings_(settings),
+      frames_(kDiagnosedSeconds * static_cast<std::size_t>(settings.rate) / EZOSSL_FRAME_LENGTH)
 {
 }
 
 void FaultWatch::add(const Frame &frame)
 {
-    samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
-    const std::size_t most =
-        kDiagnosedSeconds * static_cast<std::size_t>(settings_.rate) * EZOSSL_MIC_COUNT;
-    if (samples_.size() > most)
-        samples_.erase(samples_.begin(), samples_.begin() + kFrameSamples);
+    const std::size_t place = next_frame_ * kFrameSamples;
+    samples_.resize(std::max(samples_.size(), place + kFrameSamples));
+    std::copy(std::begin(frame), std::end(frame),
+              samples_.begin() + static_cast<std::ptrdiff_t>(place));
+    next_frame_ = (next_frame_ + 1) % frames_;
 }
 
 std::vector<Finding> FaultWatch::add(const Block &block)
@@ -82,7 +84,11 @@ bool FaultWatch::is_odd(std::size_t least) const
 std::vector<Finding> FaultWatch::diagnose_anew()
 {
     std::vector<Finding> news;
-    const Diagnosis diagnosis = diagnose({samples_.begin(), samples_.end()}, settings_);
+    const std::size_t oldest = next_frame_ * kFrameSamples % samples_.size();
+    std::vector<int16_t> in_order(samples_.size());
+    std::rotate_copy(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(oldest),
+                     samples_.end(), in_order.begin());
+    const Diagnosis diagnosis = diagnose(in_order, settings_);
     for (const Finding &finding : diagnosis.findings) {
         if (!finding.kind->is_told_at_once ||
             std::find(told_.begin(), told_.end(), finding.kind) != told_.end())

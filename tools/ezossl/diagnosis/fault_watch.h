@@ -30,10 +30,12 @@ private:
     std::vector<Finding> diagnose_anew();
 
     DiagnosisSettings settings_;
-    std::deque<int16_t> samples_; // of the last seconds
-    std::deque<Block> blocks_;    // the last ones
-    bool was_heard_ = false;      // whether any block was above the gate
-    double next_ = 0.0;           // second of the input from which it may diagnose again
+    std::size_t frames_;           // of the last seconds, at most
+    std::vector<int16_t> samples_; // of these frames, a ring
+    std::size_t next_frame_ = 0;   // that is overwritten next
+    std::deque<Block> blocks_;     // the last ones
+    bool was_heard_ = false;       // whether any block was above the gate
+    double next_ = 0.0;            // second of the input from which it may diagnose again
     std::vector<const FindingKind *> told_;
 };
 

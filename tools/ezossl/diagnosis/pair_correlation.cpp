@@ -111,10 +111,10 @@ private:
 };
 
 // The lag between whole samples by the parabola through the extreme and its neighbours.
-Extreme extreme_at(const std::vector<float> &values, long lag)
+Extreme extreme_at(const std::vector<float> &values, std::ptrdiff_t lag)
 {
-    const auto length = static_cast<long>(values.size());
-    const auto at = [&](long l) {
+    const auto length = static_cast<std::ptrdiff_t>(values.size());
+    const auto at = [&](std::ptrdiff_t l) {
         return double{values[static_cast<std::size_t>((l + length) % length)]};
     };
     const double bend = at(lag - 1) - 2.0 * at(lag) + at(lag + 1);
@@ -135,13 +135,13 @@ double noise_of(std::vector<float> values)
 
 SegmentCorrelation describe(const std::vector<float> &values, double middle)
 {
-    const auto length = static_cast<long>(values.size());
-    long highest = 0;
-    long lowest = 0;
-    const auto at = [&](long lag) {
+    const auto length = static_cast<std::ptrdiff_t>(values.size());
+    std::ptrdiff_t highest = 0;
+    std::ptrdiff_t lowest = 0;
+    const auto at = [&](std::ptrdiff_t lag) {
         return values[static_cast<std::size_t>((lag + length) % length)];
     };
-    for (long lag = -length / 4; lag <= length / 4; ++lag) {
+    for (std::ptrdiff_t lag = -length / 4; lag <= length / 4; ++lag) {
         highest = at(lag) > at(highest) ? lag : highest;
         lowest = at(lag) < at(lowest) ? lag : lowest;
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// alsa_capture.cpp - opens a device as near to what is wanted as it allows, and revives it.
+// alsa_capture.cpp - opens a device with settings near the wanted ones, restarts it after faults.
 
 #include "input/alsa_capture.h"
 
@@ -13,17 +13,41 @@
 namespace {
 
 constexpr unsigned kPeriodMicroseconds = 10000;  // how long a sample waits at most
-constexpr unsigned kBufferMicroseconds = 500000; // how long nobody may look before sound is lost
-constexpr int kWaitMilliseconds = 200;           // so long a signal may go unnoticed
+constexpr unsigned kBufferMicroseconds = 500000; // longest pause in reading that loses no sound
+constexpr int kWaitMilliseconds = 200;           // how long a signal may go unnoticed
 constexpr int kPatience = 25;                    // attempts in a row without sound
 constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert well
+
+} // namespace
+
+struct SampleForm {
+    snd_pcm_format_t format;
+    std::size_t bytes;
+    std::size_t upper; // place of its upper 16 bits among these
+};
+
+namespace {
+
+constexpr SampleForm kForms[] = {
+    {SND_PCM_FORMAT_S16_LE, 2, 0},
+    {SND_PCM_FORMAT_S32_LE, 4, 2},
+    {SND_PCM_FORMAT_S24_3LE, 3, 1},
+    {SND_PCM_FORMAT_S24_LE, 4, 1},
+};
+
+void take_upper_bits(const unsigned char *from, const SampleForm &form, std::size_t count,
+                     int16_t *to)
+{
+    for (from += form.upper; count > 0; --count, from += form.bytes)
+        *to++ = static_cast<int16_t>(from[0] | from[1] << 8);
+}
 
 struct Advice {
     int error;
     const char *text;
 };
 constexpr Advice kAdvice[] = {
-    {ENOENT, "no such device; ezossl live -l lists those there are"},
+    {ENOENT, "no such device; ezossl live -l lists the devices"},
     {ENODEV, "the device is not there any more; plug it in, or see ezossl live -l"},
     {ENXIO, "the device is not there; plug it in, or see ezossl live -l"},
     {EBUSY, "is in use by another program; end that, or share the device through a dsnoop device"},
@@ -59,7 +83,7 @@ Text hint(const void *device, const char *name)
 AlsaCapture::AlsaCapture(const std::string &device, int rate, int channels) : device_(device)
 {
     snd_pcm_t *pcm = nullptr;
-    // Not blocking, as otherwise a device in use would be waited for.
+    // Non-blocking: otherwise the call would wait for a device that is in use.
     require(snd_pcm_open(&pcm, device.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK), nullptr);
     pcm_.reset(pcm);
     configure(rate, channels);
@@ -75,16 +99,33 @@ void AlsaCapture::configure(int wanted_rate, int wanted_channels)
         hardware, snd_pcm_hw_params_free);
     snd_pcm_t *const pcm = pcm_.get();
     require(snd_pcm_hw_params_any(pcm, hardware), "offers no way to capture");
-    // The rates of the device itself: those that ALSA makes of them are of poor quality.
+    // Only the rates of the device itself, because ALSA's own resampling is poor.
     snd_pcm_hw_params_set_rate_resample(pcm, hardware, 0);
     require(snd_pcm_hw_params_set_access(pcm, hardware, SND_PCM_ACCESS_RW_INTERLEAVED),
             "does not interleave its channels; put plug: before its name");
-    require(snd_pcm_hw_params_set_format(pcm, hardware, SND_PCM_FORMAT_S16),
-            "has no 16-bit samples; put plug before its name, as in plughw:0,0");
+    set_format(hardware);
     set_channels(hardware, wanted_channels);
     set_rate(hardware, wanted_rate);
     set_buffer(hardware);
     require(snd_pcm_hw_params(pcm, hardware), "does not take the settings that it offers");
+}
+
+void AlsaCapture::set_format(snd_pcm_hw_params_t *hardware)
+{
+    snd_pcm_t *const pcm = pcm_.get();
+    form_ = std::find_if(std::begin(kForms), std::end(kForms), [&](const SampleForm &form) {
+        return snd_pcm_hw_params_test_format(pcm, hardware, form.format) == 0;
+    });
+    if (form_ == std::end(kForms))
+        throw Failure(device_ +
+                      ": has no samples of 16, 24 or 32 bits; put plug before its name, as "
+                      "in plughw:0,0");
+    require(snd_pcm_hw_params_set_format(pcm, hardware, form_->format), "refuses its format");
+}
+
+std::string AlsaCapture::wide_format() const
+{
+    return form_ == std::begin(kForms) ? "" : snd_pcm_format_name(form_->format);
 }
 
 void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
@@ -93,7 +134,7 @@ void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
     require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not tell its channels");
     if (most < static_cast<unsigned>(wanted))
         throw Failure(device_ + ": " +
-                      (most == 1 ? "is mono, one microphone gives no direction"
+                      (most == 1 ? "is mono, and one microphone gives no direction"
                                  : format_text("has no channel %d, only %u", wanted, most)) +
                       "; choose another device with -D");
     auto channels = static_cast<unsigned>(wanted);
@@ -134,7 +175,11 @@ void AlsaCapture::set_buffer(snd_pcm_hw_params_t *hardware)
 
 std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
 {
-    snd_pcm_sframes_t got = snd_pcm_readi(pcm_.get(), samples, count);
+    const bool is_wide = form_ != std::begin(kForms);
+    const auto width = static_cast<std::size_t>(channels_);
+    wide_.resize(is_wide ? count * width * form_->bytes : 0);
+    void *const place = is_wide ? static_cast<void *>(wide_.data()) : samples;
+    snd_pcm_sframes_t got = snd_pcm_readi(pcm_.get(), place, count);
     if (got == -EAGAIN) {
         const int ready = snd_pcm_wait(pcm_.get(), kWaitMilliseconds);
         got = ready < 0 ? ready : 0;
@@ -143,6 +188,8 @@ std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
     }
     if (got < 0)
         recover(static_cast<int>(got));
+    if (is_wide && got > 0)
+        take_upper_bits(wide_.data(), *form_, static_cast<std::size_t>(got) * width, samples);
     attempts_ = got > 0 ? 0 : attempts_ + 1;
     if (attempts_ > kPatience)
         throw Failure(device_ + ": delivers no sound; check the microphones and -D");
@@ -166,7 +213,7 @@ void AlsaCapture::require(int code, const char *what) const
         return;
     if (what == nullptr)
         throw Failure(device_ + ": " + describe(code));
-    // That something is invalid says no more than what it is.
+    // "Invalid argument" would add nothing to `what`.
     throw Failure(device_ + ": " + what + (code == -EINVAL ? "" : ": " + describe(code)));
 }
 

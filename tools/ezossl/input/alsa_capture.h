@@ -12,26 +12,32 @@
 
 #include <alsa/asoundlib.h>
 
+struct SampleForm;
+
 class AlsaCapture
 {
 public:
-    // Opens the device at the rate or one near to it, with so many channels or, if need be, more.
+    // Opens the device at this rate or one near it, with this many channels or, if need be, more.
     // Failure says what is wrong with the device.
     AlsaCapture(const std::string &device, int rate, int channels);
 
     int rate() const { return rate_; }
     int channels() const { return channels_; }
+    // Of the samples, if they have more than 16 bits; otherwise "".
+    std::string wide_format() const;
     // Times that the device had to drop sound because nobody took it in time.
-    long overruns() const { return overruns_; }
-    // Times that the machine slept in between.
-    long suspends() const { return suspends_; }
+    int64_t overruns() const { return overruns_; }
+    // Times that the machine was suspended meanwhile.
+    int64_t suspends() const { return suspends_; }
 
-    // What has come, at most `count` samples per channel, as soon as there is some; 0 if there was
-    // none for a moment, or a signal came. Failure when the device stays silent for long.
+    // Waits for sound, and gives at most `count` samples per channel, of wider ones the upper 16
+    // bits. 0 if none came for a moment,
+    // or a signal interrupted the wait. Failure if the device delivers nothing for long.
     std::size_t read(int16_t *samples, std::size_t count);
 
 private:
     void configure(int wanted_rate, int wanted_channels);
+    void set_format(snd_pcm_hw_params_t *hardware);
     void set_channels(snd_pcm_hw_params_t *hardware, int wanted);
     void set_rate(snd_pcm_hw_params_t *hardware, int wanted);
     void set_buffer(snd_pcm_hw_params_t *hardware);
@@ -43,14 +49,16 @@ private:
     };
     std::string device_;
     std::unique_ptr<snd_pcm_t, Close> pcm_;
+    const SampleForm *form_ = nullptr;
+    std::vector<unsigned char> wide_; // samples of more than 16 bits
     int rate_ = 0;
     int channels_ = 0;
-    long overruns_ = 0;
-    long suspends_ = 0;
+    int64_t overruns_ = 0;
+    int64_t suspends_ = 0;
     int attempts_ = 0; // in a row, without sound
 };
 
-// The library of ALSA prints to standard error what it tells its caller as well.
+// Whether ALSA's library prints to standard error what it also returns as a code.
 void show_alsa_messages(bool show);
 
 // A line per device that captures: its name, a tab, what it is. A note if there is none.

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,61 +17,69 @@
 
 #include "base/failure.h"
 #include "base/interrupt.h"
+#include "base/sample_format.h"
 #include "base/text.h"
+#include "input/file_signature.h"
 #include "input/ogg_end.h"
 
 namespace {
 
-// 120 dB over full scale. A filter makes infinities of the largest numbers, and NaN of these.
+// 120 dB over full scale. A filter turns the largest floats into infinities, and these into NaN.
 constexpr float kLoudest = 1e6f;
 // Beyond these a small file takes minutes and hundreds of megabytes to resample.
 constexpr int kSlowest = 1000; // Hz
 constexpr int kFastest = 384000;
+// Samples per channel of a pipe that are read at once. Its writer may be live.
+constexpr std::size_t kPipeChunk = 512;
+constexpr int kMostChannels = 1024; // of libsndfile
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
 // An Ogg file whose end is missing gets a length near the largest number from libsndfile.
 constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
 
-int open_standard_input()
+// Looks at every sample, as a loop without an early end can handle several at once.
+bool is_sound(const float *samples, const float *end)
+{
+    const auto is_sane = [](float sample) { return std::fabs(sample) <= kLoudest; };
+    return std::count_if(samples, end, is_sane) == end - samples;
+}
+
+Descriptor open_standard_input()
 {
     if (isatty(STDIN_FILENO) != 0)
         throw UsageFailure("standard input is a terminal; pipe sound into it, or name a file");
-    const int descriptor = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (descriptor < 0)
+    Descriptor descriptor(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!descriptor.is_open())
         throw Failure(std::string("standard input: ") + std::strerror(errno));
     return descriptor;
 }
 
-int open_file(const std::string &path)
+Descriptor open_file(const std::string &path)
 {
     std::error_code ignored;
     if (std::filesystem::is_directory(path, ignored))
         throw Failure(path + ": is a directory; give a sound file");
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0 && errno == ENOENT)
+    Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!descriptor.is_open() && errno == ENOENT)
         throw Failure(path + ": no such file");
-    if (descriptor < 0)
+    if (!descriptor.is_open())
         throw Failure(path + ": " + std::strerror(errno));
     struct stat status = {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
-        close(descriptor);
+    if (fstat(descriptor.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0)
         throw Failure(path + ": is empty; record it again");
-    }
     return descriptor;
 }
 
 } // namespace
 
 AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
-    : path_(path == "-" ? "standard input" : path), is_raw_(raw.has_value())
+    : path_(path == "-" ? "standard input" : path),
+      descriptor_(path == "-" ? open_standard_input() : open_file(path)), is_raw_(raw.has_value())
 {
-    const int descriptor = path == "-" ? open_standard_input() : open_file(path);
     if (raw)
-        open_samples(descriptor, {SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
+        open_samples({SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
     else
-        open(descriptor);
-    if (info_.samplerate < kSlowest || info_.samplerate > kFastest)
-        throw Failure(path_ + format_text(": %d Hz; record at %d ... %d Hz", info_.samplerate,
-                                          kSlowest, kFastest));
+        open();
+    check_layout(info_.samplerate, info_.channels);
 }
 
 AudioReader::~AudioReader()
@@ -78,66 +87,133 @@ AudioReader::~AudioReader()
     end_on_interrupt(-1); // the number will name another file
 }
 
-void AudioReader::open(int descriptor)
+bool AudioReader::is_pipe() const
 {
-    const bool is_pipe = lseek(descriptor, 0, SEEK_CUR) < 0;
-    if (is_pipe)
-        end_on_interrupt(descriptor);
     errno = 0;
-    const std::optional<WavHeader> wav = read_wav_header(descriptor);
+    if (lseek(descriptor_.get(), 0, SEEK_CUR) >= 0)
+        return false;
+    check_system();
+    return true;
+}
+
+void AudioReader::open()
+{
+    const bool from_pipe = is_pipe();
+    if (from_pipe)
+        end_on_interrupt(descriptor_.get());
+    errno = 0;
+    const std::string start = read_start(descriptor_.get());
+    const std::optional<WavHeader> wav = read_wav_header(descriptor_.get(), start);
     if (!wav)
         check_system();
-    if (wav && (is_pipe || wav->is_streamed())) {
-        open_samples(descriptor, *wav);
+    else
+        check_layout(wav->rate, wav->channels);
+    const bool is_plain = wav && wav->is_plain();
+    if (is_plain && (from_pipe || wav->is_streamed())) {
+        open_samples(*wav);
         return;
     }
-    if (is_pipe) {
-        close(descriptor);
-        if (interrupts() > 0)
-            throw EndWith{kInterrupted};
-        throw Failure(path_ +
-                      ": is empty or carries no plain WAV; other formats need a file, samples "
-                      "without a header need --raw");
-    }
-    lseek(descriptor, 0, SEEK_SET);
-    if (char first = 0; ::read(descriptor, &first, 1) == 0) { // such as /dev/null
-        close(descriptor);
+    if (from_pipe)
+        refuse_pipe(start);
+    if (start.empty()) // such as /dev/null
         throw Failure(path_ + ": is empty; record it again");
-    }
-    lseek(descriptor, 0, SEEK_SET);
+    lseek(descriptor_.get(), 0, SEEK_SET);
     errno = 0;
-    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));
+    file_.reset(sf_open_fd(descriptor_.get(), SFM_READ, &info_, SF_FALSE));
     check_system(); // libsndfile may open what it could not read to the end
     if (!file_)
-        throw Failure(path_ + ": not a readable sound file: " + sf_strerror(nullptr) +
-                      " (samples without a header need --raw)");
-    promised_ = wav ? wav->frames() : info_.frames;
+        refuse_file(start);
+    promised_ = is_plain ? wav->frames() : info_.frames;
     if (promised_ >= kUnknownFrom) {
         promised_ = 0;
         info_.frames = kUnknownLength;
         lacks_end_ = true;
     }
-    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG && !ogg_has_its_end(descriptor))
+    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG && !ogg_has_its_end(descriptor_.get()))
         lacks_end_ = true;
 }
 
-// From where the descriptor stands, samples and nothing else.
-void AudioReader::open_samples(int descriptor, const WavHeader &header)
+// What libsndfile says of a header like this is about its own records.
+void AudioReader::check_layout(int64_t rate, int channels) const
 {
-    sf_count_t offset = lseek(descriptor, 0, SEEK_CUR);
-    const bool is_pipe = offset < 0;
-    if (is_pipe)
+    if (rate < kSlowest || rate > kFastest)
+        throw Failure(path_ + format_text(": %lld Hz; record at %d ... %d Hz",
+                                          static_cast<long long>(rate), kSlowest, kFastest));
+    if (channels < 1 || channels > kMostChannels)
+        throw Failure(path_ +
+                      format_text(": the header says %d channels; record it again", channels));
+}
+
+void AudioReader::refuse_pipe(const std::string &start) const
+{
+    if (interrupts() > 0)
+        throw EndWith{kInterrupted};
+    const FileSignature *const known = find_signature(start);
+    if (start.empty())
+        throw Failure(path_ + ": is empty; record it again");
+    if (known != nullptr)
+        throw Failure(path_ + ": is " + known->name + ", and a pipe has to carry plain WAV; " +
+                      conversion());
+    throw Failure(path_ + ": carries no WAV; use track --raw for samples without a header");
+}
+
+void AudioReader::refuse_file(const std::string &start) const
+{
+    const FileSignature *const known = find_signature(start);
+    if (known == nullptr)
+        throw Failure(path_ + ": not a readable sound file: its format is not known; " +
+                      conversion() + ", or use track --raw for samples without a header");
+    throw Failure(path_ + ": is " + known->name +
+                  (known->is_readable
+                       ? " that cannot be read: its header is damaged, or its encoding is not "
+                         "known; "
+                       : ", which ezossl does not read; ") +
+                  conversion());
+}
+
+// The bytes of a header would be heard as samples.
+void AudioReader::refuse_header(const float *samples, std::size_t count) const
+{
+    std::vector<int16_t> words(count);
+    to_int16(samples, words.data(), count);
+    std::string start;
+    for (const int word : words)
+        start += {static_cast<char>(word & 0xff), static_cast<char>(word >> 8 & 0xff)};
+    if (const FileSignature *const known = find_signature(start))
+        throw Failure(path_ + ": is " + known->name + "; omit --raw" +
+                      (known->is_readable ? "" : ", and " + conversion()));
+}
+
+std::string AudioReader::conversion() const
+{
+    namespace fs = std::filesystem;
+    if (!fs::exists(path_))
+        return "convert it: ffmpeg -i FILE FILE.wav";
+    const fs::path path(path_);
+    const char *const ending = path.extension() == ".wav" ? ".new.wav" : ".wav";
+    return "convert it: ffmpeg -i " + path_ + ' ' +
+           fs::path(path).replace_extension(ending).string();
+}
+
+// Reads samples without a header, from the current position of the descriptor.
+void AudioReader::open_samples(const WavHeader &header)
+{
+    const int descriptor = descriptor_.get();
+    const bool from_pipe = is_pipe();
+    sf_count_t offset = from_pipe ? 0 : lseek(descriptor, 0, SEEK_CUR);
+    if (from_pipe) {
         end_on_interrupt(descriptor);
-    else
+        chunk_ = kPipeChunk;
+    } else
         lseek(descriptor, 0, SEEK_SET); // libsndfile opens a file at its beginning only
     info_.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | header.encoding;
-    info_.samplerate = header.rate;
+    info_.samplerate = static_cast<int>(header.rate);
     info_.channels = header.channels;
-    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_TRUE));
+    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_FALSE));
     if (!file_)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(nullptr));
     promised_ = header.is_streamed() ? 0 : header.frames();
-    if (is_pipe) {
+    if (from_pipe) {
         info_.frames = header.is_streamed() ? kUnknownLength : promised_;
         return;
     }
@@ -150,9 +226,9 @@ void AudioReader::open_samples(int descriptor, const WavHeader &header)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
-// After errno was set to 0. The system knows more than libsndfile, which calls all that it says
-// "System error". libsndfile repeats what was interrupted, tries to seek in pipes, and looks for
-// files beside a sound; the errors of these are not those of reading.
+// Throws if a system call has failed since errno was set to 0: libsndfile itself says no more than
+// "System error". It repeats interrupted reads, tries to seek in pipes, and looks for further files
+// beside a sound; the errors that these leave behind are harmless.
 void AudioReader::check_system() const
 {
     for (const int harmless : {0, EINTR, ESPIPE, ENOENT})
@@ -207,18 +283,15 @@ std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
     if (got < wanted)
         check_system();
     const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
-    // What is damaged later on ends there; length_remark() tells.
+    // A file that is damaged further on ends there, and length_remark() says so.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
-        throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
+        throw Failure(path_ + ": is damaged from its first sample on; record it again");
     float *const end = samples + frames * static_cast<std::size_t>(channels());
-    const auto is_sound = [](float sample) { return std::fabs(sample) <= kLoudest; };
-    if (!std::all_of(samples, end, is_sound))
+    if (!is_sound(samples, end))
         throw Failure(path_ + ": holds samples that are not a number, or far beyond full scale; "
                               "write it again");
-    // The samples "RI" and "FF".
-    if (is_raw_ && position_ == 0 && end - samples >= 2 && samples[0] == 0x4952 / 32768.0f &&
-        samples[1] == 0x4646 / 32768.0f)
-        throw Failure(path_ + ": is a WAV file; omit --raw");
+    if (is_raw_ && position_ == 0)
+        refuse_header(samples, static_cast<std::size_t>(end - samples));
     position_ += static_cast<sf_count_t>(frames);
     return frames > 0 ? std::optional(frames) : std::nullopt;
 }

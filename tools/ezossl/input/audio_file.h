@@ -11,6 +11,7 @@
 
 #include <sndfile.h>
 
+#include "base/descriptor.h"
 #include "base/sound_file.h"
 #include "input/sample_stream.h"
 #include "input/wav_header.h"
@@ -29,31 +30,39 @@ public:
     explicit AudioReader(const std::string &path, std::optional<RawFormat> raw = std::nullopt);
     ~AudioReader() override;
 
-    // Fewer samples than asked for at the end only, or where the file is damaged. Refuses samples
-    // that are not a number. (Reading 16-bit integers instead would wrap or scale what a float file
-    // holds, depending on its peak.)
+    // Gives fewer samples than asked for only at the end, or where the file is damaged. Refuses
+    // samples that are not a number. (Read as 16-bit integers, the samples of a float file would
+    // wrap around or be scaled, depending on its peak.)
     std::optional<std::size_t> read(float *samples, std::size_t count) override;
 
     const std::string &name() const override { return path_; }
     SoundOrigin origin() const override { return SoundOrigin::file; }
     int rate() const override { return info_.samplerate; }
     int channels() const override { return info_.channels; }
-    std::size_t chunk() const override { return 512; }
+    std::size_t chunk() const override { return chunk_; }
     std::optional<int64_t> length() const override;
     std::string encoding_remark() const override;
     std::string header_remark() const override;
     std::string length_remark(int64_t there) const override;
 
 private:
-    void open(int descriptor);
-    void open_samples(int descriptor, const WavHeader &header);
+    void open();
+    void check_layout(int64_t rate, int channels) const;
+    [[noreturn]] void refuse_pipe(const std::string &start) const;
+    [[noreturn]] void refuse_file(const std::string &start) const;
+    void refuse_header(const float *samples, std::size_t count) const;
+    std::string conversion() const;
+    void open_samples(const WavHeader &header);
+    bool is_pipe() const; // sets errno
     void check_system() const;
 
     std::string path_;
     SF_INFO info_{};
-    SoundFile file_;
+    Descriptor descriptor_;
+    SoundFile file_;          // closed before the descriptor
     sf_count_t promised_ = 0; // samples per channel that the header says; 0 if it does not say
     sf_count_t position_ = 0;
+    std::size_t chunk_ = 4096;
     bool is_raw_ = false;
     bool lacks_end_ = false;
 };

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// band_limit.cpp - compares the power just below a possible edge with the power above it. Dull
-// sound falls smoothly there, a band limit does not: 641 wide-band recordings fell by 35 dB at
-// most, 320 raised from 8 kHz by 41 dB at least, but for faint ones, whose rounding to 16 bits
-// fills the band again so that angles are right.
+// band_limit.cpp - compares the power just below a possible edge with the power above it. In dull
+// sound it falls gradually, at a band limit abruptly: by at most 35 dB in 641 wide-band recordings,
+// by at least 41 dB in 320 that were resampled from 8 kHz. Faint ones among these are an exception:
+// rounding to 16 bits fills their upper band again, so their angles are right.
+// Long sound is sampled, because that takes little time and suffices for a mean over minutes.
 
 #include "input/band_limit.h"
 
@@ -17,8 +18,12 @@ namespace {
 constexpr double kBinWidth = 62.5;     // Hz, about
 constexpr double kEmptyDb = -38.0;     // the power above the edge against that just below
 constexpr double kLeastSeconds = 2.0;  // of sound
-constexpr double kSilence = 1e-8;      // mean square, full scale 1: the library's lowest gate
-constexpr int kEdges[] = {4000, 8000}; // Hz: half of the lower rates that the library takes
+constexpr double kDenseSeconds = 10.0; // of sound in which every window counts, then one of these
+constexpr std::size_t kSparse = 13;
+constexpr double kSettledSeconds = 30.0; // of sound
+constexpr double kSettledDb = -28.0;     // as kEmptyDb
+constexpr double kSilence = 1e-8;        // mean square, full scale 1: the library's lowest gate
+constexpr int kEdges[] = {4000, 8000};   // Hz: half of the lower rates that the library takes
 
 std::size_t transform_length(int rate)
 {
@@ -41,26 +46,33 @@ BandLimit::BandLimit(int rate)
 
 void BandLimit::add(const Frame &frame)
 {
+    if (unseen_frames_ > 0) {
+        --unseen_frames_;
+        return;
+    }
     samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
     if (samples_.size() < length_ * EZOSSL_MIC_COUNT)
         return;
+    const std::size_t weight = heard_ < kDenseSeconds ? 1 : kSparse;
     double energy = 0.0;
     for (const double sample : samples_)
         energy += sample * sample / (32768.0 * 32768.0);
     if (energy / static_cast<double>(samples_.size()) > kSilence)
-        heard_ += static_cast<double>(length_) / rate_;
+        heard_ += static_cast<double>(weight * length_) / rate_;
     for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel)
-        add_channel(channel);
+        add_channel(channel, static_cast<double>(weight));
     samples_.clear();
+    unseen_frames_ = (weight - 1) * length_ / EZOSSL_FRAME_LENGTH;
+    is_settled_ = heard_ >= kSettledSeconds && !edge_below(kSettledDb);
 }
 
-void BandLimit::add_channel(std::size_t channel)
+void BandLimit::add_channel(std::size_t channel, double weight)
 {
     for (std::size_t n = 0; n < length_; ++n)
         windowed_[n] = window_[n] * static_cast<float>(samples_[EZOSSL_MIC_COUNT * n + channel]);
     transform_.forward(windowed_, spectrum_);
     for (std::size_t k = 0; k < power_.size(); ++k)
-        power_[k] += std::norm(std::complex<double>(spectrum_[k].r, spectrum_[k].i));
+        power_[k] += weight * std::norm(std::complex<double>(spectrum_[k].r, spectrum_[k].i));
 }
 
 double BandLimit::mean_power(double from, double to) const
@@ -76,22 +88,21 @@ double BandLimit::mean_power(double from, double to) const
 
 std::optional<int> BandLimit::edge() const
 {
-    if (heard_ < kLeastSeconds)
-        return std::nullopt;
+    return heard_ < kLeastSeconds ? std::nullopt : edge_below(kEmptyDb);
+}
+
+// Where the power above it, against that just below, is less than so many dB.
+std::optional<int> BandLimit::edge_below(double db) const
+{
     for (const int edge : kEdges) {
         if (4 * edge > rate_)
             break;
         const double below = mean_power(0.75 * edge, 0.875 * edge);
         const double above = mean_power(1.1 * edge, 1.9 * edge);
-        if (above < below * std::pow(10.0, kEmptyDb / 10.0))
+        if (above < below * std::pow(10.0, db / 10.0))
             return edge;
     }
     return std::nullopt;
-}
-
-int rate_for_edge(int edge)
-{
-    return 2 * edge;
 }
 
 std::string band_limit_text(int edge)

@@ -27,9 +27,12 @@ public:
     // Hz above which there is no sound. Nothing if there is sound up to the top, or too little was
     // heard to tell.
     std::optional<int> edge() const;
+    // Whether half a minute had so much sound up to the top that more is unlikely to show an edge.
+    bool is_settled() const { return is_settled_; }
 
 private:
-    void add_channel(std::size_t channel);
+    void add_channel(std::size_t channel, double weight);
+    std::optional<int> edge_below(double db) const;
     double mean_power(double from, double to) const; // of the bins between two frequencies in Hz
 
     int rate_;
@@ -39,12 +42,11 @@ private:
     std::vector<int16_t> samples_; // pairs, until there are enough
     std::vector<float> windowed_;
     std::vector<kiss_fft_cpx> spectrum_;
-    std::vector<double> power_; // of each bin, summed
-    double heard_ = 0.0;        // seconds above silence
+    std::vector<double> power_;     // of each bin, summed
+    double heard_ = 0.0;            // seconds above silence
+    std::size_t unseen_frames_ = 0; // that are passed over before the next window
+    bool is_settled_ = false;
 };
-
-// The rate at which sound that ends at this frequency is analysed best.
-int rate_for_edge(int edge);
 
 // "no sound above 4 kHz"
 std::string band_limit_text(int edge);

@@ -38,8 +38,8 @@ Microphones parse_channels(const std::string &text)
                            "' is not a pair of channels; write 1,2 (1 to " +
                            std::to_string(kMostChannels) + ")");
     if (channels[0] == channels[1])
-        throw UsageFailure("-c names channel " + std::to_string(channels[0]) +
-                           " twice; each microphone has its own");
+        throw UsageFailure("--channels: channel " + std::to_string(channels[0]) +
+                           " is given twice; give each microphone its own");
     return channels;
 }
 
@@ -65,7 +65,12 @@ Microphones find_microphones(const ChannelChoice &choice, const std::string &inp
 void pick_pairs(const float *samples, std::size_t count, int channels,
                 const Microphones &microphones, std::vector<float> &pairs)
 {
-    for (std::size_t i = 0; i < count; ++i, samples += channels)
-        for (const int microphone : microphones)
-            pairs.push_back(samples[microphone]);
+    const float *const first = samples + microphones[0];
+    const float *const second = samples + microphones[1];
+    const auto step = static_cast<std::size_t>(channels);
+    pairs.resize(count * EZOSSL_MIC_COUNT);
+    for (std::size_t i = 0; i < count; ++i) {
+        pairs[EZOSSL_MIC_COUNT * i] = first[i * step];
+        pairs[EZOSSL_MIC_COUNT * i + 1] = second[i * step];
+    }
 }

@@ -19,7 +19,7 @@ struct ChannelChoice {
     std::optional<Microphones> channels; // none: those of an input that has two
     bool swap = false;
 
-    // Channels that an input must have.
+    // The number of channels that an input needs.
     int fewest() const;
 };
 
@@ -30,7 +30,7 @@ Microphones parse_channels(const std::string &text);
 // or if it has more than two and none were chosen.
 Microphones find_microphones(const ChannelChoice &choice, const std::string &input, int channels);
 
-// Appends the microphones' samples to `pairs`; `samples` has `count` of each channel, interleaved.
+// Fills `pairs` with the microphones' samples; `samples` has `count` of each channel, interleaved.
 void pick_pairs(const float *samples, std::size_t count, int channels,
                 const Microphones &microphones, std::vector<float> &pairs);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// device_stream.cpp - 16-bit samples of a device as the numbers that all streams deliver.
+// device_stream.cpp - converts 16-bit samples of a device to floats, as all streams deliver them.
 
 #include "input/device_stream.h"
 
@@ -19,6 +19,14 @@ std::optional<std::size_t> DeviceStream::read(float *samples, std::size_t count)
         recorder_(captured_.data(), got);
     to_float(captured_.data(), samples, got * width);
     return got;
+}
+
+std::string DeviceStream::header_remark() const
+{
+    const std::string format = capture_.wide_format();
+    return format.empty()
+               ? ""
+               : name_ + ": captures " + format + ", of which the upper 16 bits are used";
 }
 
 // What the device has in a period of 10 ms, so that no sample waits longer.

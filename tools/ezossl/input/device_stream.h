@@ -15,7 +15,7 @@
 class DeviceStream : public SampleStream
 {
 public:
-    // Takes interleaved samples of all channels; so many per channel.
+    // Takes interleaved samples of all channels, and their number per channel.
     using Recorder = std::function<void(const int16_t *, std::size_t)>;
 
     // Opens the device as AlsaCapture does.
@@ -29,6 +29,7 @@ public:
     int rate() const override { return capture_.rate(); }
     int channels() const override { return capture_.channels(); }
     std::size_t chunk() const override;
+    std::string header_remark() const override;
     LostSound lost() const override { return {capture_.overruns(), capture_.suspends()}; }
 
 private:

@@ -18,12 +18,10 @@ struct FilePart {
     double duration = 0.0; // seconds; 0 is to the end
 };
 
-// Stands at the start of the part.
+// Stands at the start of the part. Reads the part in advance until it is clear whether it has sound
+// in its upper band, which mostly takes half a minute of sound; a part that has none is analysed at
+// a lower rate. An input that can be read only once, such as a pipe, and a part for which the user
+// has chosen a rate are not read in advance.
 std::unique_ptr<FrameSource> open_part(const FilePart &part, const InputSettings &settings);
-
-// The frequency in Hz above which the part has no sound, if there is one. The part is read for it
-// once before it is read for good, so nothing is known of what can be read only once, and nothing
-// is looked for where the user has chosen a rate.
-std::optional<int> band_limit_of(const FilePart &part, const InputSettings &settings);
 
 #endif

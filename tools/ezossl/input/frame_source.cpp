@@ -9,11 +9,13 @@
 
 #include "base/sample_format.h"
 #include "base/text.h"
+#include "input/band_limit.h"
 
-FrameSource::FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings)
+FrameSource::FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings,
+                         std::optional<int> band_limit)
     : microphones_(find_microphones(settings.channels, stream->name(), stream->channels())),
-      wanted_rate_(settings.rate),
-      rate_(analysis_rate(settings.rate, stream->rate(), stream->name())),
+      wanted_rate_(settings.rate), band_limit_(band_limit),
+      rate_(analysis_rate(settings.rate, stream->rate(), stream->name(), band_limit)),
       pairs_(std::move(stream), microphones_, rate_)
 {
 }
@@ -61,11 +63,19 @@ std::vector<std::string> FrameSource::opening_remarks() const
 {
     std::vector<std::string> remarks;
     for (const std::string &remark :
-         {stream().encoding_remark(), rate_remark(), stream().header_remark()}) {
+         {band_remark(), stream().encoding_remark(), rate_remark(), stream().header_remark()}) {
         if (!remark.empty())
             remarks.push_back(remark);
     }
     return remarks;
+}
+
+std::string FrameSource::band_remark() const
+{
+    if (!band_limit_)
+        return "";
+    return format_text("%s: %s: analysed at %d Hz", stream().name().c_str(),
+                       band_limit_text(*band_limit_).c_str(), rate_);
 }
 
 std::string FrameSource::rate_remark() const
@@ -76,7 +86,7 @@ std::string FrameSource::rate_remark() const
     if (stream().origin() == SoundOrigin::device)
         return format_text("%s: captures at %d Hz, resampled to %d Hz", stream().name().c_str(),
                            from, rate_);
-    if (wanted_rate_ != 0)
+    if (wanted_rate_ != 0 || band_limit_)
         return "";
     return format_text("%s: %d Hz is resampled to %d Hz (-r chooses another rate)",
                        stream().name().c_str(), from, rate_);

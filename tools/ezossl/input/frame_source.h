@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,14 +27,17 @@ struct InputSettings {
 class FrameSource
 {
 public:
-    // Failure if the stream does not have the channels.
-    FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings);
+    // `band_limit` is the frequency in Hz above which the stream is known to have no sound. Failure
+    // if the stream does not have the channels.
+    FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings,
+                std::optional<int> band_limit = std::nullopt);
 
-    // Where the frames come from can be told to skip and to end; it is read here only.
+    // For skip_to(), end_after() and the position. Only FrameSource itself may read from it.
     PairSource &pairs() { return pairs_; }
     const SampleStream &stream() const { return pairs_.stream(); }
     InputLayout layout() const;
     int rate() const { return rate_; } // Hz, of the frames
+    std::optional<int> band_limit() const { return band_limit_; }
 
     // False at the end; what is shorter than a frame then stays unread.
     bool read(Frame &frame);
@@ -50,10 +54,12 @@ public:
 
 private:
     bool refill();
+    std::string band_remark() const;
     std::string rate_remark() const;
 
     Microphones microphones_;
     int wanted_rate_; // 0 is not given
+    std::optional<int> band_limit_;
     int rate_;
     PairSource pairs_;
     std::vector<int16_t> ready_;

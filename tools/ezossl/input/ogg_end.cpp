@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A page of Ogg: a header, then a byte for the length of each segment, then the segments.
+// ogg_end.cpp - looks at the last page: a header, the length of each segment, the segments.
 
 #include "input/ogg_end.h"
 

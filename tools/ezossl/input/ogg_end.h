@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Whether an Ogg file is complete: libsndfile 1.2.2 does not tell when its end is missing.
+// ogg_end.h - whether an Ogg file is complete: libsndfile 1.2.2 does not say if its end is missing.
 
 #ifndef EZOSSL_TOOL_OGG_END_H
 #define EZOSSL_TOOL_OGG_END_H
 
-// Whether the last page of the file is whole and marked as the last. The place that is read next
-// stays where it is.
+// Whether the last page of the file is whole and marked as the last. Does not move the position at
+// which the descriptor is read next.
 bool ogg_has_its_end(int descriptor);
 
 #endif

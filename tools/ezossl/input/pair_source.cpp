@@ -42,7 +42,6 @@ const std::vector<float> *PairSource::read()
     is_over_ = !count || interrupts() >= interrupts_to_end_;
     if (interrupts() >= interrupts_to_end_)
         return nullptr;
-    pairs_.clear();
     pick_pairs(chunk_.data(), count.value_or(0), stream_->channels(), microphones_, pairs_);
     if (!resampler_)
         return &pairs_;

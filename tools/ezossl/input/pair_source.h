@@ -22,15 +22,16 @@ public:
     // The microphones are channels of the stream, from 0; the rate is in Hz.
     PairSource(std::unique_ptr<SampleStream> stream, const Microphones &microphones, int rate);
 
-    // Reading ends at once with so many interrupts, first of all with one.
+    // Reading ends at once after this many interrupts. Without this call, one is enough.
     void end_with_interrupts(int count) { interrupts_to_end_ = count; }
     // Reads on to this second of the stream, or to an interrupt. Failure if it ends before.
     void skip_to(double seconds);
-    // Lets reading end so many seconds after the place where it is now.
+    // Makes reading end this many seconds after the current position.
     void end_after(double seconds);
 
-    // The next pairs, full scale 1, microphone 0 first; they may be none for a moment. nullptr at
-    // the end, before which the resampler gives what it holds back, unless an interrupt came.
+    // The next pairs, full scale 1, microphone 0 first; empty if there are none for a moment,
+    // nullptr at the end. Before the end come the samples that the resampler holds back, unless an
+    // interrupt came.
     const std::vector<float> *read();
 
     const SampleStream &stream() const { return *stream_; }

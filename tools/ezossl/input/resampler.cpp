@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// resampler.cpp - see resampler.h.
+// resampler.cpp - passes samples to libsoxr in pieces, and fetches the last ones at the end.
 
 #include "input/resampler.h"
 
@@ -49,12 +49,13 @@ const std::vector<float> &Resampler::process(const float *samples, std::size_t p
 Resampler::Progress Resampler::convert(const float *samples, std::size_t pairs)
 {
     constexpr std::size_t kSpare = 4096;
-    const std::size_t filled = result_.size();
     const std::size_t room = static_cast<std::size_t>(static_cast<double>(pairs) * ratio_) + kSpare;
-    result_.resize(filled + kChannels * room);
+    if (made_.size() < kChannels * room)
+        made_.resize(kChannels * room);
     Progress progress{};
-    require(soxr_process(state_.get(), samples, pairs, &progress.used, result_.data() + filled,
-                         room, &progress.made));
-    result_.resize(filled + kChannels * progress.made);
+    require(soxr_process(state_.get(), samples, pairs, &progress.used, made_.data(), room,
+                         &progress.made));
+    result_.insert(result_.end(), made_.begin(),
+                   made_.begin() + static_cast<std::ptrdiff_t>(kChannels * progress.made));
     return progress;
 }

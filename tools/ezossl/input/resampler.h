@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // resampler.h - a stream of sample pairs at another rate. Both microphones go through the same
-// call, so that nothing comes between them.
+// converter, so that both are delayed alike.
 
 #ifndef EZOSSL_TOOL_RESAMPLER_H
 #define EZOSSL_TOOL_RESAMPLER_H
@@ -34,6 +34,7 @@ private:
 
     double ratio_;
     std::unique_ptr<soxr, Delete> state_;
+    std::vector<float> made_; // by one conversion, at its beginning
     std::vector<float> result_;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // sample_rates.cpp - the rate policy: the user's choice first, then the best for speech, or the
-// lowest where the input has less.
+// lowest where the input, or the sound in it, has less.
 
 #include "input/sample_rates.h"
 
@@ -16,18 +16,25 @@ bool is_supported_rate(int rate)
            std::end(kSampleRates);
 }
 
-int analysis_rate(int wanted, int input_rate, const std::string &input)
+int rate_for_edge(int edge)
+{
+    return 2 * edge;
+}
+
+int analysis_rate(int wanted, int input_rate, const std::string &input,
+                  std::optional<int> band_limit)
 {
     if (input_rate < kLowestRate)
         throw Failure(format_text("%s: %d Hz; needs %d Hz or more: record it at a higher rate",
                                   input.c_str(), input_rate, kLowestRate));
     if (wanted > input_rate)
-        throw UsageFailure(format_text("%s: has %d Hz; at -r %d there would be no sound in the "
-                                       "upper band, and angles would be drawn to 0: omit -r",
+        throw UsageFailure(format_text("%s: has %d Hz; at -r %d its upper band would be empty, "
+                                       "which draws angles to 0. Omit -r",
                                        input.c_str(), input_rate, wanted));
     if (wanted != 0)
         return wanted;
-    return input_rate < kBestRate ? kLowestRate : kBestRate;
+    const int rate = input_rate < kBestRate ? kLowestRate : kBestRate;
+    return band_limit ? std::min(rate, rate_for_edge(*band_limit)) : rate;
 }
 
 int capture_rate(int wanted)

@@ -5,6 +5,7 @@
 #ifndef EZOSSL_TOOL_SAMPLE_RATES_H
 #define EZOSSL_TOOL_SAMPLE_RATES_H
 
+#include <optional>
 #include <string>
 
 constexpr int kSampleRates[] = {8000, 16000, 32000, 48000}; // Hz
@@ -15,11 +16,16 @@ bool is_supported_rate(int rate);
 
 enum class SoundOrigin { file, device };
 
+// The rate at which sound that ends at this frequency in Hz is analysed best.
+int rate_for_edge(int edge);
+
 // Rate in Hz at which an input of that rate is analysed; `wanted` is what the user asked for, 0 if
-// nothing. Never above what the input has: resampling adds no sound up there, and where there is
-// none angles are drawn to 0. UsageFailure, which names the input, if that is what the user wants;
-// Failure if the input has less than the lowest rate.
-int analysis_rate(int wanted, int input_rate, const std::string &input);
+// nothing. `band_limit` is the frequency above which the input is known to have no sound. Never
+// above the rate of the input: resampling would add an empty band, which draws angles to 0.
+// UsageFailure, which names the input, if the user asks for that; Failure if the input has less
+// than the lowest rate.
+int analysis_rate(int wanted, int input_rate, const std::string &input,
+                  std::optional<int> band_limit = std::nullopt);
 
 // Rate that a device is asked for, before it says which one it has.
 int capture_rate(int wanted);

@@ -14,10 +14,10 @@
 
 // Places where a device lost sound.
 struct LostSound {
-    long overruns = 0; // nobody took the samples in time
-    long suspends = 0; // the machine slept
+    int64_t overruns = 0; // nobody took the samples in time
+    int64_t suspends = 0; // the machine slept
 
-    long places() const { return overruns + suspends; }
+    int64_t places() const { return overruns + suspends; }
 };
 
 class SampleStream
@@ -42,7 +42,8 @@ public:
     virtual std::optional<int64_t> length() const { return std::nullopt; }
     virtual LostSound lost() const { return {}; }
     // Notes for the user, empty if there is nothing to say: on an encoding that alters the phase,
-    // on a header without the length, on an end that came after so many samples per channel.
+    // on a header without the length or wide samples, on an end after this many samples per
+    // channel.
     virtual std::string encoding_remark() const { return ""; }
     virtual std::string header_remark() const { return ""; }
     virtual std::string length_remark(int64_t) const { return ""; }

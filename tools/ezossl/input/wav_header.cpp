@@ -15,6 +15,7 @@
 namespace {
 
 constexpr uint32_t kExtensible = 0xfffe; // the tag stands at the beginning of a longer identifier
+constexpr std::size_t kStartBytes = 12;
 constexpr std::size_t kFormatBytes = 16;
 constexpr std::size_t kExtensibleBytes = 26;
 
@@ -29,18 +30,24 @@ constexpr Encoding kEncodings[] = {
     {6, 8, SF_FORMAT_ALAW},    {7, 8, SF_FORMAT_ULAW},
 };
 
-bool read_all(int descriptor, unsigned char *bytes, std::size_t count)
+// Fewer bytes at the end only.
+std::size_t read_up_to(int descriptor, unsigned char *bytes, std::size_t count)
 {
-    while (count > 0) {
-        const ssize_t got = read(descriptor, bytes, count);
+    std::size_t done = 0;
+    while (done < count) {
+        const ssize_t got = read(descriptor, bytes + done, count - done);
         if (got < 0 && errno == EINTR && interrupts() == 0)
             continue;
         if (got <= 0)
-            return false;
-        bytes += got;
-        count -= static_cast<std::size_t>(got);
+            break;
+        done += static_cast<std::size_t>(got);
     }
-    return true;
+    return done;
+}
+
+bool read_all(int descriptor, unsigned char *bytes, std::size_t count)
+{
+    return read_up_to(descriptor, bytes, count) == count;
 }
 
 bool skip(int descriptor, uint64_t count)
@@ -63,30 +70,36 @@ uint32_t little_endian(const unsigned char *bytes, int count)
     return value;
 }
 
-std::optional<WavHeader> parse_format(const unsigned char *format, std::size_t size)
+WavHeader parse_format(const unsigned char *format, std::size_t size)
 {
     uint32_t tag = little_endian(format, 2);
     if (tag == kExtensible && size >= kExtensibleBytes)
         tag = little_endian(format + 24, 2);
     const uint32_t channels = little_endian(format + 2, 2);
-    const uint32_t rate = little_endian(format + 4, 4);
     const uint32_t bits = little_endian(format + 14, 2);
+    WavHeader header = {0, little_endian(format + 4, 4), static_cast<int>(channels),
+                        static_cast<int>(bits / 8), 0};
     for (const Encoding &known : kEncodings) {
         if (known.tag == tag && known.bits == bits && channels > 0 &&
             little_endian(format + 12, 2) == channels * bits / 8)
-            return WavHeader{known.encoding, static_cast<int>(rate), static_cast<int>(channels),
-                             static_cast<int>(bits / 8), 0};
+            header.encoding = known.encoding;
     }
-    return std::nullopt;
+    return header;
 }
 
 } // namespace
 
-std::optional<WavHeader> read_wav_header(int descriptor)
+std::string read_start(int descriptor)
 {
-    unsigned char start[12];
-    if (!read_all(descriptor, start, sizeof start) || std::memcmp(start, "RIFF", 4) != 0 ||
-        std::memcmp(start + 8, "WAVE", 4) != 0)
+    unsigned char start[kStartBytes];
+    const std::size_t count = read_up_to(descriptor, start, sizeof start);
+    return {start, start + count};
+}
+
+std::optional<WavHeader> read_wav_header(int descriptor, const std::string &start)
+{
+    if (start.size() < kStartBytes || start.compare(0, 4, "RIFF") != 0 ||
+        start.compare(8, 4, "WAVE") != 0)
         return std::nullopt;
 
     std::optional<WavHeader> header;

@@ -27,6 +27,8 @@ public:
     virtual void begin(const InputInfo &) {}
     // The delays are those of the frames, EZOSSL_REJECTED_FRAME where there is none.
     virtual void write(const Block &block, const std::vector<int> &delays) = 0;
+    // A fault that the blocks suffer from.
+    virtual void fault(const std::string & /*name*/, const std::string & /*text*/) {}
     virtual void end(const Summary &) {}
 };
 

@@ -4,7 +4,6 @@
 #include "output/columns.h"
 
 #include <algorithm>
-#include <chrono>
 #include <iterator>
 
 #include "base/wall_clock.h"
@@ -35,8 +34,7 @@ Value list_of(const std::vector<int> &delays)
 }
 
 constexpr Column kColumns[] = {
-    {"time",
-     [](const BlockRow & /*row*/) { return Value(iso_time(std::chrono::system_clock::now())); },
+    {"time", [](const BlockRow &row) { return Value(iso_time(row.block.time)); },
      &WriterStyle::live},
     {"t_start", [](const BlockRow &row) { return seconds(row.block.start); }},
     {"t_end", [](const BlockRow &row) { return seconds(row.block.end); }},

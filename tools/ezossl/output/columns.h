@@ -25,6 +25,9 @@ struct BlockRow {
     const std::vector<int> &delays;
 };
 
+// Of the input, which each line of CSV and each object of JSON states first.
+constexpr char kInputColumn[] = "input";
+
 // In the order of CSV.
 struct Column {
     const char *name;

@@ -57,7 +57,7 @@ public:
 private:
     void write_header()
     {
-        std::string line = "file";
+        std::string line = kInputColumn;
         for (const Column &column : columns_)
             line += std::string(",") + column.name;
         output_.print("%s\n", line.c_str());

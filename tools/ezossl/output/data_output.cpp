@@ -8,66 +8,81 @@
 #include <cstdarg>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 #include "base/text.h"
+
+namespace {
+
+bool are_library_messages_shown = true;
+
+} // namespace
 
 DataOutput::DataOutput()
 {
-    const int descriptor = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (descriptor < 0)
-        fail();
-    file_ = fdopen(descriptor, "w");
-    if (file_ == nullptr)
-        fail();
+    write_to(Descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)));
+    look();
     // By line, so that messages keep their place among those of the tool.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     show_library_messages(true);
-}
-
-DataOutput::~DataOutput()
-{
-    std::fclose(file_);
 }
 
 void DataOutput::redirect(const std::string &path)
 {
     pending_.emplace(path);
     target_ = path;
-    write_to(fdopen(pending_->duplicate(), "w"));
+    write_to(pending_->duplicate());
+    look();
 }
 
 void DataOutput::grow(const std::string &path)
 {
+    pending_.emplace(path, PendingFile::Appears::growing);
     target_ = path;
-    write_to(std::fopen(path.c_str(), "we"));
+    write_to(pending_->duplicate());
+    look();
 }
 
-void DataOutput::write_to(std::FILE *file)
+void DataOutput::collect(int descriptor)
 {
-    if (file == nullptr)
+    target_ = "a temporary file";
+    write_to(Descriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)));
+}
+
+void DataOutput::write_to(Descriptor descriptor)
+{
+    Stream file(descriptor.is_open() ? fdopen(descriptor.get(), "w") : nullptr);
+    if (!file)
         fail();
-    std::fclose(file_);
-    file_ = file;
+    descriptor.release();
+    file_ = std::move(file);
 }
 
 void DataOutput::print(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    const int written = std::vfprintf(file_, format, arguments);
+    const int written = std::vfprintf(file_.get(), format, arguments);
     va_end(arguments);
     if (written < 0)
         fail();
 }
 
+void DataOutput::write(const char *bytes, std::size_t count)
+{
+    if (std::fwrite(bytes, 1, count, file_.get()) != count)
+        fail();
+}
+
 void DataOutput::flush()
 {
-    if (std::fflush(file_) != 0)
+    if (std::fflush(file_.get()) != 0)
         fail();
 }
 
@@ -78,27 +93,31 @@ void DataOutput::finish()
         pending_->commit();
 }
 
-bool DataOutput::is_terminal() const
+int DataOutput::descriptor() const
 {
-    return isatty(fileno(file_)) != 0;
+    return fileno(file_.get());
 }
 
-int DataOutput::columns() const
+void DataOutput::look()
 {
+    is_terminal_ = isatty(fileno(file_.get())) != 0;
     winsize size{};
-    const bool is_known = ioctl(fileno(file_), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return is_known ? size.ws_col : static_cast<int>(kTextWidth);
+    const bool is_known = ioctl(fileno(file_.get()), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    columns_ = is_known ? size.ws_col : static_cast<int>(kTextWidth);
 }
 
 void DataOutput::fail() const
 {
     if (errno == EPIPE)
         throw EndWith{128 + SIGPIPE};
-    throw Failure("cannot write to " + target_ + ": " + std::strerror(errno));
+    if (errno == EINTR)
+        end_if_interrupted();
+    throw WriteFailure("cannot write to " + target_ + ": " + std::strerror(errno));
 }
 
 void show_library_messages(bool show)
 {
+    are_library_messages_shown = show;
     std::fflush(stdout);
     const int target = show ? STDERR_FILENO : open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (target < 0)
@@ -109,4 +128,11 @@ void show_library_messages(bool show)
         close(target);
     if (!is_done)
         throw Failure(std::string("cannot keep messages apart: ") + std::strerror(error));
+}
+
+void send_messages_to(int descriptor)
+{
+    if (dup2(descriptor, STDERR_FILENO) < 0)
+        throw Failure(std::string("cannot collect messages: ") + std::strerror(errno));
+    show_library_messages(are_library_messages_shown);
 }

@@ -4,7 +4,9 @@
 #ifndef EZOSSL_TOOL_DATA_OUTPUT_H
 #define EZOSSL_TOOL_DATA_OUTPUT_H
 
+#include <cstddef>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -16,7 +18,6 @@ class DataOutput
 {
 public:
     DataOutput();
-    ~DataOutput();
     DataOutput(const DataOutput &) = delete;
     DataOutput &operator=(const DataOutput &) = delete;
 
@@ -24,27 +25,47 @@ public:
     void redirect(const std::string &path);
     // From now on to a file that grows under its own name.
     void grow(const std::string &path);
+    // From now on to this descriptor, from where another process prints it. So it has to look as it
+    // would without.
+    void collect(int descriptor);
 
     // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a
     // pipe is gone, the program ends without a message.
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
+    void write(const char *bytes, std::size_t count);
     void flush();
     void finish();
+    // Whether there is a file that only appears with finish().
+    bool is_pending() const { return pending_.has_value(); }
 
-    bool is_terminal() const;
-    // Of the terminal; as many as a table may need where there is none.
-    int columns() const;
+    int descriptor() const;
+    bool is_terminal() const { return is_terminal_; }
+    // The width of the terminal; kTextWidth if the output is not a terminal.
+    int columns() const { return columns_; }
 
 private:
-    void write_to(std::FILE *file);
+    struct Close {
+        void operator()(std::FILE *file) const { std::fclose(file); }
+    };
+    using Stream = std::unique_ptr<std::FILE, Close>;
+
+    void write_to(Descriptor descriptor);
     [[noreturn]] void fail() const;
 
-    std::FILE *file_;
+    void look();
+
+    Stream file_;
+    bool is_terminal_ = false;
+    int columns_ = 0;
     std::string target_ = "standard output";
     std::optional<PendingFile> pending_;
 };
 
 // Where the library's messages go from now on: to standard error, or nowhere.
 void show_library_messages(bool show);
+
+// Standard error, and with it those messages of the library that are shown, go to this descriptor
+// from now on.
+void send_messages_to(int descriptor);
 
 #endif

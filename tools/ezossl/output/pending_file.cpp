@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -16,6 +18,7 @@
 #include <unistd.h>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 
 namespace fs = std::filesystem;
 
@@ -27,9 +30,10 @@ constexpr mode_t kWritable = 0222;
 constexpr char kEnding[] = ".XXXXXX.part";
 constexpr std::size_t kLongestName = 255 - (sizeof kEnding - 1);
 
+// Never destroyed: a file that is a static object ends after any list made later than itself.
 std::vector<const PendingFile *> &pending_files()
 {
-    static std::vector<const PendingFile *> files;
+    static auto &files = *new std::vector<const PendingFile *>;
     return files;
 }
 
@@ -50,7 +54,7 @@ std::string folder_of(const std::string &path)
     return folder.empty() ? "." : folder;
 }
 
-// Of a new file. There is no way to ask for the mask but to set it.
+// The mode of a new file. The mask can be read only by setting it.
 mode_t usual_mode()
 {
     const mode_t mask = umask(0);
@@ -60,23 +64,46 @@ mode_t usual_mode()
 
 } // namespace
 
-PendingFile::PendingFile(const std::string &target) : target_(target), path_(behind_links(target))
+bool is_standard_output(const std::string &name)
+{
+    return name == "-" || name == "/dev/stdout" || name == "/dev/fd/1" || name == "/proc/self/fd/1";
+}
+
+bool is_stream(const std::string &name)
+{
+    std::error_code error;
+    const fs::file_status status = fs::status(name, error);
+    return is_standard_output(name) || fs::is_character_file(status) || fs::is_fifo(status);
+}
+
+PendingFile::PendingFile(const std::string &target, Appears appears, int standard_output)
+    : target_(target), path_(behind_links(target))
 {
     if (target.empty())
         throw Failure("the name of the file to write is empty");
-    if (target == "-")
-        throw UsageFailure("-: this file cannot go to standard output; give it a name");
-    std::error_code error;
-    const fs::file_status status = fs::status(target, error);
-    // Renaming would put a plain file in the place of a device or a pipe: they are written to.
-    if (fs::is_character_file(status) || fs::is_fifo(status)) {
-        open_device();
+    if (is_standard_output(target)) {
+        target_ = "standard output";
+        if (standard_output == kNoStandardOutput)
+            throw UsageFailure(target + ": this file cannot go to standard output; give it a name");
+        descriptor_ = standard_output;
+        descriptor_ = duplicate().release();
         return;
     }
+    // Renaming would put a plain file in the place of a device or a pipe: they are written to.
+    if (is_stream(target)) {
+        open_itself(O_WRONLY);
+        return;
+    }
+    std::error_code error;
+    const fs::file_status status = fs::status(target, error);
     if (fs::exists(status) && !fs::is_regular_file(status))
         throw Failure(target + ": exists and is not a regular file; choose another name");
     claim();
-    open_beside();
+    pending_files().reserve(pending_files().size() + 1); // from here on nothing may be left behind
+    if (appears == Appears::growing)
+        open_itself(O_WRONLY | O_CREAT | O_TRUNC);
+    else
+        open_beside();
     pending_files().push_back(this);
 }
 
@@ -90,9 +117,9 @@ PendingFile::~PendingFile()
         unlink(working_path_.c_str());
 }
 
-void PendingFile::open_device()
+void PendingFile::open_itself(int flags)
 {
-    descriptor_ = open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+    descriptor_ = open(target_.c_str(), flags | O_CLOEXEC, 0666);
     if (descriptor_ < 0)
         fail();
 }
@@ -112,7 +139,7 @@ void PendingFile::open_beside()
     descriptor_ = mkostemps(path.data(), kSuffix, O_CLOEXEC);
     if (descriptor_ < 0)
         fail();
-    working_path_ = path;
+    working_path_ = std::move(path); // without memory for a copy the file would stay
     if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0 &&
         fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
         replaced.st_mode &= ~(mode_t{S_ISUID} | S_ISGID); // of an owner that it will not have
@@ -141,10 +168,10 @@ void PendingFile::claim()
             throw UsageFailure(target_ + ": is named for two outputs; give each its own");
 }
 
-int PendingFile::duplicate() const
+Descriptor PendingFile::duplicate() const
 {
-    const int descriptor = fcntl(descriptor_, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (descriptor < 0)
+    Descriptor descriptor(fcntl(descriptor_, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!descriptor.is_open())
         fail();
     return descriptor;
 }
@@ -155,6 +182,8 @@ void PendingFile::write(const std::string &text) const
         const ssize_t now = ::write(descriptor_, text.data() + done, text.size() - done);
         if (now < 0 && errno != EINTR)
             fail();
+        if (now < 0 && working_path_.empty())
+            end_if_interrupted(); // a reader of the pipe may never come
         done += static_cast<std::size_t>(std::max<ssize_t>(now, 0));
     }
 }
@@ -173,12 +202,19 @@ void PendingFile::commit()
     if (working_path_.empty())
         return;
     sync();
+    // The name is on the disk once the folder is. That it cannot be written is no reason to fail:
+    // the file is there.
+    const Descriptor folder(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (std::rename(working_path_.c_str(), path_.c_str()) != 0)
         fail();
     working_path_.clear();
+    if (folder.is_open())
+        static_cast<void>(fsync(folder.get()));
 }
 
 void PendingFile::fail() const
 {
-    throw Failure(target_ + ": cannot be written: " + std::strerror(errno));
+    if (errno == EPIPE) // the reader needs no more
+        throw EndWith{128 + SIGPIPE};
+    throw WriteFailure(target_ + ": cannot be written: " + std::strerror(errno));
 }

@@ -17,25 +17,31 @@ constexpr std::chrono::milliseconds kInterval(200);
 
 } // namespace
 
-Progress::Progress(const std::string &name, std::optional<double> seconds, bool is_quiet)
-    : name_(name), seconds_(seconds), is_wanted_(!is_quiet && isatty(STDERR_FILENO) != 0),
-      next_(Clock::now() + kMoment)
+Progress::Progress(bool is_wanted)
+    : is_wanted_(is_wanted && isatty(STDERR_FILENO) != 0), next_(Clock::now() + kMoment)
 {
 }
 
 Progress::~Progress()
 {
-    if (is_shown_)
-        std::fputs("\r\033[K", stderr);
+    clear();
 }
 
-void Progress::show(double seconds_done)
+bool Progress::is_due() const
 {
-    if (!is_wanted_ || Clock::now() < next_)
-        return;
+    return is_wanted_ && Clock::now() >= next_;
+}
+
+void Progress::show(const std::string &text)
+{
     next_ = Clock::now() + kInterval;
     is_shown_ = true;
-    std::fprintf(stderr, "\r\033[K%s: %.0f s", printable(name_).c_str(), seconds_done);
-    if (seconds_)
-        std::fprintf(stderr, " of %.0f s", *seconds_);
+    std::fprintf(stderr, "\r\033[K%s", printable(text).c_str());
+}
+
+void Progress::clear()
+{
+    if (is_shown_)
+        std::fputs("\r\033[K", stderr);
+    is_shown_ = false;
 }

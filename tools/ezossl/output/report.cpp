@@ -32,7 +32,7 @@ bool wants_color(const ReportSettings &settings, const DataOutput &output)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-// An odd number of columns beside the table's other ones, and none if there are too few.
+// What the table's other columns leave, as an odd number; 0 if that is too narrow.
 int meter_width(int columns)
 {
     constexpr int kOtherColumns = 54;
@@ -52,13 +52,11 @@ std::string figure_title(const InputInfo &input)
 
 } // namespace
 
-Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs)
-    : settings_(settings), output_(output), is_live_(is_live || settings.realtime)
+Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs,
+               BlockWriter *audience)
+    : settings_(settings), output_(output), is_live_(is_live || settings.realtime),
+      audience_(audience)
 {
-    if (settings.live && !settings.output.empty())
-        output.grow(settings.output);
-    else if (!settings.output.empty())
-        output.redirect(settings.output);
     using NamedDrawing = std::pair<std::string, Drawing>;
     for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
                                         NamedDrawing(settings.histogram, angle_rose_svg)}) {
@@ -66,6 +64,10 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live,
             continue;
         figures_.emplace_back(path, drawing);
     }
+    if (settings.live && !settings.output.empty())
+        output.grow(settings.output); // after the figures, as it replaces a file at once
+    else if (!settings.output.empty())
+        output.redirect(settings.output);
     writer_ = settings.format->make(output, {settings.per_frame, wants_color(settings, output),
                                              many_inputs, output.is_terminal() && locale_is_utf8(),
                                              settings.live, meter_width(output.columns())});
@@ -79,6 +81,8 @@ void Report::begin(const InputInfo &input)
     drawn_.clear();
     last_shown_.reset();
     began_ = std::chrono::steady_clock::now();
+    if (audience_ != nullptr)
+        audience_->begin(input);
     writer_->begin(input);
 }
 
@@ -87,6 +91,8 @@ void Report::block(const Block &block, const std::vector<int> &delays)
     if (settings_.realtime)
         wait_for(block.end - input_.layout.start);
     summary_.add(block);
+    if (audience_ != nullptr)
+        audience_->write(block, delays);
     if (!figures_.empty())
         drawn_.push_back(block);
     if (!is_shown(block))
@@ -125,6 +131,8 @@ void Report::wait_for(double seconds)
 void Report::fault(const std::string &name, const std::string &text)
 {
     faults_.push_back(name);
+    if (audience_ != nullptr)
+        audience_->fault(name, text);
     if (!settings_.quiet)
         note(input_.name + ": " + name + ": " + text);
 }
@@ -133,6 +141,8 @@ void Report::end(const SoundSummary &sound)
 {
     static_cast<SoundSummary &>(summary_) = sound;
     summary_.faults = faults_;
+    if (audience_ != nullptr)
+        audience_->end(summary_);
     writer_->end(summary_);
     output_.flush();
     for (const Figure &figure : figures_)
@@ -170,6 +180,8 @@ void Report::advise() const
 
 void Report::commit()
 {
+    for (Figure &figure : figures_)
+        figure.file.sync(); // the first name appears when little else can fail
     output_.finish();
     for (Figure &figure : figures_)
         figure.file.commit();

@@ -5,6 +5,7 @@
 #define EZOSSL_TOOL_REPORT_H
 
 #include <chrono>
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <optional>
@@ -32,8 +33,10 @@ struct ReportSettings {
 class Report
 {
 public:
-    // Opens the outputs that the settings name. If live, each line is flushed at once.
-    Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs);
+    // Opens the outputs that the settings name. If live, each line is flushed at once. If there is
+    // an audience, it gets every block before it is printed.
+    Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs,
+           BlockWriter *audience = nullptr);
 
     void begin(const InputInfo &input);
     void block(const Block &block, const std::vector<int> &delays);
@@ -45,7 +48,8 @@ public:
     // Makes the output files appear; without it, there are none.
     void commit();
 
-    long blocks() const { return summary_.blocks(); }
+    int64_t blocks() const { return summary_.blocks(); }
+    bool is_on_terminal() const { return output_.is_terminal(); }
 
 private:
     struct Figure {
@@ -63,6 +67,7 @@ private:
     DataOutput &output_;
     bool is_live_;
     std::unique_ptr<BlockWriter> writer_;
+    BlockWriter *audience_;
     std::list<Figure> figures_;
     InputInfo input_;
     Summary summary_;

@@ -7,10 +7,16 @@
 #include <cstring>
 #include <filesystem>
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "base/failure.h"
 
-SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length length)
-    : target_(path), update_after_(static_cast<std::size_t>(rate))
+SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length length,
+                         int standard_output)
+    : target_(path, PendingFile::Appears::whole, standard_output),
+      update_after_(static_cast<std::size_t>(rate))
 {
     const bool is_flac = std::filesystem::path(path).extension() == ".flac";
     keeps_header_ = !is_flac && length == Length::open;
@@ -20,10 +26,16 @@ SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length
     info.format = SF_FORMAT_PCM_16 | (is_flac         ? SF_FORMAT_FLAC
                                       : keeps_header_ ? SF_FORMAT_RF64
                                                       : SF_FORMAT_WAV);
+    const bool is_whole = !is_stream(path);
+    if (!is_whole && length == Length::open)
+        throw UsageFailure(path +
+                           ": is a pipe or a device, and a recording needs a file; name one");
     errno = 0;
-    file_.reset(sf_open_fd(target_.duplicate(), SFM_WRITE, &info, SF_TRUE));
-    if (!file_)
-        fail();
+    if (!is_whole)
+        memory_ = Descriptor(memfd_create("sound", MFD_CLOEXEC));
+    const int descriptor = is_whole ? target_.descriptor() : memory_.get();
+    file_.reset(sf_open_fd(descriptor, SFM_WRITE, &info, SF_FALSE));
+    require(file_ != nullptr);
     if (keeps_header_)
         sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 }
@@ -32,26 +44,46 @@ void SoundWriter::write(const int16_t *samples, std::size_t count)
 {
     const auto wanted = static_cast<sf_count_t>(count);
     errno = 0;
-    if (sf_writef_short(file_.get(), samples, wanted) != wanted)
-        fail();
+    require(sf_writef_short(file_.get(), samples, wanted) == wanted);
     since_update_ += count;
     if (!keeps_header_ || since_update_ < update_after_)
         return;
     sf_command(file_.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
+    require(true);
+    // Does not wait for the disk, which could take longer than the device waits for its reader.
+    static_cast<void>(sync_file_range(target_.descriptor(), 0, 0, SYNC_FILE_RANGE_WRITE));
     since_update_ = 0;
 }
 
 void SoundWriter::finish()
 {
     errno = 0;
-    if (sf_close(file_.release()) != 0)
-        fail();
+    require(sf_close(file_.release()) == 0);
+    if (memory_.is_open())
+        pour();
     target_.commit();
 }
 
-// The system knows more than libsndfile, which calls all that it says "System error".
-void SoundWriter::fail()
+void SoundWriter::pour()
 {
-    throw Failure(target_.target() + ": cannot be written: " +
-                  (errno != 0 ? std::strerror(errno) : sf_strerror(file_.get())));
+    std::string bytes(std::size_t{1} << 16, '\0');
+    ssize_t got = 0;
+    for (off_t place = 0;; place += got) {
+        errno = 0;
+        got = pread(memory_.get(), bytes.data(), bytes.size(), place);
+        require(got >= 0);
+        if (got == 0)
+            return;
+        target_.write(bytes.substr(0, static_cast<std::size_t>(got)));
+    }
+}
+
+// After errno was set to 0. libsndfile calls all that the system says "System error", and passes
+// over what fails when it corrects a header. It repeats what was interrupted, and seeks in pipes.
+void SoundWriter::require(bool is_done)
+{
+    if (is_done && (errno == 0 || errno == EINTR || errno == ESPIPE))
+        return;
+    throw WriteFailure(target_.target() + ": cannot be written: " +
+                       (errno != 0 ? std::strerror(errno) : sf_strerror(file_.get())));
 }

@@ -20,19 +20,23 @@ public:
         open,    // RF64, which is plain WAV as long as it is small enough
     };
 
-    // Failure shows now if the file cannot be written. It appears with finish(). Of open length, it
-    // can be read up to its last second even if the program is killed before that.
-    SoundWriter(const std::string &path, int rate, int channels, Length length);
+    // Failure shows now if the file cannot be written. It appears with finish(), as does what goes
+    // into a pipe. Of open length, it can be read up to its last second even if the program is
+    // killed before that. Standard output is taken as PendingFile takes it.
+    SoundWriter(const std::string &path, int rate, int channels, Length length,
+                int standard_output = PendingFile::kNoStandardOutput);
 
     // Interleaved; `count` per channel.
     void write(const int16_t *samples, std::size_t count);
     void finish();
 
 private:
-    [[noreturn]] void fail();
+    void pour();
+    void require(bool is_done);
 
     PendingFile target_;
     SoundFile file_;
+    Descriptor memory_; // holds what goes into a pipe, as libsndfile goes back to the header
     bool keeps_header_ = false; // true to the samples
     std::size_t update_after_;  // samples per channel: a second of them
     std::size_t since_update_ = 0;

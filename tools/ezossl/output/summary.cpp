@@ -16,12 +16,12 @@ void Summary::add(const Block &block)
     ++count_of_angle_.at(static_cast<std::size_t>(index));
 }
 
-long Summary::blocks() const
+int64_t Summary::blocks() const
 {
-    return std::accumulate(count_of_status_.begin(), count_of_status_.end(), 0L);
+    return std::accumulate(count_of_status_.begin(), count_of_status_.end(), int64_t{0});
 }
 
-long Summary::heard() const
+int64_t Summary::heard() const
 {
     return blocks() - count(BlockStatus::quiet);
 }
@@ -39,34 +39,34 @@ BlockStatus Summary::main_reason() const
 
 double Summary::decided_share() const
 {
-    const long all = blocks();
+    const int64_t all = blocks();
     return all > 0 ? static_cast<double>(count(BlockStatus::ok)) / static_cast<double>(all) : 0.0;
 }
 
 double Summary::median() const
 {
-    const long angles = count(BlockStatus::ok);
+    const int64_t angles = count(BlockStatus::ok);
     return 0.5 * (nth_angle((angles - 1) / 2) + nth_angle(angles / 2));
 }
 
-int Summary::nth_angle(long n) const
+int Summary::nth_angle(int64_t n) const
 {
     const auto *count = count_of_angle_.begin();
-    for (long passed = *count; passed <= n;)
+    for (int64_t passed = *count; passed <= n;)
         passed += *++count;
     return static_cast<int>(count - count_of_angle_.begin()) - 90;
 }
 
 std::string to_text(const std::string &path, const Summary &summary)
 {
-    std::string text = format_text("%s: %s, %ld decided (%.0f %%)", path.c_str(),
-                                   counted(summary.blocks(), "block").c_str(),
-                                   summary.count(BlockStatus::ok), 100 * summary.decided_share());
+    std::string text = path + ": " + counted(summary.blocks(), "block") + ", " +
+                       std::to_string(summary.count(BlockStatus::ok)) +
+                       format_text(" decided (%.0f %%)", 100 * summary.decided_share());
     if (summary.count(BlockStatus::ok) > 0)
         text += format_text(", median %+g deg", summary.median());
     for (const StatusDisplay &row : kStatuses) {
         if (row.status != BlockStatus::ok && summary.count(row.status) > 0)
-            text += format_text(", %ld %s", summary.count(row.status), row.words);
+            text += ", " + std::to_string(summary.count(row.status)) + ' ' + row.words;
     }
     if (summary.overruns > 0)
         text += ", " + counted(summary.overruns, "overrun") + ": sound is missing";
@@ -75,10 +75,9 @@ std::string to_text(const std::string &path, const Summary &summary)
     if (summary.dropped_seconds > 0.0)
         text += format_text(", last %.3f s dropped: less than a block", summary.dropped_seconds);
     if (summary.clamped > 0)
-        text += ", " + counted(static_cast<long>(summary.clamped), "sample") +
-                " beyond full scale clamped";
+        text += ", " + counted(summary.clamped, "sample") + " beyond full scale clamped";
     if (summary.wrapped > 0)
-        text += ", " + counted(static_cast<long>(summary.wrapped), "sample") +
+        text += ", " + counted(summary.wrapped, "sample") +
                 " wrapped around because the gain is too high: lower -G";
     if (summary.gate)
         text +=

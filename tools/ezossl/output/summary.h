@@ -13,7 +13,7 @@
 
 #include "tracking/block.h"
 
-// What the gate was that followed the noise, in dB of full scale.
+// The levels of a gate that followed the noise, in dB of full scale.
 struct GateRange {
     double lowest;
     double highest;
@@ -24,9 +24,9 @@ struct GateRange {
 struct SoundSummary {
     double dropped_seconds = 0.0; // at the end, less than a block
     int64_t clamped = 0;          // samples beyond full scale
-    std::size_t wrapped = 0;      // samples that the gain took beyond 16 bits
-    long overruns = 0;
-    long suspends = 0;                 // of the machine, while it listened
+    int64_t wrapped = 0;          // samples that the gain took beyond 16 bits
+    int64_t overruns = 0;
+    int64_t suspends = 0;              // of the machine, while it listened
     std::optional<GateRange> gate;     // none if it was fixed
     std::optional<int> band_limit;     // Hz above which there is no sound
     std::vector<std::string> faults{}; // names of those that were found
@@ -34,22 +34,22 @@ struct SoundSummary {
 
 struct Summary : SoundSummary {
     void add(const Block &block);
-    long count(BlockStatus status) const { return count_of_status_[index_of(status)]; }
-    long blocks() const;          // of every status
-    long heard() const;           // blocks that are not quiet
+    int64_t count(BlockStatus status) const { return count_of_status_[index_of(status)]; }
+    int64_t blocks() const;       // of every status
+    int64_t heard() const;        // blocks that are not quiet
     double decided_share() const; // of all blocks
     // The most frequent reason for a block that was heard to have no angle.
     BlockStatus main_reason() const;
-    // Of the angles, of which there has to be one. Of an even number, the mean of the two in the
-    // middle.
+    // The median angle; there must be at least one angle. For an even number of them, the mean of
+    // the two in the middle.
     double median() const;
 
 private:
-    int nth_angle(long n) const;
+    int nth_angle(int64_t n) const;
 
-    std::array<long, kStatusCount> count_of_status_{};
+    std::array<int64_t, kStatusCount> count_of_status_{};
     // Angles are whole degrees, so counting them is enough for the median.
-    std::array<long, 181> count_of_angle_{};
+    std::array<int64_t, 181> count_of_angle_{};
 };
 
 // One line for people.

@@ -37,7 +37,7 @@ std::string result_text(const std::vector<Block> &blocks)
 {
     const std::size_t decided = count_of(blocks, BlockStatus::ok);
     std::string text = std::to_string(decided) + " of " +
-                       counted(static_cast<long>(blocks.size()), "block") + " with an angle";
+                       counted(static_cast<int64_t>(blocks.size()), "block") + " with an angle";
     if (decided == 0)
         return text;
     const double percent =

@@ -36,10 +36,10 @@ struct Sector {
 
 std::vector<Sector> sectors_of(const std::vector<Block> &blocks)
 {
-    std::map<long, std::size_t> counts;
+    std::map<int64_t, std::size_t> counts;
     for (const Block &block : blocks) {
         if (block.status == BlockStatus::ok)
-            counts[std::lround(block.angle / kSectorDegrees)]++;
+            counts[std::llround(block.angle / kSectorDegrees)]++;
     }
     const auto decided = static_cast<double>(count_of(blocks, BlockStatus::ok));
     std::vector<Sector> sectors;
@@ -115,7 +115,7 @@ void draw_sector(SvgDrawing &drawing, const Sector &sector, double radius)
     outline.arc(kHub, true, polar(kHub, sector.from)).close();
     drawing.path("sector", outline,
                  angle_text(sector.from) + " to " + angle_text(sector.to) + ": " +
-                     counted(static_cast<long>(sector.count), "block") + ", " +
+                     counted(static_cast<int64_t>(sector.count), "block") + ", " +
                      svg_number(sector.percent) + " %");
 }
 

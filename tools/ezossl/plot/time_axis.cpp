@@ -44,8 +44,8 @@ std::vector<double> TimeAxis::ticks() const
 {
     std::vector<double> result;
     // Counted, as a sum of tenths would drift; a little beyond, as a tenth is not exact either.
-    const auto last = static_cast<long>(std::floor(end_ / step_ + 1e-6));
-    for (auto i = static_cast<long>(std::ceil(start_ / step_ - 1e-6)); i <= last; ++i)
+    const auto last = static_cast<int64_t>(std::floor(end_ / step_ + 1e-6));
+    for (auto i = static_cast<int64_t>(std::ceil(start_ / step_ - 1e-6)); i <= last; ++i)
         result.push_back(static_cast<double>(i) * step_);
     return result;
 }
@@ -56,9 +56,9 @@ std::string TimeAxis::label(double tick) const
     if (end_ < 2 * kMinute || step_ < 1.0)
         return svg_number(tick);
     const bool hours = step_ >= kMinute && end_ >= 2 * kHour;
-    const long minor = std::lround(hours ? tick / kMinute : tick);
+    const long long minor = std::llround(hours ? tick / kMinute : tick);
     char text[48];
-    std::snprintf(text, sizeof text, "%ld:%02ld", minor / 60, minor % 60);
+    std::snprintf(text, sizeof text, "%lld:%02lld", minor / 60, minor % 60);
     return text;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "base/failure.h"
+#include "base/interrupt.h"
 #include "input/audio_file.h"
 #include "input/pair_source.h"
 #include "scene/scene.h"
@@ -21,6 +22,7 @@ std::vector<float> read_source(const std::string &path, double seconds, int rate
         for (std::size_t i = 0; i < next->size(); i += EZOSSL_MIC_COUNT)
             source.push_back((*next)[i]);
     }
+    end_if_interrupted();
     if (source.empty() || active_rms(source, rate) == 0.0)
         throw Failure(path + ": holds no sound; a scene needs a source that can be heard");
     return source;

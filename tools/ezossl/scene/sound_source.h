@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sound_source.h - what the source of a scene says, as mono samples.
+// sound_source.h - the sound of a scene's source, as mono samples.
 
 #ifndef EZOSSL_TOOL_SOUND_SOURCE_H
 #define EZOSSL_TOOL_SOUND_SOURCE_H
@@ -11,7 +11,7 @@
 // nothing to be heard.
 std::vector<float> read_source(const std::string &path, double seconds, int rate);
 
-// The samples over and over, or their beginning, in another length.
+// Repeats the samples, or cuts them, to this length.
 void repeat_to(std::vector<float> &samples, std::size_t length);
 
 #endif

@@ -4,6 +4,8 @@
 #ifndef EZOSSL_TOOL_BLOCK_H
 #define EZOSSL_TOOL_BLOCK_H
 
+#include <chrono>
+
 #include "tracking/block_status.h"
 
 struct Block {
@@ -13,9 +15,10 @@ struct Block {
     int angle;           // degrees; of BlockStatus::ok only
     int frames_agreeing; // frames whose delays agree: see DirectionVote, and Localizer for its own
     int frames_used;     // frames with a clear delay
-    int frames_total;    // frames that had a say
+    int frames_total;    // frames that could vote
     double level; // mean of both microphones, dB of full scale; -infinity for digital silence
-    bool has_gap = false; // whether the device lost sound before its end
+    bool has_gap = false;                         // whether the device lost sound before its end
+    std::chrono::system_clock::time_point time{}; // of day when it was complete
 };
 
 #endif

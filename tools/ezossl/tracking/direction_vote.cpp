@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// direction_vote.cpp - counts the votes of a moment by angle. The range is one of delays: it is as
-// wide in the sine of the angle everywhere, as the delay is proportional to the sine.
+// direction_vote.cpp - counts the votes of the window by angle. The range is a range of delays, so
+// it has one width in the sine of the angle, to which the delay is proportional.
 
 #include "tracking/direction_vote.h"
 
@@ -10,8 +10,8 @@
 
 namespace {
 
-// Found on simulated scenes of speech in rooms and with independent noise in both channels, from
-// which not one answer may come; see docs/accuracy.md.
+// Chosen on simulated speech in rooms, and such that independent noise in both channels never gets
+// an angle; see docs/accuracy.md.
 constexpr double kRangeOfSines = 0.2;
 constexpr double kQuorumShare = 0.16;   // of the window's frames
 constexpr double kNearMissShare = 0.75; // of the quorum

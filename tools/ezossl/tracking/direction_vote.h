@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// direction_vote.h - one direction out of the frames of a moment: the narrow range of directions
-// that most of them fall into, if enough do.
+// direction_vote.h - finds one direction from the frames of the last second or so: the narrow range
+// of directions that most of them fall into, if enough do.
 
 #ifndef EZOSSL_TOOL_DIRECTION_VOTE_H
 #define EZOSSL_TOOL_DIRECTION_VOTE_H
@@ -27,7 +27,7 @@ struct FrameVote {
 class DirectionVote
 {
 public:
-    // Of so many frames, the last ones.
+    // Counts the last `window_frames` frames.
     explicit DirectionVote(std::size_t window_frames);
 
     void add(const FrameVote &vote);

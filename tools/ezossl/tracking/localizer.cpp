@@ -102,9 +102,10 @@ void Localizer::add_frame(const int16_t (&frame)[kFrameSamples])
 
 void Localizer::amplify(int16_t (&frame)[kFrameSamples])
 {
-    wrapped_ += static_cast<std::size_t>(
-        std::count_if(std::begin(frame), std::end(frame),
-                      [this](int sample) { return std::abs(sample) > loudest_; }));
+    wrapped_ +=
+        static_cast<int64_t>(std::count_if(std::begin(frame), std::end(frame), [this](int sample) {
+            return std::abs(sample) > loudest_;
+        }));
     require("EzoSsl_ApplyDigitalGain", EzoSsl_ApplyDigitalGain(handle_, frame, settings_.gain_db));
 }
 

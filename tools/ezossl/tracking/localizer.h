@@ -36,7 +36,7 @@ struct LocalizerSettings {
 class Localizer
 {
 public:
-    // Starts the random numbers anew that the library draws. Failure if it refuses the settings.
+    // Restarts the random numbers that the library draws. Failure if it refuses the settings.
     explicit Localizer(const LocalizerSettings &settings);
     ~Localizer();
     Localizer(const Localizer &) = delete;
@@ -44,8 +44,8 @@ public:
 
     void add_frame(const int16_t (&frame)[kFrameSamples]);
     bool is_block_complete() const { return frames() == settings_.block_frames; }
-    // The answer to the frames since the last block, which start the next one. In the time domain
-    // there is none: every block is undecided.
+    // The result for the frames since the last block. The next frame starts another block. In the
+    // time-domain mode every block is undecided.
     Block finish_block();
 
     // Of the block so far: a delay per frame, EZOSSL_REJECTED_FRAME where there is no clear one.
@@ -53,7 +53,7 @@ public:
     int frames() const { return static_cast<int>(delays_.size()); }
     double frame_seconds() const { return double{EZOSSL_FRAME_LENGTH} / settings_.sample_rate; }
     // Samples that the gain took beyond 16 bits, where they wrapped around.
-    std::size_t wrapped() const { return wrapped_; }
+    int64_t wrapped() const { return wrapped_; }
 
 private:
     void amplify(int16_t (&frame)[kFrameSamples]);
@@ -66,8 +66,8 @@ private:
     SslHandle *handle_;
     std::vector<int> delays_;
     double energy_ = 0.0; // of the block, full scale 1
-    long blocks_ = 0;
-    std::size_t wrapped_ = 0;
+    int64_t blocks_ = 0;
+    int64_t wrapped_ = 0;
 };
 
 #endif

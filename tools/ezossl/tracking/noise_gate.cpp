@@ -9,8 +9,8 @@
 
 namespace {
 
-// Found with a talker who pauses while a fan goes on elsewhere: lower margins let the fan answer,
-// higher ones silence the talker.
+// Chosen with a talker who pauses while a fan runs elsewhere: with lower margins the fan gets
+// angles, with higher ones the talker loses them.
 constexpr double kWindow = 30.0;     // seconds in which the floor is the lowest level
 constexpr double kMarginDb = 6.0;    // above the floor
 constexpr double kHeadroomDb = 10.0; // below the loudest, so that a steady sound alone stays heard

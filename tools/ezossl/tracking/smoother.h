@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-// smoother.h - blocks out of single frames: each gets the direction of the moment that it ends, by
-// a vote of the frames of the last second or so.
+// smoother.h - makes blocks from single frames. Each gets the direction at its end, by a vote of
+// the frames of the last second or so.
 
 #ifndef EZOSSL_TOOL_SMOOTHER_H
 #define EZOSSL_TOOL_SMOOTHER_H
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -13,14 +14,14 @@
 #include "tracking/noise_gate.h"
 
 // What is measured best; see docs/accuracy.md.
-constexpr double kSmoothSeconds = 1.024;        // of the moment
-constexpr double kSmoothedBlockSeconds = 0.256; // between blocks
+constexpr double kSmoothSeconds = 1.024;        // whose frames vote
+constexpr double kSmoothedBlockSeconds = 0.256; // length of a block
 
 class Smoother
 {
 public:
-    // A block has settings.block_frames, the moment so many seconds; without a gate in dB of full
-    // scale the gate follows the noise.
+    // A block has settings.block_frames frames, and those of the last `seconds` vote. Without
+    // gate_db, a level in dB of full scale, the gate follows the noise.
     Smoother(const LocalizerSettings &settings, double seconds, std::optional<int> gate_db);
 
     // A block of one frame, as Localizer gives it, and its delay.
@@ -43,15 +44,15 @@ private:
     double longest_lag_; // samples
     NoiseGate gate_;
     DirectionVote vote_;
-    std::vector<FrameVote> segment_; // of a few frames that are silent or not together
+    std::vector<FrameVote> segment_; // frames that the gate judges together
     double segment_power_ = 0.0;     // their sum, full scale 1
     std::vector<int> delays_;
     double power_ = 0.0;
     bool is_quiet_ = true; // so far
-    long blocks_ = 0;
+    int64_t blocks_ = 0;
 };
 
-// Frames that are so long, at least one.
+// The number of frames in this many seconds, at least one.
 int frames_in(double seconds, int sample_rate);
 
 #endif

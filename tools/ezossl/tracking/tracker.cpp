@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// tracker.cpp - hands every block on as soon as its last frame is there. Without smoothing blocks
+// tracker.cpp - gives every block as soon as its last frame is there. Without smoothing blocks
 // are the library's. With it the library's blocks are single frames, as a block of one frame tells
 // what the frame's delay is to a fraction of a sample.
 
@@ -19,33 +19,34 @@ LocalizerSettings localizer_settings(const TrackerSettings &settings)
 
 } // namespace
 
-Tracker::Tracker(const TrackerSettings &settings, double start, BlockHandler on_block)
-    : start_(start), on_block_(std::move(on_block)), localizer_(localizer_settings(settings))
+Tracker::Tracker(const TrackerSettings &settings, double start)
+    : start_(start), localizer_(localizer_settings(settings))
 {
     if (settings.smooth_seconds)
         smoother_.emplace(settings.localizer, *settings.smooth_seconds, settings.gate_db);
 }
 
-void Tracker::add(const Frame &frame)
+std::optional<TrackedBlock> Tracker::add(const Frame &frame)
 {
     localizer_.add_frame(frame);
     if (!smoother_)
-        return hand_on(localizer_);
+        return complete_block(localizer_);
     const int delay = localizer_.delays().back();
     smoother_->add(localizer_.finish_block(), delay);
-    hand_on(*smoother_);
+    return complete_block(*smoother_);
 }
 
-template <class Source>
-void Tracker::hand_on(Source &source)
+template <class Maker>
+std::optional<TrackedBlock> Tracker::complete_block(Maker &maker) const
 {
-    if (!source.is_block_complete())
-        return;
-    const std::vector<int> delays = source.delays();
-    Block block = source.finish_block();
-    block.start += start_;
-    block.end += start_;
-    on_block_(block, delays);
+    if (!maker.is_block_complete())
+        return std::nullopt;
+    TrackedBlock tracked;
+    tracked.delays = maker.delays(); // which the next line clears
+    tracked.block = maker.finish_block();
+    tracked.block.start += start_;
+    tracked.block.end += start_;
+    return tracked;
 }
 
 std::size_t Tracker::open_samples() const

@@ -5,7 +5,7 @@
 #define EZOSSL_TOOL_TRACKER_H
 
 #include <cstddef>
-#include <functional>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -19,29 +19,31 @@ struct TrackerSettings {
     std::optional<int> gate_db;           // dB of full scale; none follows the noise
 };
 
-// A block, and the delay of each of its frames.
-using BlockHandler = std::function<void(const Block &, const std::vector<int> &)>;
+struct TrackedBlock {
+    Block block;
+    std::vector<int> delays; // of each of its frames
+};
 
 class Tracker
 {
 public:
     // The first frame starts at this second of the input.
-    Tracker(const TrackerSettings &settings, double start, BlockHandler on_block);
+    Tracker(const TrackerSettings &settings, double start);
 
-    void add(const Frame &frame);
+    // The block that ends with this frame, if one does.
+    std::optional<TrackedBlock> add(const Frame &frame);
 
     // Samples per microphone of the block that is open.
     std::size_t open_samples() const;
-    std::size_t wrapped() const { return localizer_.wrapped(); }
+    int64_t wrapped() const { return localizer_.wrapped(); }
     // The gate that the tool applies itself; nullptr where the library applies one.
     const NoiseGate *gate() const { return smoother_ ? &smoother_->gate() : nullptr; }
 
 private:
-    template <class Source>
-    void hand_on(Source &source);
+    template <class Maker>
+    std::optional<TrackedBlock> complete_block(Maker &maker) const;
 
     double start_;
-    BlockHandler on_block_;
     Localizer localizer_;
     std::optional<Smoother> smoother_;
 };

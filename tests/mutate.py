@@ -1,0 +1,198 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""mutate.py [--sample N] [--seed S] [--list] [-v] FILE|FOLDER... - do the tests notice single faults?
+
+Makes a copy of the tree in build/mutants, puts one fault at a time into a source file there, builds
+what changed, and runs the tests that matter until one fails. Prints each fault that no test
+noticed, and how many were noticed. Faults that do not compile are not counted. --list only shows
+the faults. Your own tree stays as it is.
+"""
+
+import argparse
+import os
+import pathlib
+import random
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+COPY = ROOT / "build/mutants/tree"
+BUILD = ROOT / "build/mutants/build"
+SECONDS = 300  # for a command; a fault may make it endless
+LIMITS = {resource.RLIMIT_CPU: 120, resource.RLIMIT_FSIZE: 2**34, resource.RLIMIT_AS: 2**33}
+
+# What each folder needs to be built, and commands that test it, the quick ones first.
+TESTS = [str(BUILD / "tests/ezossl_tests"), "--gtest_fail_fast", "--gtest_brief=1"]
+CTEST = ["ctest", "--test-dir", str(BUILD), "--stop-on-failure", "--no-tests=error", "-R"]
+LIBRARY = ("Config.*:Delay.*:Direction.*:EndToEnd.*:Fft*:Math.*:Geometry.*:Lifecycle.*:Messages.*"
+           ":Order.*:Platform.*:Scenes.*:*Transcript*:LibraryFile.*")  # fmt: skip
+SLOW = "Plot.IsSmall*:Faults.*:Answers.*"
+SUITES = {
+    "tools": (["ezossl_tests"], [[*TESTS, f"--gtest_filter=*:-{LIBRARY}:{SLOW}"],
+                                 [*TESTS, f"--gtest_filter={SLOW}"],
+                                 [*CTEST, "^(Accuracy|Manual)$"]]),
+    "": (["ezossl_tests", "real_time_builtin", "header_example"],
+         [[*TESTS, f"--gtest_filter={LIBRARY}"], [*CTEST, "^(RealTime|HeaderExample)"]]),
+}  # fmt: skip
+
+# Name, what is replaced, by what. Outside strings and comments, except for the last.
+OPERATORS = [
+    ("bound", r" < ", " <= "), ("bound", r" <= ", " < "),
+    ("bound", r" > ", " >= "), ("bound", r" >= ", " > "),
+    ("relation", r" == ", " != "), ("relation", r" != ", " == "),
+    ("relation", r" < ", " >= "), ("relation", r" > ", " <= "),
+    ("logic", r" && ", " || "), ("logic", r" \|\| ", " && "), ("logic", r"!(?=\w)", ""),
+    ("arithmetic", r" \+ ", " - "), ("arithmetic", r" - ", " + "),
+    ("arithmetic", r" \* (?=\w)", " / "), ("arithmetic", r" / ", " * "), ("arithmetic", r" % ", " / "),
+    ("arithmetic", r"\+=", "-="), ("arithmetic", r"-=", "+="),
+    ("arithmetic", r"\bstd::min\b", "std::max"), ("arithmetic", r"\bstd::max\b", "std::min"),
+    ("number", r"(?<![\w.])(\d+)(?=[,;)\]\s}])", lambda m: str(int(m[1]) + 1)),
+    ("number", r"(?<![\w.])([1-9]\d*)(?=[,;)\]\s}])", lambda m: str(int(m[1]) - 1)),
+    ("number", r"(?<![\w.])(\d+\.\d+)(?=f?\b)", lambda m: str(float(m[1]) * 1.1 or 1.0)),
+    ("truth", r"\btrue\b", "false"), ("truth", r"\bfalse\b", "true"),
+    ("condition", r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (!(\2))"),
+    ("condition", r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (false)"),
+    ("statement", r"^(\s+)(?!return|throw|const |constexpr |static |case |using |break|default)"
+                  r"[\w:>.\[\]*()-]+( [+\-*/|&]?= |\(|\+\+|\.).*;$", r"\1;"),
+    ("statement", r"^(\s+)return;$", r"\1;"),
+    ("text", r'(?<!include )"(?=[^"]*\w)', r'"~'),
+]  # fmt: skip
+
+
+def masked(line):
+    """The line with blanks for its strings and comments, so that places stay the same."""
+    line = re.sub(r'"(?:\\.|[^"\\])*"', lambda m: '"' + "_" * (len(m[0]) - 2) + '"', line)
+    return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
+
+
+def faults_of(path):
+    """Line number, operator, line before, line after."""
+    inside_comment = False
+    for number, line in enumerate((ROOT / path).read_text().split("\n")):
+        inside_comment = inside_comment or line.lstrip().startswith("/*")
+        skipped = inside_comment or line.startswith("#") or "static_assert" in line
+        inside_comment = inside_comment and "*/" not in line
+        if skipped:
+            continue
+        plain = masked(line)
+        for name, pattern, replacement in OPERATORS:
+            for place in re.finditer(pattern, line if name == "text" else plain):
+                if name == "text" and line[: place.start()].count('"') % 2 or \
+                        "//" in plain[: place.start()] or plain[place.start()] == " " and \
+                        line[place.start()] != " ":
+                    continue  # fmt: skip
+                match = re.compile(pattern).match(line, place.start())
+                if match:
+                    changed = line[: match.start()] + match.expand(replacement) \
+                        if isinstance(replacement, str) else line[: match.start()] + replacement(match)
+                    yield number, name, line, changed + line[match.end():]
+
+
+def sources(names):
+    """The program's sources among the files and folders."""
+    listed = subprocess.run(["git", "ls-files", "--", *names], cwd=ROOT, check=True,
+                            stdout=subprocess.PIPE, text=True).stdout.split("\n")  # fmt: skip
+    return [name for name in listed if name.endswith((".cpp", ".c", ".h"))]
+
+
+def copy_tree():
+    """What git knows, as it is now; files that are the same keep their time."""
+    listed = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, stdout=subprocess.PIPE,
+                            text=True).stdout.split("\n")  # fmt: skip
+    for name in filter(None, listed):
+        source, target = ROOT / name, COPY / name
+        if not target.exists() or target.read_bytes() != source.read_bytes():
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, target)
+
+
+def limited():
+    for kind, most in LIMITS.items():
+        resource.setrlimit(kind, (most, most))
+
+
+def succeeds(*command, limit=None, seconds=None):
+    process = subprocess.Popen(command, cwd=COPY, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL, start_new_session=True,
+                               preexec_fn=limit)  # fmt: skip
+    try:
+        return process.wait(seconds) == 0
+    except subprocess.TimeoutExpired:
+        return False
+    finally:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)  # what a test that timed out has left
+        except ProcessLookupError:
+            pass
+
+
+def builds(targets):
+    return succeeds("cmake", "--build", str(BUILD), "-j", "2", "--target", *targets)
+
+
+def passes(tests):
+    return all(succeeds(*command, limit=limited, seconds=SECONDS) for command in tests)
+
+
+def outcome(path, fault, suite):
+    """Of one fault: noticed, survived, or not compiled. The copy is as before afterwards."""
+    number, _, before, after = fault
+    targets, tests = suite
+    file = COPY / path
+    whole = file.read_text()
+    lines = whole.split("\n")
+    assert lines[number] == before
+    lines[number] = after
+    file.write_text("\n".join(lines))
+    try:
+        if not builds(targets):
+            return "not compiled"
+        return "survived" if passes(tests) else "noticed"
+    finally:
+        file.write_text(whole)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split(" - ")[1].split("\n")[0])
+    parser.add_argument("names", nargs="+", metavar="FILE|FOLDER")
+    parser.add_argument("--sample", type=int, help="only so many, chosen at random")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--list", action="store_true", help="show the faults and exit")
+    parser.add_argument("-v", "--verbose", action="store_true", help="show what became of each")
+    arguments = parser.parse_args()
+    faults = [(path, fault) for path in sources(arguments.names) for fault in faults_of(path)]
+    random.Random(arguments.seed).shuffle(faults)
+    if arguments.list:
+        for path, (number, name, _, after) in faults[: arguments.sample]:
+            print(f"{path}:{number + 1}: {name}: {after.strip()}")
+        return
+    copy_tree()
+    os.environ["MALLOC_PERTURB_"] = "165"  # what is used after it was given back shows
+    subprocess.run(["cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
+                    "-DCMAKE_CXX_FLAGS=-O1", "-DCMAKE_C_FLAGS=-O1"], check=True,
+                   stdout=subprocess.DEVNULL)  # fmt: skip
+    suites = {path: SUITES.get(path.split("/")[0], SUITES[""]) for path, _ in faults}
+    for targets, tests in {id(suite): suite for suite in suites.values()}.values():
+        if not builds(targets) or not passes(tests):
+            sys.exit("the tests fail without a fault; build and run them in " + str(BUILD))
+    counts = {"noticed": 0, "survived": 0, "not compiled": 0}
+    for path, fault in faults:
+        if counts["noticed"] + counts["survived"] == arguments.sample:
+            break
+        result = outcome(path, fault, suites[path])
+        counts[result] += 1
+        if arguments.verbose:
+            print(f"{path}:{fault[0] + 1}: {result}: {fault[3].strip()}", flush=True)
+        if result == "survived":
+            number, name, before, after = fault
+            print(f"{path}:{number + 1}: {name}\n-{before}\n+{after}", flush=True)
+    tried = counts["noticed"] + counts["survived"]
+    print(f"{counts['noticed']} of {tried} faults noticed ({100 * counts['noticed'] / max(tried, 1):.0f} %); "
+          f"{counts['not compiled']} more did not compile")  # fmt: skip
+
+
+main()

@@ -1,0 +1,55 @@
+# SPDX-License-Identifier: MIT
+"""serving.py - starts the tool with --serve, for the tests of the server and of its page."""
+
+import pathlib
+import re
+import signal
+import subprocess
+import tempfile
+import time
+
+PATIENCE = 60  # seconds, also on a busy machine under an emulator
+
+
+def contents(file):
+    """Opened anew, as the tool writes at the place where `file` is."""
+    return pathlib.Path(f"/proc/self/fd/{file.fileno()}").read_text()
+
+
+class Served:
+    """`TOOL ARGUMENTS --serve ADDRESS` in a folder; ends with the block."""
+
+    def __init__(self, tool, arguments, folder, address="0", stdin=None, environment=None):
+        self.out = tempfile.TemporaryFile("w+")
+        self.err = tempfile.TemporaryFile("w+")
+        self.process = subprocess.Popen(
+            [tool, *arguments.split(), f"--serve={address}"], cwd=folder, stdin=stdin,
+            stdout=self.out, stderr=self.err, env=environment)
+        end = time.monotonic() + PATIENCE
+        while not (found := re.search(r"http://(.*):(\d+)/", self.said())):
+            assert self.process.poll() is None and time.monotonic() < end, self.said()
+            time.sleep(0.01)
+        self.url, self.port = found[0], int(found[2])
+
+    def said(self):
+        return contents(self.err)
+
+    def printed(self):
+        return contents(self.out)
+
+    def interrupt(self):
+        """Seconds until it has ended, and the exit status."""
+        begun = time.monotonic()
+        self.process.send_signal(signal.SIGINT)
+        status = self.process.wait(PATIENCE)
+        return time.monotonic() - begun, status
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *failure):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        if failure[0]:
+            print(self.said())

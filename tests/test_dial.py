@@ -1,0 +1,203 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""test_dial.py TOOL [PICTURE.png] - the page of `ezossl ... --serve` in a real browser, as people
+see it: the needle while a scene is played, pauses and the end, a new start of the program, faults,
+light and dark, a phone. Makes the picture of the README, and leaves it at PICTURE.png."""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+import wave
+
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+
+from serving import PATIENCE, Served
+
+TOOL = os.path.abspath(sys.argv[1])
+PICTURE = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
+FOLDER = tempfile.TemporaryDirectory()
+WIDTHS = (320, 390, 820, 1280)  # pixels: small and usual phones, a tablet, a computer
+RATE = 16000
+
+
+def browser():
+    options = webdriver.ChromeOptions()
+    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
+                     "--hide-scrollbars", "--force-device-scale-factor=1"):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+
+
+class Page:
+    def __init__(self, driver):
+        self.driver = driver
+
+    def text(self, element):
+        return self.run(f"return document.getElementById('{element}').textContent")
+
+    def run(self, script):
+        return self.driver.execute_script(script)
+
+    def wait_for(self, what, condition):
+        end = time.monotonic() + PATIENCE / 3
+        while not (found := condition()):
+            assert time.monotonic() < end, (what, self.text("angle"), self.text("state"))
+            time.sleep(0.05)
+        return found
+
+    def angle(self):
+        """What the large figure says; None for words."""
+        found = re.fullmatch(r"([+−]?\d+)°", self.text("angle"))
+        return int(found[1].replace("−", "-")) if found else None
+
+    def tip(self):
+        """Where the end of the needle is on the screen, from the middle between the microphones,
+        in radii: to the right and up."""
+        return self.run("""
+            const middle = id => { const box = id.getBoundingClientRect();
+                return [box.x + box.width / 2, box.y + box.height / 2]; };
+            const [one, two] = [...document.querySelectorAll(".microphone")].map(middle);
+            const [x, y] = middle(document.querySelector("#needle circle"));
+            const base = document.querySelector(".rim").getBoundingClientRect();
+            return [(x - (one[0] + two[0]) / 2) / base.width * 2, (one[1] - y) / base.height];""")
+
+    def resize(self, width, height, scheme="light"):
+        self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": width, "height": height, "deviceScaleFactor": 1, "mobile": width < 500})
+        self.driver.execute_cdp_cmd("Emulation.setEmulatedMedia", {
+            "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+
+    def complaints(self):
+        return [entry["message"] for entry in self.driver.get_log("browser")]
+
+
+def make_scene(name, parts):
+    """Noise from an angle, or None for silence, for so many seconds each."""
+    samples = b""
+    for angle, seconds in parts:
+        if angle is None:
+            samples += bytes(4 * RATE * seconds)
+            continue
+        walk = f"--walk={angle[0]},{angle[1]}" if isinstance(angle, tuple) else f"--angle={angle}"
+        path = pathlib.Path(FOLDER.name, "part.wav")
+        subprocess.run([TOOL, "simulate", walk, "-s", "5.8cm", "-d", str(seconds), "-o", path],
+                       check=True, stderr=subprocess.DEVNULL)
+        with wave.open(str(path)) as part:
+            samples += part.readframes(part.getnframes())
+    with wave.open(os.path.join(FOLDER.name, name), "wb") as scene:
+        scene.setparams((2, 2, RATE, 0, "NONE", ""))
+        scene.writeframes(samples)
+    return samples
+
+
+def test_needle_pauses_end_and_new_start(page):
+    make_scene("scene.wav", ((60, 2), (-45, 2), (None, 2)))
+    with Served(TOOL, "track scene.wav -s 5.8cm", FOLDER.name) as served:
+        page.driver.get(served.url)
+        for angle, side, across, up in ((60, "0", -0.87, 0.5), (-45, "1", 0.71, 0.71)):
+            near = lambda: page.angle() is not None and abs(page.angle() - angle) <= 4
+            page.wait_for(f"{angle} degrees", near)
+            page.wait_for("needle", lambda: max(abs(page.tip()[0] - across),
+                                                abs(page.tip()[1] - up)) < 0.08)
+            assert page.text("where") == f"on the side of microphone {side}"
+            label = page.run("return document.getElementById('dial').ariaLabel")
+            assert re.fullmatch(rf"-?\d+ degrees, on the side of microphone {side}", label), label
+            assert page.text("state") == "Live" and "scene.wav" in page.text("input")
+        page.wait_for("pause", lambda: page.text("angle") == "too quiet")
+        assert page.text("level") == "−∞" and page.run("return document.title") == "ezossl"
+        assert "old" in page.run("return document.getElementById('needle').classList.value")
+        page.wait_for("end", lambda: "ezossl has ended" in page.text("state"))
+        legend = page.text("legend")
+        assert re.fullmatch(r"●1[4-9] with an angle❘[4-9] too quiet", legend), legend
+        assert 1 <= len(page.text("spoken")) < 60, page.text("spoken")
+        port = served.port
+    before = [line for line in page.complaints() if "ERR_CONNECTION_REFUSED" not in line]
+    assert not before, before
+    with Served(TOOL, "demo", FOLDER.name, str(port)) as served:
+        page.wait_for("new start", lambda: page.text("state") == "Live")
+        page.wait_for("demo", lambda: page.angle() is not None and "demo" in page.text("input"))
+        served.process.kill()  # without a farewell
+        page.wait_for("loss", lambda: "Connection lost" in page.text("state"))
+    page.complaints()
+
+
+def test_fault_and_no_place(page):
+    subprocess.run([TOOL, "simulate", "-a", "0", "-s", "5.8cm", "-d", "2", "-o", "fault.wav"],
+                   check=True, cwd=FOLDER.name, stderr=subprocess.DEVNULL)
+    with wave.open(os.path.join(FOLDER.name, "fault.wav")) as whole:
+        samples = whole.readframes(whole.getnframes())
+    one_sided = b"".join(samples[at:at + 2] * 2 for at in range(0, len(samples), 4))
+    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
+        page.driver.get(served.url)
+        assert not page.run("return document.getElementById('faults').checkVisibility()")
+        served.process.stdin.write(one_sided * 6)
+        served.process.stdin.flush()
+        fault = page.wait_for("fault", lambda: page.text("faults"))
+        assert "⚠ identical channels: " in fault and "What to do: record two" in fault, fault
+        assert page.run("return document.getElementById('faults').checkVisibility()")
+        page.wait_for("waiting", lambda: "No sound arrives" in page.text("state"))
+    page.complaints()
+
+
+def contrast(one, other):
+    def light(colour):
+        parts = [int(part) / 255 for part in re.findall(r"\d+", colour)[:3]]
+        parts = [p / 12.92 if p <= 0.03928 else ((p + 0.055) / 1.055) ** 2.4 for p in parts]
+        return 0.2126 * parts[0] + 0.7152 * parts[1] + 0.0722 * parts[2]
+    low, high = sorted((light(one), light(other)))
+    return (high + 0.05) / (low + 0.05)
+
+
+def test_every_screen(page):
+    samples = make_scene("walk.wav", (((-80, -10), 12), (None, 2), ((0, 35), 8), (None, 1),
+                                      (20, 6), ((20, -60), 9), (None, 3), ((-50, 70), 15),
+                                      ((-30, 33), 6)))
+    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
+        served.process.stdin.write(samples)
+        served.process.stdin.flush()
+        page.resize(1000, 560)
+        page.driver.get(served.url)
+        page.wait_for("last angle", lambda: page.angle() is not None and 25 < page.angle() < 40)
+        time.sleep(0.5)  # the needle turns
+        for scheme in ("light", "dark"):
+            page.resize(1000, 560, scheme)
+            paint = page.run("""
+                const style = name => getComputedStyle(document.querySelector(name));
+                return [style("body").backgroundColor, style(".card").backgroundColor,
+                        ...["body", ".minor", "h2", "footer", "#angle"].map(n => style(n).color)]""")
+            for text in paint[2:]:
+                assert min(contrast(text, ground) for ground in paint[:2]) >= 4.5, (scheme, paint)
+            assert (contrast(paint[0], "0, 0, 0") < 2) == (scheme == "dark"), paint
+            picture = page.driver.get_screenshot_as_png()
+            if PICTURE:
+                pathlib.Path(PICTURE.replace(".png", "-dark.png" if scheme == "dark" else ".png")
+                             ).write_bytes(picture)
+            assert len(picture) < 100000, len(picture)
+        for width in WIDTHS:
+            page.resize(width, 800)
+            wide = page.run("return document.documentElement.scrollWidth")
+            assert wide <= width, (width, wide)
+            cut = page.run("""return [...document.querySelectorAll("main *")].filter(part =>
+                part.getBoundingClientRect().right > innerWidth + 1).map(part => part.outerHTML)""")
+            assert not cut, (width, cut)
+            if PICTURE and width == 390:
+                page.driver.save_screenshot(PICTURE.replace(".png", "-phone.png"))
+    assert not [line for line in page.complaints() if "ERR_" not in line]
+
+
+if __name__ == "__main__":
+    driver = browser()
+    try:
+        for name, test in list(globals().items()):
+            if name.startswith("test_"):
+                begun = time.monotonic()
+                test(Page(driver))
+                print(f"{name}: {time.monotonic() - begun:.1f} s", flush=True)
+    finally:
+        driver.quit()

@@ -1,0 +1,245 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""test_injected_faults.py [--full] [--show] TOOL LIBRARY DEVICE - short runs of every command, in
+each of which one allocation or system call fails, or a signal arrives before it.
+
+Whichever it is, the run ends with the right output, or with a message and exit status 1; there is
+no crash, no half-written file under its final name, no other file is left, and no descriptor. After
+a signal the outputs are all old or all new. libsoxr, libsndfile and libasound do not check all
+memory that they get: such crashes inside them are counted apart. Without --full a sample of the calls fails: the first
+of each case, and every so many of the others. --show lists the messages.
+"""
+
+import collections
+import concurrent.futures
+import errno
+import os
+import pathlib
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+
+options = [argument for argument in sys.argv[1:] if argument.startswith("--")]
+tool, library, device = [argument for argument in sys.argv[1:] if not argument.startswith("--")]
+FIRST, OTHERS = (10**9, 0) if "--full" in options else (12, 40)
+OLD = b"old\n"
+MESSAGE = b"ezossl: "
+INTERRUPTED = 130
+OF_OTHERS = ("libsoxr", "libsndfile", "libasound", "libFLAC")
+CRASH_OF_OTHERS = "a crash in a library"
+
+# Name, arguments, outputs, what comes from standard input.
+CASES = [
+    ("csv", "track x.wav -s 5 -b 4 -q -f csv -o o", "o", None),
+    ("json and figures", "track x.wav -s 5 -b 4 -f jsonl -o o --plot p.svg --histogram h.svg",
+     "o p.svg h.svg", None),
+    ("table", "x.flac -s 5 -b 4", "", None),
+    ("resampled", "track 44100.wav -s 5 -b 4 -f csv -o o -v", "o", None),
+    ("from a pipe", "track - -s 5 -b 4 -f csv", "", "x.wav"),
+    ("scene", "simulate -a 10 -d 0.1 -s 5 -o o.wav", "o.wav o.truth.csv", None),
+    ("room", "simulate -a 10,20 -i x.wav --room 2x2x2 --rt60 0.1 --distance 0.3 -s 5 -o o.flac "
+     "--truth t", "o.flac t", None),
+    ("check", "check second.wav -s 5", "", None),
+    ("geometry", "geometry -s 5", "", None),
+    ("list", "live -l", "", None),
+    ("live", "live -D x -s 5 -b 4 -d 0.06 -f jsonl", "", None),
+    ("recording", "live -D x -s 5 -b 4 -d 0.06 -q -o log -f csv --record r.wav", "log r.wav", None),
+    ("demo", "demo", "", None),
+]  # fmt: skip
+
+# Number on x86-64, and the errors that are tried.
+CALLS = {
+    "read": (0, (errno.EIO, errno.EINTR)),
+    "write": (1, (errno.ENOSPC, errno.EINTR)),
+    "openat": (257, (errno.EMFILE,)),
+    "poll": (7, (errno.ENOMEM, errno.EINTR)),
+    "ioctl": (16, (errno.EIO,)),
+    "fsync": (74, (errno.EIO,)),
+    "rename": (82, (errno.EIO,)),
+}
+RENAME = CALLS["rename"][0]
+SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
+
+
+def environment(folder, **more):
+    return {
+        "PATH": os.environ["PATH"],
+        "LC_ALL": "C.UTF-8",
+        "ALSA_CONFIG_PATH": folder + "/alsa.conf",
+        "LD_PRELOAD": library,
+        "FAIL_REPORT": "report",
+        **more,
+    }
+
+
+class Run:
+    """One run in a folder with old outputs, and what is there afterwards."""
+
+    def __init__(self, folder, case, limit=None, drips=False, **fault):
+        _, arguments, outputs, source = case
+        outputs = outputs.split()
+        for output in outputs:
+            pathlib.Path(folder, output).write_bytes(OLD)
+        pathlib.Path(folder, "report").unlink(missing_ok=True)
+        before = set(os.listdir(folder)) | {"report"}
+        feed = open(os.path.join(folder, source), "rb").read() if source else b""
+        process = subprocess.Popen(
+            [tool, *arguments.split()],
+            cwd=folder,
+            env=environment(folder, **fault),
+            stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            preexec_fn=limit and (lambda: resource.setrlimit(*limit)),
+        )
+        try:
+            while drips and feed:
+                os.write(process.stdin.fileno(), feed[:1])
+                feed = feed[1:]
+            self.out, self.err = process.communicate(feed, timeout=20)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            self.out, self.err = process.communicate()
+            self.err += b"(the run never ends)"
+        self.status = process.returncode
+        self.fault = fault.get("FAIL_CALL")
+        paths = [pathlib.Path(folder, output) for output in outputs]
+        self.files = [path.read_bytes() if path.exists() else None for path in paths]
+        self.extra = set(os.listdir(folder)) - before
+        for name in self.extra:
+            os.unlink(os.path.join(folder, name))
+        report = pathlib.Path(folder, "report")
+        text = report.read_text() if report.exists() else ""
+        numbers, self.place = text.split()[:3] or (0, 0, -1), "".join(text.split()[3:])
+        self.calls, self.descriptors, self.call = map(int, numbers)
+
+
+def is_growing(case):  # what is written while it happens has the time of day, and parts of worth
+    return case[0] in ("live", "recording")
+
+
+def limited(folder, case):
+    """Runs with few descriptors, small files, a clock that is set back, a pipe that drips."""
+    yield "no limit", Run(folder, case)
+    for most in range(4, 16):
+        yield f"{most} descriptors", Run(folder, case, (resource.RLIMIT_NOFILE, (most, most)))
+    for most in (0, 1, 50, 300, 1000):
+        yield f"files of {most} bytes", Run(folder, case, (resource.RLIMIT_FSIZE, (most, most)),
+                                            FAIL_REPORT="")  # fmt: skip
+    for n in (1, 2, 5) if is_growing(case) else ():
+        yield f"clock set back at reading {n}", Run(folder, case, FAIL_CALL="clock", FAIL_AT=str(n))
+    if case[3]:
+        yield "pipe that drips", Run(folder, case, drips=True)
+
+
+def fault_of(run, clean, case, sent):
+    """What is wrong with a run; None if nothing is."""
+    if run.fault == "malloc" and os.path.basename(run.place).startswith(OF_OTHERS):
+        return CRASH_OF_OTHERS
+    if run.extra:
+        return f"leaves {run.extra}"
+    if run.status >= 0 and run.descriptors > clean.descriptors:
+        return f"leaves {run.descriptors - clean.descriptors} descriptors open"
+    if sent and run.status == -sent and (run.files == [OLD] * len(run.files)):
+        return None  # too early or too late for a handler
+    if sent and run.status == INTERRUPTED:
+        return None if run.files == [OLD] * len(run.files) else "is neither old nor new"
+    each_is_whole = all(file in (OLD, new) for file, new in zip(run.files, clean.files))
+    if run.status == clean.status:
+        if is_growing(case):  # ends early after a signal
+            return None if sent or [len(file) for file in run.files] == [
+                len(file) for file in clean.files] else "lacks lines"  # fmt: skip
+        return None if (run.files, run.out) == (clean.files, clean.out) else "has other output"
+    if run.status != 1 or sent:
+        return "ends so"
+    if MESSAGE not in run.err and run.call != CALLS["write"][0]:
+        return "has no message"
+    if is_growing(case):
+        return None
+    if run.files != [OLD] * len(run.files) and not (run.call == RENAME and each_is_whole):
+        return "is half-written"
+    return None if clean.out.startswith(run.out) else "prints something else"
+
+
+def chosen(count):
+    step = 1 if not OTHERS else max(1, (count - FIRST) // OTHERS)
+    return [*range(1, min(FIRST, count) + 1), *range(FIRST + 1, count + 1, step)]
+
+
+def set_up(folder):
+    def make(*arguments):
+        subprocess.run([tool, "simulate", "-s", "5", "--no-truth", *arguments], cwd=folder,
+                       check=True, stderr=subprocess.DEVNULL)  # fmt: skip
+
+    make("-a", "30", "-d", "0.1", "-o", "x.wav")
+    make("-a", "30", "-d", "0.1", "-o", "x.flac")
+    make("-a", "30", "-d", "1", "-o", "second.wav")
+    wav = bytearray(pathlib.Path(folder, "x.wav").read_bytes())
+    wav[24:28] = (44100).to_bytes(4, "little")
+    pathlib.Path(folder, "44100.wav").write_bytes(wav)
+    pathlib.Path(folder, "alsa.conf").write_text(
+        f'pcm_type.faulty {{ lib "{device}" }}\npcm.x {{ type faulty }}\n')
+
+
+def sweep(case):
+    """All faults of one command: runs, those that ended wrongly, how the others ended."""
+    runs = 0
+    found = []
+    ends = collections.Counter()
+    with tempfile.TemporaryDirectory() as folder:
+        set_up(folder)
+        kinds = [("malloc", "malloc", errno.ENOMEM, 0), ("any call", "sys", errno.EIO, 0)]
+        kinds += [(name, f"sys:{number}", error, 0)
+                  for name, (number, errors) in CALLS.items() for error in errors]  # fmt: skip
+        kinds += [(sent.name, "sys", 0, sent) for sent in SIGNALS]
+        runs_with_limits = limited(folder, case)
+        _, clean = next(runs_with_limits)
+        for name, run in runs_with_limits:
+            runs += 1
+            ends[run.status, run.err.strip().splitlines()[-1][:150] if run.err else b""] += 1
+            wrong = fault_of(run, clean, case, 0)
+            if wrong:
+                found.append(f"{case[0]}: {name}: {wrong}: status {run.status}, {run.err[-300:]}")
+        for name, call, error, sent in kinds:
+            fault = {"FAIL_CALL": call, "FAIL_ERRNO": str(error), "FAIL_SIGNAL": str(int(sent))}
+            clean = Run(folder, case, FAIL_AT="0", **fault)
+            if clean.status == 77:
+                return None
+            assert clean.status == 0 and not clean.extra, (case, clean.status, clean.err)
+            for n in chosen(clean.calls):
+                run = Run(folder, case, FAIL_AT=str(n), **fault)
+                runs += 1
+                ends[run.status, run.err.strip().splitlines()[-1][:150] if run.err else b""] += 1
+                wrong = fault_of(run, clean, case, sent)
+                if wrong == CRASH_OF_OTHERS:
+                    ends[wrong] += 1
+                elif wrong:
+                    found.append(f"{case[0]}: {name} {n} of {clean.calls} "
+                                 f"({os.strerror(error) if error else sent.name}, system call "
+                                 f"{run.call}): {wrong}: status {run.status}, {run.err[-300:]}")  # fmt: skip
+    return runs, found, ends
+
+
+def main():
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        results = list(pool.map(sweep, CASES))
+    if None in results:
+        print("LEFT OUT: system calls cannot be trapped here")
+        return 77
+    ends = collections.Counter()
+    for _, found, of_case in results:
+        ends.update(of_case)
+        print(*found, sep="\n", end="\n" if found else "")
+    crashes = ends.pop(CRASH_OF_OTHERS, 0)
+    if "--show" in options:
+        for (status, text), count in sorted(ends.items()):
+            print(f"{count:6d}  {status:4d}  {text.decode(errors='replace')}")
+    faults = sum(len(found) for _, found, _ in results)
+    print(f"{sum(runs for runs, _, _ in results)} runs with one fault each, {faults} ended wrongly;",
+          f"{crashes} crashes in other libraries without memory")
+    return 1 if faults else 0
+
+
+sys.exit(main())

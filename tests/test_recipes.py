@@ -1,0 +1,136 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""test_recipes.py TOOL - runs the commands of docs/recipes.md as they stand.
+
+Above each block of the page a comment names the programs that it needs and how it is judged: its
+output is that of `ezossl track talk.wav` in the format named, or what the page shows below it. A
+recipe whose programs are missing is printed as LEFT OUT; the exit status is 77 if all are.
+"""
+
+import contextlib
+import os
+import pathlib
+import re
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+
+TOOL = os.path.realpath(sys.argv[1])
+PAGE = pathlib.Path(__file__).resolve().parent.parent / "docs" / "recipes.md"
+RECIPE = re.compile(
+    r"<!-- recipe needs([^>]*) -->\n```(?:sh|ini)\n(.*?)```\n(?:```text\n(.*?)```\n)?", re.S
+)
+JUDGED = {"table", "jsonl", "unit", "pipewire"}
+
+
+def shell(command, **more):
+    return subprocess.run(["bash", "-euo", "pipefail", "-c", command], check=True, text=True,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, timeout=60, **more).stdout
+
+
+def tracked(form):
+    return shell(f"ezossl track talk.wav -s 5.8cm -q -f {form}")
+
+
+@contextlib.contextmanager
+def broker():
+    """A broker on a free port of the loopback interface, which is that of both clients."""
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        port = probe.getsockname()[1]
+    pathlib.Path("mosquitto.conf").write_text(f"listener {port} 127.0.0.1\nallow_anonymous true\n")
+    for client in ("mosquitto_pub", "mosquitto_sub"):
+        pathlib.Path(client).write_text(f"-p {port}\n")
+    os.environ["XDG_CONFIG_HOME"] = os.getcwd()
+    server = subprocess.Popen(["mosquitto", "-c", "mosquitto.conf"], stderr=subprocess.DEVNULL)
+    try:
+        for _ in range(500):
+            with socket.socket() as probe:
+                if probe.connect_ex(("127.0.0.1", port)) == 0:
+                    break
+            time.sleep(0.02)
+        yield
+    finally:
+        server.terminate()
+        server.wait()
+
+
+def by_mqtt(command):
+    expected = tracked("jsonl")
+    with broker():
+        subscriber = subprocess.Popen(
+            ["stdbuf", "-oL", "mosquitto_sub", "-h", "localhost", "-t", "home/sound", "-d", "-F", "> %p", "-W", "30", "-C",
+             str(expected.count("\n"))], stdout=subprocess.PIPE, text=True)
+        lines = iter(subscriber.stdout.readline, "")
+        next(line for line in lines if "SUBACK" in line or line.startswith("Subscribed"))
+        shell(command)
+        found = "".join(line[2:] for line in lines if line.startswith("> {"))  # a message each
+        subscriber.wait()
+    return found, expected
+
+
+def verify_unit(unit):
+    """What systemd says of it, but for the program, which is not installed here."""
+    pathlib.Path("ezossl.service").write_text(unit)
+    done = subprocess.run(["systemd-analyze", "verify", "./ezossl.service"], text=True,
+                          stderr=subprocess.STDOUT, stdout=subprocess.PIPE)
+    said = [line for line in done.stdout.splitlines()
+            if "ezossl.service" in line and "Command /usr/bin/ezossl is not executable" not in line]
+    command = re.search(r"^ExecStart=/usr/bin/(.*)$", unit, re.M)[1].replace("hw:1,0", "absent")
+    refusal = subprocess.run(command.split(), text=True, stderr=subprocess.PIPE).stderr
+    if "absent: no such device" not in refusal:
+        said.append(refusal)
+    return "\n".join(said), ""
+
+
+def judge(kind, command, shown):
+    if kind == "unit":
+        return verify_unit(command)
+    if kind == "jsonl":
+        return by_mqtt(command)
+    found = shell(command)
+    return found, tracked(kind) if kind else shown or ""
+
+
+def missing(kind, programs):
+    absent = [program for program in programs if shutil.which(program) is None]
+    if kind == "jsonl" and shutil.which("mosquitto", path=os.environ["PATH"] + ":/usr/sbin") is None:
+        absent.append("mosquitto")
+    if kind == "pipewire":
+        absent.append("PipeWire with a microphone that hears the recording")
+    return absent
+
+
+def main():
+    recipes = RECIPE.findall(PAGE.read_text())
+    assert len(recipes) == PAGE.read_text().count("<!-- recipe") == 8, "the page has other recipes"
+    failed = tried = 0
+    with tempfile.TemporaryDirectory() as folder:
+        os.chdir(folder)
+        pathlib.Path("ezossl").symlink_to(TOOL)
+        os.environ["PATH"] = folder + ":" + os.environ["PATH"] + ":/usr/sbin"
+        for needs, command, shown in recipes:
+            words = needs.split()
+            kind = next((word for word in words if word in JUDGED), "")
+            programs = [word for word in words if word not in JUDGED]
+            absent = missing(kind, programs)
+            if absent:
+                print(f"LEFT OUT without {', '.join(absent)}: {command.splitlines()[0]}")
+                continue
+            try:
+                found, expected = judge(kind, command, shown)
+            except subprocess.SubprocessError as error:
+                found, expected = str(error), "success"
+            failed += found != expected
+            tried += len(programs)
+            print("as expected:" if found == expected else f"{found}\nand not\n{expected}\nfrom:",
+                  command.splitlines()[0])
+        os.chdir("/")
+    return 1 if failed else 0 if tried else 77
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,295 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""test_serve.py TOOL PATIENT - the web server of `ezossl ... --serve`: every page, every refusal,
+readers that are slow, gone or too many. PATIENT is 1 where the tool is slow, as under an
+emulator."""
+
+import base64
+import hashlib
+import json
+import os
+import pathlib
+import re
+import socket
+import statistics
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+from serving import PATIENCE, Served
+
+TOOL, PATIENT = sys.argv[1], sys.argv[2] == "1"
+FOLDER = tempfile.TemporaryDirectory()
+RATE = 16000
+
+
+def run(arguments, before=()):
+    return subprocess.run([*before, TOOL, *arguments.split()], cwd=FOLDER.name, timeout=PATIENCE,
+                          stdin=subprocess.DEVNULL, capture_output=True, text=True)
+
+
+def connect(port, receive_buffer=0):
+    link = socket.socket()
+    if receive_buffer:
+        link.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
+    link.settimeout(PATIENCE)
+    link.connect(("127.0.0.1", port))
+    return link
+
+
+def until_closed(link):
+    got = b""
+    try:
+        while piece := link.recv(65536):
+            got += piece
+    except ConnectionResetError:
+        pass  # closed with bytes of ours unread
+    return got
+
+
+def ask(port, request):
+    with connect(port) as link:
+        link.sendall(request)
+        return until_closed(link).decode()
+
+
+def request(path="/", host="127.0.0.1", method="GET", more=""):
+    return f"{method} {path} HTTP/1.1\r\nHost: {host}\r\n{more}\r\n".encode()
+
+
+class Reader:
+    """A reader of /events; with a small buffer, nothing may be on its way."""
+
+    def __init__(self, port, receive_buffer=0):
+        self.link = connect(port, receive_buffer)
+        self.link.sendall(request("/events", host=f"127.0.0.1:{port}"))
+        self.file = self.link.makefile("rb")
+        self.head = b"".join(iter(self.file.readline, b"\r\n")).decode()
+
+    def events(self):
+        """Name, or "" for those of -f jsonl, and data; until the stream ends."""
+        text = b""
+        while size := int(self.file.readline(), 16):
+            text += self.file.read(size + 2)[:-2]
+            *whole, text = text.split(b"\n\n")
+            for lines in (event.decode().split("\n") for event in whole if event != b":"):
+                yield "".join(line[7:] for line in lines[:-1]), lines[-1].removeprefix("data: ")
+
+    def close(self):
+        self.file.close()
+        self.link.close()
+
+
+def test_command_line():
+    busy = socket.create_server(("127.0.0.1", 0))
+    taken = busy.getsockname()[1]
+    for status, address, reason in (
+            (2, "65536", "'65536' has no port of 0 ... 65535"),
+            (2, "x", "'x' is not [HOST:]PORT; write 8080"),
+            (2, ":8080", "':8080' is not [HOST:]PORT"),
+            (2, "127.0.0.1:", "'127.0.0.1:' is not [HOST:]PORT"),
+            (2, "::1:8080", "is an IPv6 address without brackets; write [::1]:8080"),
+            (1, "192.0.2.1:0", "192.0.2.1 is not an address of this computer"),
+            (1, f"{taken}", f"port {taken} of 127.0.0.1 is in use; choose another one")):
+        for command in ("demo", "track x.wav -s 5.8cm -o out.csv", "live -D null -s 5.8cm"):
+            done = run(f"{command} --serve={address}")
+            assert done.returncode == status and reason in done.stderr, (address, done)
+            assert not done.stdout and not pathlib.Path(FOLDER.name, "out.csv").exists(), done
+    free = int(pathlib.Path("/proc/sys/net/ipv4/ip_unprivileged_port_start").read_text())
+    if free > 1:
+        drop = ["setpriv", "--bounding-set=-net_bind_service", "--inh-caps=-net_bind_service"]
+        done = run("demo --serve 1", drop if os.geteuid() == 0 else [])
+        assert done.returncode == 1 and "port 1 is reserved for the admin" in done.stderr, done
+    else:
+        print("LEFT OUT: here everybody may use every port")
+    assert run(f"demo --serve {'x' * 5000}:").stderr.startswith("ezossl: --serve: 'xxx")
+    # A word that is not an address is an input.
+    assert "no such file" in run("track -s 5.8cm --serve missing.wav").stderr
+    for address, url, told in (("127.0.0.1:0", "127.0.0.1", "for this computer only"),
+                               ("localhost:0", "localhost", "for this computer only"),
+                               ("0.0.0.0:0", socket.gethostname(), "everybody who reaches")):
+        with Served(TOOL, "demo", FOLDER.name, address) as served:
+            assert f"http://{url}:" in served.said() and told in served.said(), served.said()
+
+
+def test_pages():
+    ok, moved = "200 OK", "421 Misdirected"
+    with Served(TOOL, "demo", FOLDER.name) as served:
+        named = f"localhost:{served.port}"
+        for answer, text, asked in (
+                (ok, "</html>", request()), (ok, "</html>", request(host=named)),
+                ("20", "", request("/latest", host="[::1]:81")),  # 204 until there is a block
+                (ok, "</html>", request(host="LOCALHOST")),
+                (ok, "</html>", request(more="Sec-Fetch-Site: cross-site\r\n")),
+                ("404", "/events and /latest", request("/../etc/passwd")),
+                ("404", "", request("http://evil.example/")),
+                (moved, "", request(host="evil.example")),
+                (moved, "", request("/latest", host="127.0.0.1.evil.example")),
+                (moved, "", request("/events", host="localhost.evil.example:80")),
+                (moved, "", request(host="localhost:80@evil.example")), (moved, "", request(host="")),
+                ("400", "", b"GET / HTTP/1.1\r\n\r\n"), ("400", "", b"GET / HTTP/1.0\r\n\r\n"),
+                ("400", "", request(more="Host: localhost\r\n")),
+                ("403", "", request("/events", more="Sec-Fetch-Site: cross-site\r\n")),
+                ("403", "", request("/latest", more="Sec-Fetch-Site: same-site\r\n")),
+                ("405", "", request(method="OPTIONS")), ("405", "", request(method="DELETE")),
+                ("405", "Allow: GET, HEAD", request(method="POST", more="Content-Length: 999\r\n")),
+                ("405", "", request(method="PUT", more="Transfer-Encoding: chunked\r\n")),
+                ("431", "", request(more=f"X: {'x' * 100000}\r\n"))):
+            got = ask(served.port, asked)
+            assert got.startswith("HTTP/1.1 " + answer) and text in got, (asked[:99], got)
+            assert "Access-Control" not in got, got
+            if answer != "431" and answer != "400":
+                assert "Connection: close" in got and "nosniff" in got, got
+        assert not ask(served.port, b"\x16\x03\x01\x02\0\r\n\r\n").startswith("HTTP/1.1 2")
+        for path in ("/", "/latest", "/events"):
+            got = ask(served.port, request(path, method="HEAD"))
+            assert got.startswith("HTTP/1.1 20") and got.endswith("\r\n\r\n"), got
+        head, page = ask(served.port, request()).split("\r\n\r\n", 1)
+        policy = re.search("Content-Security-Policy: (.*)", head)[1]
+        assert "default-src 'none'" in policy and "unsafe" not in policy, policy
+        for element in ("style", "script"):
+            text = re.search(f"<{element}>(.*?)</{element}>", page, re.S)[1].encode()
+            digest = base64.b64encode(hashlib.sha256(text).digest()).decode()
+            assert f"{element}-src 'sha256-{digest}'" in policy, policy
+        assert not re.search(r"(src|href)=.?(https?:|//)", page)
+        statuses = json.loads(re.search(r'id="statuses">(.*?)</script>', page)[1])
+        assert statuses["quiet"]["words"] == "too quiet" and "lower" in statuses["quiet"]["next_step"]
+
+
+def test_events_are_those_of_jsonl():
+    for command in ("track x.wav y.wav -s 5.8cm", "live -D null -s 5.8cm --realtime -d 1"):
+        with Served(TOOL, f"{command} -f jsonl", FOLDER.name) as served:
+            got = list(Reader(served.port).events())
+            assert served.process.wait(PATIENCE) == 0
+            printed = served.printed().splitlines()
+        assert [data for name, data in got if not name] == printed, (got, printed)
+        assert got[-1] == ("end", '{"type":"end"}') and '"block"' in printed[1], got
+        assert command.startswith("live") == ('"time":"20' in printed[1]), printed
+    faults = [json.loads(data) for name, data in got if name == "fault"]
+    assert [fault["name"] for fault in faults] == ["too quiet"], got
+    # All blocks are events, though not all are printed; and what is printed is the same as ever.
+    command = "track x.wav -s 5.8cm -f csv --on-change 9"
+    with Served(TOOL, command, FOLDER.name) as served:
+        got = [json.loads(data) for _, data in Reader(served.port).events()]
+        assert served.process.wait(PATIENCE) == 0
+        assert served.printed() == run(command).stdout != ""
+        assert [event["type"] for event in got].count("block") == 7, got
+        assert served.printed().count("\n") < 7
+
+
+def test_too_many_readers():
+    with Served(TOOL, "demo", FOLDER.name) as served:
+        readers = [Reader(served.port) for _ in range(32)]
+        assert all("200 OK" in reader.head for reader in readers)
+        refused = ask(served.port, request("/events"))
+        assert refused.startswith("HTTP/1.1 503") and "Retry-After" in refused, refused
+        assert "200 OK" in ask(served.port, request()) + ask(served.port, request("/latest"))
+        readers.pop().close()
+        end = time.monotonic() + PATIENCE
+        while "503" in Reader(served.port).head:
+            assert time.monotonic() < end
+            time.sleep(0.05)
+        # The end comes to all of them, and at once.
+        seconds, status = served.interrupt()
+        assert status == 0 and seconds < (5 if PATIENT else 1), (seconds, status)
+        assert b'"summary"' in until_closed(readers[0].link)
+
+
+def feed(served, blocks):
+    """As fast as the tool takes it."""
+    served.process.stdin.write(NOISE * blocks)
+    served.process.stdin.flush()
+
+
+NOISE = os.urandom(128 * 2 * 2)  # a frame
+FLOOD = "track - --raw -s 5.8cm --raw-blocks -b 1 -f csv"  # a block of every frame
+
+
+def test_reader_that_does_not_read():
+    frames = 4000
+    alone = subprocess.run([TOOL, *FLOOD.split()], input=NOISE * frames, capture_output=True)
+    with Served(TOOL, FLOOD, FOLDER.name, stdin=subprocess.PIPE) as served:
+        feed(served, 100)
+        reader = Reader(served.port, 2048)
+        deaf = Reader(served.port, 2048)
+        feed(served, frames - 100)
+        end = time.monotonic() + PATIENCE  # the blocks come out though nobody reads them
+        while served.printed().count("\n") < frames - 100:
+            assert time.monotonic() < end, served.printed().count("\n")
+            time.sleep(0.05)
+        got = []
+        reading = threading.Thread(target=lambda: got.extend(reader.events()))
+        reading.start()
+        time.sleep(0.5)
+        served.process.stdin.close()
+        assert served.process.wait(PATIENCE) == 0
+        reading.join()
+        lost = sum(json.loads(data)["events"] for name, data in got if name == "lost")
+        told = [json.loads(data) for name, data in got if not name]
+        assert lost > 1000 and '"end"' in got[-1][1], (lost, got[-1])
+        assert sum(block["type"] == "block" for block in told) + lost == frames, (lost, len(told))
+        assert re.search(r"\d+ events of the dial were lost", served.said()), served.said()
+        assert served.printed() == alone.stdout.decode()
+        deaf.close()
+
+
+def test_connections_that_take_their_time():
+    """A byte now and then, nothing at all, a stream that is not read. Others are answered meanwhile,
+    silent streams show that they are alive, and an interrupt ends the tool at once."""
+    with Served(TOOL, FLOOD, FOLDER.name, stdin=subprocess.PIPE) as served:
+        begun = time.monotonic()
+        patient = Reader(served.port)
+        silent, slow, deaf = connect(served.port), connect(served.port), Reader(served.port, 2048)
+        feed(served, 4000)
+        slow.settimeout(0.2)
+        try:
+            while time.monotonic() < begun + 20:
+                slow.sendall(b"G")
+                try:
+                    assert slow.recv(1) == b""
+                    break
+                except TimeoutError:
+                    assert "200 OK" in ask(served.port, request())
+        except (BrokenPipeError, ConnectionResetError):
+            pass
+        assert until_closed(silent) == b"" and 4 < time.monotonic() - begun < 12
+        while not patient.link.recv(65536).endswith(b":\n\n\r\n"):  # or it would time out
+            pass
+        time.sleep(max(0.0, begun + 12 - time.monotonic()))
+        assert b"event: end" not in until_closed(deaf.link)
+        deaf = Reader(served.port, 2048)
+        feed(served, 4000)
+        seconds, status = served.interrupt()
+        assert status == 130 and seconds < (5 if PATIENT else 1), (seconds, status)
+
+
+def test_latency():
+    """From the last sample of a block on standard input to its event."""
+    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
+        events = Reader(served.port).events()
+        next(events)
+        delays = []
+        for _ in range(20):
+            feed(served, 31)
+            time.sleep(0.05)
+            begun = time.monotonic()
+            feed(served, 1)
+            json.loads(next(events)[1])["t_end"]
+            delays.append(1000 * (time.monotonic() - begun))
+    print(f"latency: median {statistics.median(delays):.2f} ms, longest {max(delays):.2f} ms")
+    assert statistics.median(delays) < (200 if PATIENT else 20), delays
+
+
+if __name__ == "__main__":
+    conf = pathlib.Path(FOLDER.name, "alsa.conf")
+    conf.write_text("pcm.null { type null }\n")
+    os.environ["ALSA_CONFIG_PATH"] = str(conf)
+    for name, seconds in (("x", 2), ("y", 1)):
+        run(f"simulate -a 30 -s 5.8cm -d {seconds} -o {name}.wav")
+    for name, test in list(globals().items()):
+        if name.startswith("test_"):
+            begun = time.monotonic()
+            test()
+            print(f"{name}: {time.monotonic() - begun:.1f} s", flush=True)

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+// file_signature.h - which kind of file some bytes are the beginning of, for refusals that tell the
+// user what to do.
+
+#ifndef EZOSSL_TOOL_FILE_SIGNATURE_H
+#define EZOSSL_TOOL_FILE_SIGNATURE_H
+
+#include <cstddef>
+#include <string_view>
+
+struct FileSignature {
+    std::size_t offset; // of the bytes
+    std::string_view bytes;
+    const char *name; // "a FLAC file"
+    bool is_readable; // by libsndfile
+};
+
+// nullptr if no kind of file is known to begin like this. Two kilobytes are enough for all.
+const FileSignature *find_signature(std::string_view start);
+
+#endif

@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// address.h - where the server listens, as the user writes it, and who may call it by which name.
+
+#ifndef EZOSSL_TOOL_ADDRESS_H
+#define EZOSSL_TOOL_ADDRESS_H
+
+#include <string>
+#include <vector>
+
+struct Address {
+    std::string host = "127.0.0.1"; // a name or a number; of IPv6 without brackets
+    int port = 0;                   // 0: any that is free
+};
+
+// From "8080", "0.0.0.0:8080", "[::1]:8080" or "board.local:8080". UsageFailure for other texts.
+Address parse_address(const std::string &text);
+
+class ListeningSocket
+{
+public:
+    // Failure if nobody can listen there.
+    explicit ListeningSocket(const Address &address);
+    ~ListeningSocket();
+    ListeningSocket(const ListeningSocket &) = delete;
+    ListeningSocket &operator=(const ListeningSocket &) = delete;
+
+    // The caller closes it.
+    int release();
+
+    // What to type into a browser, and who can do so.
+    const std::string &url() const { return url_; }
+    bool is_for_this_computer() const { return is_loopback_; }
+    // By which the server may be called, beside numbers.
+    const std::vector<std::string> &names() const { return names_; }
+
+private:
+    int descriptor_ = -1;
+    bool is_loopback_ = false;
+    std::string url_;
+    std::vector<std::string> names_;
+};
+
+// Whether a Host header, such as "127.0.0.1:8080", names this server: by a number, which no
+// name service can redirect, or by one of the names. A web page whose own name was redirected to
+// this computer has that name in the header. The port may be another one, as in a tunnel.
+bool is_own_name(const std::string &header, const std::vector<std::string> &names);
+
+#endif
