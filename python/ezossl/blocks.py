@@ -14,7 +14,7 @@ if TYPE_CHECKING:
 
 @dataclasses.dataclass(frozen=True)
 class Block:
-    """What is known of a block of frames.
+    """The result for a block of frames.
 
     start, end       seconds since the start of the stream
     angle            whole degrees, -90 ... 90, + on the side of column 0; None without a direction

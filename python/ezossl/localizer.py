@@ -6,7 +6,7 @@ from __future__ import annotations
 import ctypes
 import math
 from types import TracebackType
-from typing import Any, List, Optional, Type
+from typing import Any, List, Optional, Type, Union
 
 import numpy as np
 
@@ -32,6 +32,7 @@ _REASONS = {
     _library.UNDECIDED: "undecided",  # _reason_of_undecided() tells more
     _library.DELAY_TOO_LARGE: "beyond",
 }
+_DEFAULT_BLOCK = 32  # frames of a block of the library; its thresholds are made for it
 _BLOCKS_AT_ONCE = 256  # so that an hour of sound needs no memory for copies of it
 
 
@@ -67,9 +68,20 @@ def _check_spacing(spacing: float) -> float:
 
 
 def _check_smooth(smooth: float) -> float:
-    if not isinstance(smooth, (int, float, np.number)) or not 0.256 <= smooth <= 60:
-        raise SettingError(f"smooth={smooth!r} is not within 0.256 ... 60 seconds; 1.024 is good")
+    if not isinstance(smooth, (int, float, np.number)) or not 0.1 <= smooth <= 60:
+        raise SettingError(
+            f"smooth={smooth!r} is not within 0.1 ... 60 seconds; 1.024 is good, and None gives "
+            "the library's own blocks"
+        )
     return float(smooth)
+
+
+def _check_gate(gate: Union[int, str]) -> Optional[int]:
+    if isinstance(gate, str):
+        if gate == "auto":
+            return None
+        raise SettingError(f"gate={gate!r} is neither 'auto' nor a level of -80 ... 0 dB")
+    return _check_range("gate", gate, smoothing.LOWEST_GATE, 0, "dB of full scale")
 
 
 def _expected_delays(metres: float, rate: int) -> np.ndarray[Any, Any]:
@@ -132,10 +144,13 @@ class Localizer:
     rate         sample rate in Hz: 8000, 16000, 32000 or 48000; 16000 is best for speech
     spacing      distance of the microphones in metres
     temperature  of the air in whole degrees Celsius, -40 ... 85
-    gate         blocks at or below this level get no angle; dB of full scale, -80 ... 0
-    block        frames of 128 samples in one of the library's blocks, 1 ... 10000; 32 by default
-    smooth       seconds of sound whose frames vote for the angle of a block, 0.256 ... 60; 1.024 is
-                 good for speech. A block has 0.256 s then. Without it, blocks are the library's own
+    gate         sound at or below this level gets no angle: dB of full scale, -80 ... 0, or "auto"
+                 to follow the noise: 6 dB above the quietest 64 ms of the last 30 seconds, but at
+                 least 10 dB below the loudest so far; -80 where nothing is smoothed
+    block        frames of 128 samples in a block, 1 ... 10000; by default as many as last 0.256 s,
+                 and 32 where nothing is smoothed
+    smooth       seconds of sound whose frames vote for the angle of a block, 0.1 ... 60. None
+                 gives blocks as the library decides them, each from its own frames only
     seed         of the random numbers that refine a delay: equal seeds, equal results
     messages     lets the library print its messages to standard output
 
@@ -149,30 +164,32 @@ class Localizer:
         spacing: float,
         *,
         temperature: int = 20,
-        gate: int = -80,
+        gate: Union[int, str] = "auto",
         block: Optional[int] = None,
-        smooth: Optional[float] = None,
+        smooth: Optional[float] = 1.024,
         seed: int = 1,
         messages: bool = False,
     ) -> None:
         self._handle: Optional[int] = None
         rate, spacing = _check_rate(rate), _check_spacing(spacing)
         temperature = _check_range("temperature", temperature, -40, 85, "degrees Celsius")
-        gate = _check_range("gate", gate, -80, 0, "dB of full scale")
-        frames = _check_range("block", 32 if block is None else block, 1, 10000, "frames")
+        level = _check_gate(gate)
+        frames = _DEFAULT_BLOCK if smooth is None else smoothing.block_frames(rate)
+        if block is not None:
+            frames = _check_range("block", block, 1, 10000, "frames")
         self._smoother_settings = None
         if smooth is not None:
-            if block is not None:
-                raise SettingError("block is for blocks that are not smoothed; omit it, or smooth")
             longest_lag = spacing / (331 + 0.6 * temperature) * rate
-            self._smoother_settings = (rate, _check_smooth(smooth), longest_lag, gate)
-            frames = smoothing.line_frames(rate)
+            self._smoother_settings = (rate, _check_smooth(smooth), longest_lag, level)
         self._init = _library.SslInit(
             _library.FRAME_LENGTH, rate, round(100 * spacing, 9), 0, _library.MICROPHONES
         )
         # Smoothed, every frame is a block of the library's, and its angle a vote.
+        is_fixed = smooth is None and level is not None
         self._config = _library.SslConfig(
-            temperature, gate if smooth is None else -80, frames if smooth is None else 1
+            temperature,
+            level if is_fixed else smoothing.LOWEST_GATE,
+            frames if smooth is None else 1,
         )
         self._expected_delays = _expected_delays(spacing, rate)
         self._seed = _check_range("seed", seed, 0, 2**32 - 1, "numbers")
@@ -192,9 +209,9 @@ class Localizer:
         return float(self._block_samples) / float(self._init.sample_rate)
 
     def reset(self) -> None:
-        """Starts anew, as if just made: time 0, no sound before, the first random number.
+        """Starts again at time 0, without earlier sound, and with the first random number.
 
-        Opens a closed one again.
+        Reopens a closed Localizer.
         """
         self._free()
         self._rest = np.zeros((0, _library.MICROPHONES), np.int16)
@@ -279,15 +296,18 @@ class Localizer:
         assert self._smoother is not None
         run, handle = self._lib.EzoSsl_Run, self._handle
         delay, angle = self._delays.ctypes.data, self._angles.ctypes.data
+        codes = []
         for address in addresses:
             code = run(handle, address, delay)
             if code != _library.OK:
                 _library.require("EzoSsl_Run", code)
-            self._direction(angle)  # what is no angle is none of -90 ... 90
+            codes.append(self._direction(angle))  # no angle: none of -90 ... 90
             delay += 4
             angle += 4
         powers = energies / (_library.FRAME_LENGTH * _library.MICROPHONES)
-        return self._block(energies, *self._smoother.add(self._delays, self._angles, powers))
+        is_silent = np.array(codes) == _library.TOO_QUIET
+        found = self._smoother.add(self._delays, self._angles, is_silent, powers)
+        return self._block(energies, *found)
 
     def _direction(self, angle: int) -> int:
         """Writes the angle to its address, and returns the code."""
@@ -307,14 +327,14 @@ class Localizer:
         agreeing: int,
     ) -> Block:
         mean = float(energies.sum()) / (self._block_samples * _library.MICROPHONES)
-        level = 10 * math.log10(mean) if mean > 0 else -math.inf
+        level = smoothing.decibels(mean)
         start = self._blocks * self.block_seconds
         self._blocks += 1
         end = start + self.block_seconds
         return Block(start, end, angle, reason, frames, used, agreeing, level)
 
     def close(self) -> None:
-        """Ends it; what has not filled a block is dropped. A second call does nothing."""
+        """Closes the Localizer and drops an unfinished block. A second call does nothing."""
         self._free()
 
     def _free(self) -> None:
@@ -347,8 +367,9 @@ def track(samples: Any, rate: int, spacing: float, **settings: Any) -> List[Bloc
     spacing   distance of the microphones in metres
     settings  those of Localizer
 
-    What is left at the end and does not fill a block is dropped. Equal to the lines of
-    `ezossl track -f csv`. Raises what Localizer and Localizer.process raise.
+    An unfinished block at the end is dropped. The blocks equal the lines of
+    `ezossl track -f csv -r RATE`; without -r the tool resamples to 16000 Hz first. Raises what
+    Localizer and Localizer.process raise.
     """
     with Localizer(rate, spacing, **settings) as localizer:
         return localizer.process(samples)

@@ -39,6 +39,12 @@ def read(path):
         return samples.reshape(-1, 2), file.getframerate()
 
 
+def write(path, samples, rate=16000):
+    with wave.open(str(path), "wb") as file:
+        file.setparams((2, 2, rate, 0, "NONE", ""))
+        file.writeframes(samples.tobytes())
+
+
 @pytest.fixture(scope="module")
 def scene(tmp_path_factory):
     """A source that walks in a noisy room, and pauses: blocks with every kind of end but one."""
@@ -47,9 +53,7 @@ def scene(tmp_path_factory):
          "-o", str(path))
     samples = read(path)[0].copy()
     samples[20000:32000] //= 1024
-    with wave.open(str(path), "wb") as file:
-        file.setparams((2, 2, 16000, 0, "NONE", ""))
-        file.writeframes(samples.tobytes())
+    write(path, samples)
     return path
 
 
@@ -68,27 +72,36 @@ def table_of(output):
     return [[row[name] for name in columns] for row in csv.DictReader(io.StringIO(output))]
 
 
+RAW = {"smooth": None}
+
+
 @pytest.mark.parametrize("rate, settings, options", [
-    (16000, {}, ["-s", "5.8cm"]),
-    (16000, {"temperature": -20, "gate": -40, "block": 40},
-     ["-s", "5.8cm", "-t", "-20", "-g", "-40", "-b", "40"]),
-    (16000, {"spacing": 0.02}, ["-s", "2cm"]),  # with delays that it does not allow
-    (8000, {}, ["-s", "5.8cm"]),
-    (48000, {"spacing": 0.1}, ["-s", "10cm"]),
+    (16000, RAW, ["--raw-blocks"]),
+    (16000, {**RAW, "temperature": -20, "gate": -40, "block": 40},
+     ["--raw-blocks", "-t", "-20", "-g", "-40", "-b", "40"]),
+    (16000, {**RAW, "spacing": 0.02}, ["--raw-blocks"]),  # with delays that it does not allow
+    (8000, RAW, ["--raw-blocks"]),
+    (48000, {**RAW, "spacing": 0.1}, ["--raw-blocks"]),
+    (16000, {}, []),
+    (16000, {"spacing": 0.02}, []),
+    (16000, {"gate": -60}, ["-g", "-60"]),
+    (16000, {"block": 13, "smooth": 0.3}, ["-b", "13", "--smooth", "0.3"]),  # segments are of 8
+    (16000, {"block": 700}, ["-b", "700"]),  # longer than what votes
+    (8000, {}, []),
+    (48000, {"spacing": 0.1}, []),
 ])
 def test_blocks_are_those_of_the_tool(scene, tmp_path, rate, settings, options):
     path = tmp_path / "scene.wav"
     samples = read(scene)[0]
-    with wave.open(str(path), "wb") as file:  # played at another speed
-        file.setparams((2, 2, rate, 0, "NONE", ""))
-        file.writeframes(samples.tobytes())
-    output = tool("track", str(path), "-f", "csv", "-q", "-r", str(rate), "--raw-blocks", *options)
-    expected = table_of(output)
+    write(path, samples, rate)  # played at another speed
     settings = {"spacing": 0.058, **settings}
-    assert len(expected) > 10
+    expected = table_of(tool("track", str(path), "-f", "csv", "-q", "-r", str(rate), "-s",
+                             f"{settings['spacing']}m", *options))
+    frames = settings.get("block", 32 if settings.get("smooth", 1) is None else 2 * rate // 1000)
+    assert len(expected) == len(samples) // 128 // frames
     assert lines(ezossl.track(samples, rate, **settings)) == expected
     assert lines(ezossl.track(samples / 32768, rate, **settings)) == expected
-    if settings.get("gate"):
+    if settings.get("gate") == -40:
         assert {row[3] for row in expected} >= {"ok", "quiet", "disagree"}
 
 
@@ -97,7 +110,7 @@ def test_chunks_streams_and_resets_give_the_same(scene):
     whole = ezossl.track(samples, rate, 0.058)
     whole_swapped = ezossl.track(samples[:, ::-1], rate, 0.058)
     with ezossl.Localizer(rate, 0.058) as one, ezossl.Localizer(rate, 0.058) as other:
-        assert one.block_seconds == whole[0].end == 0.256
+        assert one.block_seconds == whole[0].end == 0.256 and len(whole) == 23
         for _ in range(2):  # the second time after a reset
             found, swapped = [], []
             generator = np.random.default_rng(1)
@@ -141,7 +154,8 @@ def test_frames_agree_that_are_near_the_median_of_their_block():
     late, early = np.roll(noise, 2), np.roll(noise, -2)
     for frames_late, agreeing in ((8, range(20, 27)), (24, range(20, 27)), (16, range(14, 19))):
         is_late = np.arange(len(noise))[:, None] % 4096 < 128 * frames_late
-        blocks = ezossl.track(np.hstack([noise, np.where(is_late, late, early)]), 16000, 0.086)
+        blocks = ezossl.track(np.hstack([noise, np.where(is_late, late, early)]), 16000, 0.086,
+                              smooth=None)
         assert all(b.frames_agreeing in agreeing for b in blocks), (frames_late, blocks)
 
 
@@ -180,8 +194,8 @@ GOOD = np.zeros((10, 2))
     ("SettingError", ValueError, "gate=1 ", {"gate": 1}),
     ("SettingError", ValueError, "block=0", {"block": 0}),
     ("SettingError", ValueError, "integer", {"block": 32.0}),
-    ("SettingError", ValueError, "smooth=0.1 ", {"smooth": 0.1}),
-    ("SettingError", ValueError, "omit it", {"smooth": 1, "block": 32}),
+    ("SettingError", ValueError, "gate='Auto'", {"gate": "Auto"}),
+    ("SettingError", ValueError, "smooth=0.05 ", {"smooth": 0.05}),
     ("SettingError", ValueError, "seed=-1", {"seed": -1}),
 ])
 def test_mistakes_have_names_and_advice(error, base, message, arguments):
@@ -327,6 +341,8 @@ def test_smoothed_blocks_vote_over_a_second():
     assert angles == {29}
     faint = ezossl.track(faint, 16000, 0.086, smooth=1.024, gate=-60)
     assert {b.reason for b in faint} == {"quiet"}
+    full = np.full((8192, 2), -32768, np.int16)  # the level of the gate itself is quiet
+    assert {b.reason for b in ezossl.track(full, 16000, 0.086, gate=0)} == {"quiet"}
     near = ezossl.track(left, 16000, 0.02, smooth=1.024)  # a wrong spacing
     assert {b.reason for b in near[1:]} == {"beyond"}
     for rate, frames in ((8000, 64), (48000, 384)):
@@ -335,8 +351,24 @@ def test_smoothed_blocks_vote_over_a_second():
     assert ezossl.track(left, 16000, 0.086, smooth=2.048)[9].frames == 256
 
 
-def test_smoothed_blocks_are_those_of_the_tool(scene):
-    for spacing in ("5.8", "2"):
-        output = tool("track", str(scene), "-f", "csv", "-q", "-g", "-60", "-s", spacing)
-        blocks = ezossl.track(*read(scene), float(spacing) / 100, smooth=1.024, gate=-60)
-        assert lines(blocks) == table_of(output)
+def test_the_gate_follows_the_noise(tmp_path):
+    """40 s of a faint sound from the right, which is the noise, with bursts 26 dB above it from the
+    left; then the faint sound 12 dB louder, which is not noise before 30 s have passed."""
+    common = np.random.default_rng(1).integers(-8000, 8000, 80 * 16000).astype(np.int16)
+    time = np.arange(len(common))[:, None] / 16000
+    is_burst = (time < 40) & (time % 2 < 0.5)
+    left, right = (np.stack([common, np.roll(common, lag)], axis=1) for lag in (2, -2))
+    sound = np.where(is_burst, left, right * np.where(time < 40, 0.05, 0.2)).astype(np.int16)
+    blocks = ezossl.track(sound, 16000, 0.086)
+    assert {b.angle for b in blocks if b.start > 2 and b.end < 40} == {29, None}
+    assert {b.angle for b in blocks if b.start > 42 and b.end < 69} == {-29}
+    assert {b.reason for b in blocks if b.start > 70.1} == {"quiet"}
+    fixed = ezossl.track(sound, 16000, 0.086, gate=-60)
+    assert {b.angle for b in fixed if b.start > 70.1} == {-29}
+    # Every frame has another level, from full scale to below the lowest gate.
+    levels = 10 ** -np.random.default_rng(2).uniform(0, 4.5, len(common) // 128).repeat(128)
+    sound = np.concatenate([left[:1], (4 * left * levels[:, None]).astype(np.int16)])
+    for frames, options in [({}, []), ({"block": 3}, ["-b", "3"])]:
+        write(tmp_path / "x.wav", sound)
+        output = tool("track", str(tmp_path / "x.wav"), "-f", "csv", "-q", "-s", "8.6cm", *options)
+        assert lines(ezossl.track(sound, 16000, 0.086, **frames)) == table_of(output)
