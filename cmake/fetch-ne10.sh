@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # fetch-ne10.sh ARCHITECTURE - unpacks the NEON FFT library of arm64 or armhf to
-# build/ne10/ARCHITECTURE, where the presets of that name look for it. Not installed, because the
-# packages of the two architectures hold the same documentation files with other contents.
+# build/ne10/ARCHITECTURE, where the presets of that name look for it. It is not installed, because
+# the packages of both architectures hold the same documentation files with different contents.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . cmake/debian-archives.sh
