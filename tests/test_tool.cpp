@@ -94,6 +94,9 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {2, "track cd.wav -s 5 --bogus", "unknown option or argument: --bogus"},
         {2, "simulate -a 91 -s 5 -o x.wav", "91 is not within -90 ... 90"},
         {1, "simulate -a 0 -s 5 -i mono.wav -o x.wav", "mono.wav: holds no sound"},
+        {1,
+         "simulate -a 0,1,2,3,4,5,6,7,8,9 -s 5 --room 1.5x1.5x1.5 --rt60 1 --distance 0.3 -o x.wav",
+         "1005 million echoes, and at most 1000 million"}, // 4/3 pi (343 + 0.3)^3 / 1.5^3, 20 times
         {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
         {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
         {2, "simulate -a 0 -s 5 -i mono.wav -o ./mono.wav", "is an input and would be"},

@@ -114,6 +114,17 @@ TEST_F(Tool, ScenesHaveATruthAndARoom)
     EXPECT_NEAR(10 * std::log10(energy[1] / energy[2]), 60 * 0.1 / 0.5, 1.5);
 }
 
+// A scene of nearly as many echoes as there may be.
+TEST_F(Tool, LongWorkShowsHowFarItIsAndCanBeInterrupted)
+{
+    std::ofstream("command") << signal_when("grep -q 'x.wav: .* %' seen", "INT")
+                             << " '" EZOSSL_TOOL "' simulate -a 0,1,2,3,4,5,6,7,8 -s 5 -o x.wav "
+                                "--room 1.5x1.5x1.5 --rt60 1 --distance 0.3";
+    EXPECT_EQ(WEXITSTATUS(std::system("script -qec 'sh command' /dev/null >seen")), 130);
+    EXPECT_EQ(contents("seen").rfind("\r\x1b[K"), contents("seen").size() - 4) << contents("seen");
+    EXPECT_FALSE(fs::exists("x.wav"));
+}
+
 TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
 {
     // 5 cm / 343 m/s: 2.33 samples at 16000 Hz, so D 3, and lags of -2 ... 2 vote for 5 directions;

@@ -10,13 +10,16 @@
 #include <optional>
 #include <sstream>
 
+#include "base/acoustics.h"
 #include "base/failure.h"
 #include "base/interrupt.h"
+#include "base/text.h"
 #include "base/units.h"
 #include "commands/commands.h"
 #include "commands/options.h"
 #include "input/sample_rates.h"
 #include "output/pending_file.h"
+#include "output/progress.h"
 #include "output/sound_writer.h"
 #include "scene/scene.h"
 #include "scene/sound_source.h"
@@ -24,6 +27,7 @@
 namespace {
 
 constexpr double kLongestSeconds = 600.0;
+constexpr double kMostEchoes = 1e9; // a minute of work or a few
 constexpr double kNoiseSeconds = 4.0;
 constexpr double kWalkStepSeconds = 0.1; // of the truth
 
@@ -91,6 +95,33 @@ void check_length(const SimulateArguments &options, std::size_t source_length, s
     throw Failure(text);
 }
 
+// The smaller the room, the more often sound goes to and fro in its time.
+void check_echoes(const SceneSettings &settings, std::size_t angles)
+{
+    if (!settings.room)
+        return;
+    const double echoes = static_cast<double>(angles * EZOSSL_MIC_COUNT) *
+                          echo_count(*settings.room, speed_of_sound(settings.temperature));
+    if (echoes > kMostEchoes)
+        throw Failure(format_text("the scene has %.0f million echoes, and at most %.0f million can "
+                                  "be added up; make --rt60 smaller, --room larger, or the number "
+                                  "of angles (%zu) smaller",
+                                  std::ceil(echoes / 1e6), kMostEchoes / 1e6, angles));
+}
+
+// With a sign of life while it lasts.
+std::vector<int16_t> make_scene_for(const SimulateArguments &options,
+                                    const std::vector<float> &source, const SceneSettings &settings,
+                                    NoiseSource &noise)
+{
+    Progress progress(true);
+    return make_scene(source, options.placements(), settings, noise, [&](double part) {
+        end_if_interrupted();
+        if (progress.is_due())
+            progress.show(format_text("%s: %.0f %%", options.output.c_str(), 100.0 * part));
+    });
+}
+
 // A row per angle; of a walk a row per tenth of a second, with the angle in its middle.
 void write_truth(PendingFile &file, const std::vector<Placement> &placements, double seconds)
 {
@@ -155,11 +186,12 @@ void simulate(const SimulateArguments &options, const DataOutput &standard_outpu
 
     const SceneSettings settings = scene_settings(options);
     const std::vector<Placement> placements = options.placements();
+    check_echoes(settings, placements.size());
     NoiseSource noise(options.seed);
     const std::vector<float> source = make_source(options, noise);
     check_length(options, source.size(), placements.size());
     const double seconds = static_cast<double>(source.size()) / options.rate;
-    const std::vector<int16_t> scene = make_scene(source, placements, settings, noise);
+    const std::vector<int16_t> scene = make_scene_for(options, source, settings, noise);
     output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);

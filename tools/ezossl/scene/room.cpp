@@ -9,7 +9,6 @@
 #include <cstdio>
 
 #include "base/failure.h"
-#include "base/interrupt.h"
 #include "base/pi.h"
 #include "scene/fractional_delay.h"
 
@@ -42,13 +41,14 @@ std::vector<AxisImage> images_along(double size, double source, double receiver,
 // Calls visit(distance, reflections) for every image no further away than `reach`.
 template <class Visit>
 void for_each_image(const Point &size, const Point &source, const Point &receiver, double reach,
-                    Visit visit)
+                    const AtWork &at_work, Visit visit)
 {
     std::vector<AxisImage> axis[3];
     for (std::size_t i = 0; i < 3; ++i)
         axis[i] = images_along(size[i], source[i], receiver[i], reach);
+    double planes = 0.0;
     for (const AxisImage &x : axis[0]) {
-        end_if_interrupted(); // a large room has millions of images
+        at_work(planes++ / static_cast<double>(axis[0].size()));
         for (const AxisImage &y : axis[1]) {
             const double flat = x.coordinate * x.coordinate + y.coordinate * y.coordinate;
             if (flat > reach * reach)
@@ -67,9 +67,9 @@ class EnergyMap
 {
 public:
     EnergyMap(const Point &size, const Point &source, const Point &receiver, double sound_speed,
-              double seconds)
+              double seconds, const AtWork &at_work)
     {
-        for_each_image(size, source, receiver, seconds * sound_speed,
+        for_each_image(size, source, receiver, seconds * sound_speed, at_work,
                        [&](double distance, int reflections) {
                            add(distance / sound_speed, reflections, 1.0 / (distance * distance));
                        });
@@ -118,6 +118,12 @@ private:
     std::vector<std::vector<double>> energy_;
 };
 
+// How far the sound of the last echo has come, in metres.
+double reach_of(const RoomSettings &settings, double sound_speed)
+{
+    return settings.distance + settings.rt60 * sound_speed;
+}
+
 double find_reflection(const EnergyMap &energy, double rt60)
 {
     double low = 0.0;
@@ -146,11 +152,18 @@ void remove_low_end(std::vector<float> &response, int rate)
 
 } // namespace
 
-Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int rate)
+double echo_count(const RoomSettings &settings, double sound_speed)
+{
+    const double volume = settings.size[0] * settings.size[1] * settings.size[2];
+    return 4.0 / 3.0 * kPi * std::pow(reach_of(settings, sound_speed), 3) / volume;
+}
+
+Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int rate,
+           const AtWork &at_work)
     : settings_(settings), spacing_(spacing), sound_speed_(sound_speed), rate_(rate)
 {
     const EnergyMap energy(settings.size, source_at(0.0), middle_of_pair(), sound_speed,
-                           1.25 * settings.rt60);
+                           1.25 * settings.rt60, [&](double) { at_work(0.0); });
     reflection_ = find_reflection(energy, settings.rt60);
 }
 
@@ -182,14 +195,14 @@ Point Room::source_at(double angle_deg) const
     return source;
 }
 
-std::vector<float> Room::response(double angle_deg, int microphone) const
+std::vector<float> Room::response(double angle_deg, int microphone, const AtWork &at_work) const
 {
     Point receiver = middle_of_pair();
     receiver[0] += (microphone == 0 ? -0.5 : 0.5) * spacing_;
-    const double reach = settings_.distance + settings_.rt60 * sound_speed_;
+    const double reach = reach_of(settings_, sound_speed_);
     std::vector<float> response(static_cast<std::size_t>(reach / sound_speed_ * rate_) +
                                 2 * kInterpolationReach);
-    for_each_image(settings_.size, source_at(angle_deg), receiver, reach,
+    for_each_image(settings_.size, source_at(angle_deg), receiver, reach, at_work,
                    [&](double distance, int reflections) {
                        add_impulse(response, distance / sound_speed_ * rate_ + kInterpolationReach,
                                    std::pow(reflection_, reflections) * settings_.distance /

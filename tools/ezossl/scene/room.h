@@ -5,6 +5,7 @@
 #define EZOSSL_TOOL_ROOM_H
 
 #include <array>
+#include <functional>
 #include <vector>
 
 using Point = std::array<double, 3>; // metres
@@ -15,6 +16,12 @@ struct RoomSettings {
     double distance; // metres from the middle of the pair to the source
 };
 
+// What long work calls again and again, with the part of it that is done. It may throw.
+using AtWork = std::function<void(double part)>;
+
+// Echoes that one microphone hears of one source, about: time and memory go with them.
+double echo_count(const RoomSettings &settings, double sound_speed);
+
 class Room
 {
 public:
@@ -22,7 +29,8 @@ public:
     // reverberation time. Measured in six rooms of 18 to 1800 m3 and 0.1 to 1 s: the responses fall
     // from -5 to -25 dB at a rate within 5 % of the stated one, and up to 10 % slower below that,
     // as echoes between the walls that are furthest apart last longest.
-    Room(const RoomSettings &settings, double spacing, double sound_speed, int rate);
+    Room(const RoomSettings &settings, double spacing, double sound_speed, int rate,
+         const AtWork &at_work);
 
     // Share of the sound pressure that every wall returns.
     double reflection() const { return reflection_; }
@@ -30,7 +38,7 @@ public:
     // From the source at an angle to microphone 0 or 1, until echoes have fallen by 60 dB.
     // The direct sound at the middle of the pair would have the amplitude 1. Failure if the source
     // would not stand inside the room.
-    std::vector<float> response(double angle_deg, int microphone) const;
+    std::vector<float> response(double angle_deg, int microphone, const AtWork &at_work) const;
 
 private:
     Point middle_of_pair() const;

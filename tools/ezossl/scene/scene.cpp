@@ -7,7 +7,6 @@
 #include <cmath>
 
 #include "base/acoustics.h"
-#include "base/interrupt.h"
 #include "base/pi.h"
 #include "base/sample_format.h"
 #include "scene/convolution.h"
@@ -16,15 +15,18 @@
 namespace {
 
 constexpr float kPeak = 0.7f;
+constexpr std::size_t kStride = 8192; // samples from one sign of life to the next
 
 // What a microphone hears of a far source without a room: half the delay on either side.
 std::vector<float> hear_far(const std::vector<float> &source, const Placement &placement,
-                            int microphone, const SceneSettings &settings)
+                            int microphone, const SceneSettings &settings, const AtWork &at_work)
 {
     const double part = microphone == 0 ? 0.5 : -0.5;
     const auto length = static_cast<double>(source.size());
     std::vector<float> heard(source.size());
     for (std::size_t n = 0; n < source.size(); ++n) {
+        if (n % kStride == 0)
+            at_work(static_cast<double>(n) / length);
         const double angle = placement.at(static_cast<double>(n) / length);
         const double place = static_cast<double>(n) - part * far_field_delay(angle, settings);
         heard[n] = static_cast<float>(value_at(source, place));
@@ -96,15 +98,22 @@ double active_rms(const std::vector<float> &source, int rate)
 
 std::vector<int16_t> make_scene(const std::vector<float> &source,
                                 const std::vector<Placement> &placements,
-                                const SceneSettings &settings, NoiseSource &noise)
+                                const SceneSettings &settings, NoiseSource &noise,
+                                const AtWork &at_work)
 {
     std::optional<Room> room;
     if (settings.room)
         room.emplace(*settings.room, settings.spacing_cm / 100.0,
-                     speed_of_sound(settings.temperature), settings.rate);
+                     speed_of_sound(settings.temperature), settings.rate, at_work);
+    const double steps = 3.0 * static_cast<double>(placements.size()); // the third adds the noise
+    double done = 0.0;
+    const AtWork at_step = [&](double part) { at_work((done + part) / steps); };
     const auto hear = [&](const Placement &placement, int microphone) {
-        return room ? convolve(source, room->response(placement.from, microphone))
-                    : hear_far(source, placement, microphone, settings);
+        std::vector<float> heard =
+            room ? convolve(source, room->response(placement.from, microphone, at_step))
+                 : hear_far(source, placement, microphone, settings, at_step);
+        ++done;
+        return heard;
     };
     const auto noise_level = static_cast<float>(active_rms(source, settings.rate) *
                                                 std::pow(10.0, -settings.snr_db / 20.0));
@@ -112,13 +121,15 @@ std::vector<int16_t> make_scene(const std::vector<float> &source,
     std::vector<float> scene;
     scene.reserve(2 * source.size() * placements.size());
     for (const Placement &placement : placements) {
-        end_if_interrupted();
         const std::vector<float> first = hear(placement, 0);
         const std::vector<float> second = hear(placement, 1);
         for (std::size_t i = 0; i < source.size(); ++i) {
+            if (i % kStride == 0)
+                at_step(static_cast<double>(i) / static_cast<double>(source.size()));
             scene.push_back(first[i] + noise_level * noise.next());
             scene.push_back(gain * (second[i] + noise_level * noise.next()));
         }
+        ++done;
     }
     return to_full_scale(scene);
 }

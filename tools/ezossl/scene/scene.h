@@ -52,9 +52,9 @@ double far_field_delay(double angle, const SceneSettings &settings);
 // The source heard from one placement after another, as interleaved 16-bit samples: independent
 // white noise added, the highest peak of the scene at 0.7 of full scale. The source must not be
 // silent.
-std::vector<int16_t> make_scene(const std::vector<float> &source,
-                                const std::vector<Placement> &placements,
-                                const SceneSettings &settings, NoiseSource &noise);
+std::vector<int16_t> make_scene(
+    const std::vector<float> &source, const std::vector<Placement> &placements,
+    const SceneSettings &settings, NoiseSource &noise, const AtWork &at_work = [](double) {});
 
 // Root mean square of the source over the segments of 10 ms less than 40 dB below the loudest one:
 // pauses do not count. 0 for silence.
