@@ -67,6 +67,23 @@ class Page:
             const base = document.querySelector(".rim").getBoundingClientRect();
             return [(x - (one[0] + two[0]) / 2) / base.width * 2, (one[1] - y) / base.height];""")
 
+    def has_drawn(self, angle, across, up):
+        """Whether the strip, the trail and the bar end where the last block has them."""
+        marks, dot, level, bar = self.run("""
+            const path = document.getElementById("points").getAttribute("d").slice(1, -2);
+            const dot = document.querySelector("#trail circle:last-child");
+            return [path.split("h0M").map(mark => mark.split(" ").map(Number)),
+                    [+dot.getAttribute("cx"), +dot.getAttribute("cy")],
+                    document.getElementById("level").textContent,
+                    parseFloat(document.getElementById("level-bar").style.width)];""")
+        if len(marks) < 2:
+            return False
+        (before, _), (x, y) = marks[-2:]
+        level = float(level.replace("−∞", "-80").replace("−", "-"))
+        near = [x - 600, x - before - 2.56, (y - 72 + 0.8 * angle) / 4, bar - 100 - 1.25 * level,
+                (dot[0] - 360 - 250 * across) / 20, (dot[1] - 322 + 250 * up) / 20]
+        return max(map(abs, near)) < 1
+
     def resize(self, width, height, scheme="light"):
         self.driver.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
             "width": width, "height": height, "deviceScaleFactor": 1, "mobile": width < 500})
@@ -109,6 +126,7 @@ def test_needle_pauses_end_and_new_start(page):
             label = page.run("return document.getElementById('dial').ariaLabel")
             assert re.fullmatch(rf"-?\d+ degrees, on the side of microphone {side}", label), label
             assert page.text("state") == "Live" and "scene.wav" in page.text("input")
+            page.wait_for("strip, trail and bar", lambda: page.has_drawn(angle, across, up))
         page.wait_for("pause", lambda: page.text("angle") == "too quiet")
         assert page.text("level") == "−∞" and page.run("return document.title") == "ezossl"
         assert "old" in page.run("return document.getElementById('needle').classList.value")

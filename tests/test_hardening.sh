@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: MIT
 # test_hardening.sh BUILD_DIR HARDENED FILE... - no program or library in the folder looks for
 # libraries in the current folder; the FILEs have a read-only table of relocations that is complete
-# at the start, and guards on the stack and around buffers, if they are built with them
-# (HARDENED 1).
+# at the start, guards on the stack and around buffers, probes of the stack and marked targets of
+# jumps, if they are built with them (HARDENED 1).
 set -euo pipefail
 fail() {
     echo "$*" >&2
@@ -33,4 +33,12 @@ for file in "${@:3}"; do
     for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
         grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
     done
+    # Some flags leave nothing but instructions, which are looked for on x86-64.
+    readelf -hW "$file" | grep 'Machine:.*X86-64' >/dev/null || continue
+    code=$(objdump -d --no-show-raw-insn "$file")
+    [ "$(grep -c endbr64 <<<"$code")" -gt 10 ] || # the C library's own start has a few
+        fail "$file: jumps may go anywhere"
+    [[ $file != *.so* ]] || continue # the library has no frame of a page
+    grep -A 1 'sub .*[^0-9a-f]0x1000,%rsp' <<<"$code" | grep '[^0-9a-f]0x0,.*%rsp' >/dev/null ||
+        fail "$file: does not touch every page of the stack"
 done

@@ -60,6 +60,7 @@ CALLS = {
     "rename": (82, (errno.EIO,)),
 }
 RENAME = CALLS["rename"][0]
+SYNC_FILE_RANGE = 277
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
 
@@ -222,12 +223,21 @@ def sweep(case):
     return runs, found, ends
 
 
+def times_written_out():
+    """Of a recording of 3.5 s, which goes to the disk every second."""
+    with tempfile.TemporaryDirectory() as folder:
+        set_up(folder)
+        case = ("", "live -D x -s 5 -d 3.5 -q --record r.wav", "r.wav", None)
+        return Run(folder, case, FAIL_CALL=f"sys:{SYNC_FILE_RANGE}", FAIL_AT="0").calls
+
+
 def main():
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
         results = list(pool.map(sweep, CASES))
     if None in results:
         print("LEFT OUT: system calls cannot be trapped here")
         return 77
+    assert times_written_out() == 3
     ends = collections.Counter()
     for _, found, of_case in results:
         ends.update(of_case)

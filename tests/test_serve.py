@@ -107,7 +107,7 @@ def test_command_line():
     assert run(f"demo --serve {'x' * 5000}:").stderr.startswith("ezossl: --serve: 'xxx")
     # A word that is not an address is an input.
     assert "no such file" in run("track -s 5.8cm --serve missing.wav").stderr
-    for address, url, told in (("127.0.0.1:0", "127.0.0.1", "for this computer only"),
+    for address, url, told in (("0", "127.0.0.1", "for this computer only"),
                                ("localhost:0", "localhost", "for this computer only"),
                                ("0.0.0.0:0", socket.gethostname(), "everybody who reaches")):
         with Served(TOOL, "demo", FOLDER.name, address) as served:
