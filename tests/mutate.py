@@ -25,14 +25,17 @@ BUILD = ROOT / "build/mutants/build"
 SECONDS = 300  # for a command; a fault may make it endless
 LIMITS = {resource.RLIMIT_CPU: 120, resource.RLIMIT_FSIZE: 2**34, resource.RLIMIT_AS: 2**33}
 
-# What each folder needs to be built, and commands that test it, the quick ones first.
+# What each folder needs to be built, and commands that test it, the quick ones first. The first
+# folder that fits counts.
 TESTS = [str(BUILD / "tests/ezossl_tests"), "--gtest_fail_fast", "--gtest_brief=1"]
 CTEST = ["ctest", "--test-dir", str(BUILD), "--stop-on-failure", "--no-tests=error", "-R"]
 LIBRARY = ("Config.*:Delay.*:Direction.*:EndToEnd.*:Fft*:Math.*:Geometry.*:Lifecycle.*:Messages.*"
            ":Order.*:Platform.*:Scenes.*:*Transcript*:LibraryFile.*")  # fmt: skip
 SLOW = "Plot.IsSmall*:Faults.*:Answers.*"
 SUITES = {
-    "tools": (["ezossl_tests"], [[*TESTS, f"--gtest_filter=*:-{LIBRARY}:{SLOW}"],
+    "tools/ezossl/serve/": (["ezossl_tests"], [[*TESTS, "--gtest_filter=EventQueue.*"],
+                                               [*CTEST, "^Serve$"]]),
+    "tools/": (["ezossl_tests"], [[*TESTS, f"--gtest_filter=*:-{LIBRARY}:{SLOW}"],
                                  [*TESTS, f"--gtest_filter={SLOW}"],
                                  [*CTEST, "^(Accuracy|Manual)$"]]),
     "": (["ezossl_tests", "real_time_builtin", "header_example"],
@@ -175,7 +178,8 @@ def main():
     subprocess.run(["cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
                     "-DCMAKE_CXX_FLAGS=-O1", "-DCMAKE_C_FLAGS=-O1"], check=True,
                    stdout=subprocess.DEVNULL)  # fmt: skip
-    suites = {path: SUITES.get(path.split("/")[0], SUITES[""]) for path, _ in faults}
+    suites = {path: next(SUITES[folder] for folder in SUITES if path.startswith(folder))
+              for path, _ in faults}  # fmt: skip
     for targets, tests in {id(suite): suite for suite in suites.values()}.values():
         if not builds(targets) or not passes(tests):
             sys.exit("the tests fail without a fault; build and run them in " + str(BUILD))
