@@ -3,9 +3,9 @@
  * given does not fail:
  *
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
- *              rate HZ  channels COUNT  bits COUNT }
+ *              rate HZ  slower HZ  channels COUNT  bits COUNT }
  *
- * It refuses to open, or has the fault after so many frames: once, again after so many more, or
+ * It has one rate or two. It refuses to open, or has the fault after so many frames: once, again after so many more, or
  * from then on for ever. Until then there is always sound, noise that is two samples
  * later on each odd channel than on the one before.
  */
@@ -15,9 +15,9 @@
 
 #include <fcntl.h>
 
-enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, CHANNELS, BITS, SETTINGS };
-static const char *const names[SETTINGS] = {"refuse",  "fault", "after",    "again",
-                                            "forever", "rate",  "channels", "bits"};
+enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, SLOWER, CHANNELS, BITS, SETTINGS };
+static const char *const names[SETTINGS] = {"refuse", "fault",  "after",    "again", "forever",
+                                            "rate",   "slower", "channels", "bits"};
 enum { CHUNK = 160, LEAD = 2 };
 
 static snd_pcm_ioplug_t device; /* the only one of a process */
@@ -101,10 +101,10 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
                             : settings[BITS] == 32 ? SND_PCM_FORMAT_S32_LE
                                                    : SND_PCM_FORMAT_MU_LAW;
     const unsigned channels = (unsigned)settings[CHANNELS];
-    const unsigned rate = (unsigned)settings[RATE];
+    const unsigned rates[] = {(unsigned)settings[RATE], (unsigned)settings[SLOWER]};
     snd_pcm_ioplug_set_param_list(&device, SND_PCM_IOPLUG_HW_FORMAT, 1, &format);
     snd_pcm_ioplug_set_param_minmax(&device, SND_PCM_IOPLUG_HW_CHANNELS, channels, channels);
-    snd_pcm_ioplug_set_param_minmax(&device, SND_PCM_IOPLUG_HW_RATE, rate, rate);
+    snd_pcm_ioplug_set_param_list(&device, SND_PCM_IOPLUG_HW_RATE, rates[1] != 0 ? 2 : 1, rates);
     *pcmp = device.pcm;
     return 0;
 }

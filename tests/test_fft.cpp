@@ -16,6 +16,7 @@
 #include <cstring>
 #include <gtest/gtest.h>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -131,9 +132,9 @@ TEST(Fft, RefusalsAndReports)
               "[Audio] Ne10_workingBufPtr is Null in fft\n");
 
     fft_init(&fft.context);
-    void *const plan = fft.context.fft_cfg;
+    void *const plan = std::exchange(fft.context.fft_cfg, nullptr);
     EXPECT_EQ(printed_by([&] { fft_init(&fft.context); }), "[FFT]Ne10 has init already\n");
-    EXPECT_EQ(fft.context.fft_cfg, plan);
+    EXPECT_EQ(std::exchange(fft.context.fft_cfg, plan), nullptr);
 
     // Lengths and directions that mean nothing leave the data alone.
     for (const int32_t points : {0, -256, 128, 512, INT32_MAX, INT32_MIN})

@@ -125,21 +125,4 @@ TEST(FftBuiltin, EqualsTheSumsInDoubleForSoundsOfEveryKind)
     }
 }
 
-// Cancels to nothing: neither a bin nor a sign of zero is left.
-TEST(FftBuiltin, LeavesNothingOfSilence)
-{
-    alignas(16) char region[6028];
-    void *const plan = fft_backend_build(region, sizeof region, 256);
-    float silence[258] = {}, bins[258];
-    fft_backend_forward(plan, silence, bins);
-    for (const float value : bins)
-        EXPECT_EQ(value, 0.0f);
-    float constant[258];
-    for (float &value : constant)
-        value = 1;
-    fft_backend_forward(plan, constant, bins);
-    for (int i = 0; i < 258; ++i)
-        EXPECT_EQ(bins[i], i == 0 ? 256.0f : 0.0f);
-}
-
 } // namespace

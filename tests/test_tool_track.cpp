@@ -54,6 +54,25 @@ struct Track : Tool {
     }
 };
 
+// What JSON has, as CSV has it.
+std::string field_of(const cJSON &item)
+{
+    const std::string name = item.string != nullptr ? item.string : "";
+    if (cJSON_IsNull(&item))
+        return name == "level_dbfs" ? "-inf" : "";
+    if (cJSON_IsString(&item))
+        return item.valuestring;
+    std::string text;
+    for (const cJSON *part = item.child; part != nullptr; part = part->next)
+        text += (text.empty() ? "" : " ") + (cJSON_IsNull(part) ? "x" : field_of(*part));
+    if (cJSON_IsArray(&item))
+        return text;
+    char number[32];
+    const int decimals = name[0] == 't' ? 6 : name == "level_dbfs" ? 2 : 0;
+    std::snprintf(number, sizeof number, "%.*f", decimals, item.valuedouble);
+    return number;
+}
+
 TEST_F(Track, FormsHoldTheSameBlocks)
 {
     fs::rename("two.wav", "a,\"b.wav");
@@ -68,28 +87,30 @@ TEST_F(Track, FormsHoldTheSameBlocks)
     EXPECT_EQ(table.find('#') - table.find('\n') - 1, table.find("+90") + 8) << table;
 
     fs::rename("silent.wav", "s\xE9.wav");
-    run("s\xE9.wav 'a,\"b.wav' -s 8.6 -f jsonl");
+    const std::string both = "s\xE9.wav 'a,\"b.wav' -s 8.6 --per-frame -f ";
+    run(both + "csv", "rows");
+    run(both + "jsonl");
     EXPECT_NE(contents("out").find("\"input\":\"s\xEF\xBF\xBD.wav\""), std::string::npos);
-    std::ifstream lines("out");
-    std::string found, blocks;
+    std::ifstream lines("out"), rows("rows");
+    std::string found, header, row;
+    std::getline(rows, header);
     for (std::string line; std::getline(lines, line);) {
         cJSON *const json = cJSON_Parse(line.c_str());
-        std::string names; // behind the type
-        for (const cJSON *item = json->child->next; item != nullptr; item = item->next)
-            names += item->string + std::string(item->next != nullptr ? "," : "\n");
-        blocks += names.find("t_start") != std::string::npos ? names : "";
-        const cJSON *const angle = cJSON_GetObjectItem(json, "angle_deg");
-        const char *const type = cJSON_GetStringValue(cJSON_GetObjectItem(json, "type"));
-        found += type != nullptr ? type : line;
-        found += angle == nullptr      ? " "
-                 : cJSON_IsNull(angle) ? "=null "
-                                       : "=" + std::to_string(angle->valueint) + " ";
+        const std::string type = cJSON_GetStringValue(cJSON_GetObjectItem(json, "type"));
+        found += type + ' ';
+        std::string names = "input", values;
+        for (const cJSON *item = json->child->next->next; item != nullptr; item = item->next) {
+            names += std::string(",") + item->string;
+            values += ',' + field_of(*item);
+        }
+        if (type == "block" && std::getline(rows, row)) {
+            EXPECT_EQ(names, header);
+            EXPECT_EQ(values, row.substr(row.find(',', row.find(".wav"))));
+        }
         cJSON_Delete(json);
     }
-    EXPECT_EQ(found, "start block=null summary start block=29 block=29 summary ");
-    run("'a,\"b.wav' -s 8.6 -f csv");
-    const std::string header = contents("out").substr(0, contents("out").find('\n') + 1);
-    EXPECT_EQ(blocks, header + header + header);
+    EXPECT_EQ(found, "start block summary start block block summary ");
+    EXPECT_NE(contents("rows").find("-inf,x x x"), std::string::npos);
 }
 
 // The samples begin behind the header, whatever length it says, and whatever else it holds.
@@ -176,8 +197,15 @@ TEST_F(Track, LiveLogsTheTimeAndTheGaps)
     EXPECT_EQ(gaps, "010"); // 5000 frames are in the second block of 4096
     run(command + "jsonl");
     EXPECT_NE(contents("log").find("\"sound_lost\":1"), std::string::npos);
+    EXPECT_NE(contents("log").find("\"overruns\":1,\"suspends\":0"), std::string::npos);
     run(command + "table");
     EXPECT_NE(contents("log").find("+29 deg!"), std::string::npos) << contents("log");
+    // A reader that goes away costs its own lines.
+    run("live -D x -s 8.6 -d 9 -f csv --raw-blocks -b 1 --record r.wav", "&1 | true");
+    EXPECT_TRUE(fs::exists("r.wav")) << contents("err");
+    std::ofstream("alsa.conf") << "pcm.x { type null hint { show on description \"two\" } }\n";
+    EXPECT_EQ(run("live -l"), 0);
+    EXPECT_EQ(contents("out"), "x\ttwo\n");
     run("two.wav -s 8.6 -f csv"); // files have neither
     EXPECT_EQ(contents("out").find("input,t_start,"), 0u) << contents("out");
 }
@@ -227,6 +255,7 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
         {0, 16000, "bits 32", "x: captures S32_LE, of which the upper 16 bits are used"},
         {1, 0, "channels 4", "x: 4 channels; needs 2"},
         {0, 48000, "rate 48000", "x: captures at 48000 Hz, resampled to 16000 Hz"},
+        {0, 44100, "rate 44100 slower 22050", "x: captures at 44100 Hz, resampled to 16000 Hz"},
         {0, 16000, "fault 32 after 5000", whole + "1 overrun: sound is missing"}, // EPIPE
         {0, 16000, "fault 86 after 5000", whole + "1 suspend of the machine"},    // ESTRPIPE
         {1, 5120, "fault 19 after 5000", part},                                   // ENODEV
