@@ -5,9 +5,9 @@
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
  *              rate HZ  slower HZ  channels COUNT  bits COUNT }
  *
- * It has one rate or two. It refuses to open, or has the fault after so many frames: once, again after so many more, or
- * from then on for ever. Until then there is always sound, noise that is two samples
- * later on each odd channel than on the one before.
+ * It has one rate or two. It refuses to open, or has the fault after so many frames: once, again
+ * after so many more, or from then on for ever. Until then there is always sound, noise that is two
+ * samples later on each odd channel than on the one before.
  */
 
 #include <alsa/asoundlib.h>
