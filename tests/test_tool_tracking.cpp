@@ -49,7 +49,8 @@ DirectionVote::Result plain_result(const std::vector<FrameVote> &votes, std::siz
     }
     const int angle = most == 0 ? 0 : angles[firsts[firsts.size() / 2] + (most - 1) / 2];
     const int clear = beyond + static_cast<int>(angles.size());
-    const int quorum = (16 * static_cast<int>(window) + 99) / 100;
+    const int share = static_cast<int>(std::ceil(static_cast<double>(frames) * 7 / 50));
+    const int quorum = std::max(share, window < 20 ? static_cast<int>(window + 1) / 2 : 10);
     const BlockStatus status = beyond >= quorum && beyond > most ? BlockStatus::beyond
                                : most >= quorum                  ? BlockStatus::ok
                                : clear < quorum                  ? BlockStatus::few_clear
@@ -160,7 +161,7 @@ TEST(Smoother, GatesSegmentsAndLetsTheirFramesVote)
     } blocks[] = {
         {-30.5, -33.5, BlockStatus::ok, 12, -39.53}, // segments of -39.5 and -39.5
         {-31.5, -34.5, BlockStatus::quiet, 12, -40.53},
-        {-31.5, -33.5, BlockStatus::ok, 4, -40.17},
+        {-31.5, -33.5, BlockStatus::few_clear, 4, -40.17},
         {-30.5, -34.5, BlockStatus::ok, 12, -39.84},
         {-HUGE_VAL, -HUGE_VAL, BlockStatus::quiet, 8, -HUGE_VAL},
         {-HUGE_VAL, -HUGE_VAL, BlockStatus::quiet, 0, -HUGE_VAL},

@@ -2,9 +2,9 @@
 """Directions by a vote of the frames of the last second: steadier than the library's blocks.
 
 Each block takes the angles of all frames of the last `smooth` seconds. It finds the narrow range of
-directions, 0.2 wide in the sine of the angle, that most of them fall into. If at least 16 % of the
-frames do, the block's angle is their median. Frames at or below the gate do not vote. The
-command-line tool has the same rules.
+directions, 0.2 wide in the sine of the angle, that most of them fall into. If at least 14 % of the
+frames do, and at least ten, the block's angle is their median. Frames at or below the gate do not
+vote. The command-line tool has the same rules.
 """
 
 from __future__ import annotations
@@ -21,7 +21,8 @@ LOWEST_GATE = -80  # dB of full scale, as in the library
 _BLOCK_SECONDS = 0.256
 _SEGMENT_SECONDS = 0.064  # of sound that is quiet, or is not
 _RANGE = 0.2 + 1e-9  # of sines
-_QUORUM = 0.16
+_QUORUM_PERCENT = 14  # of the frames in the window
+_LEAST_QUORUM = 10  # frames, while the window fills and at low rates
 _NEAR_MISS = 0.75  # of the quorum
 _LAG_MARGIN = 0.75  # samples by which a delay may exceed the spacing
 _ANGLES = np.arange(-90, 91)
@@ -105,7 +106,7 @@ class Smoother:
         self._frame_seconds = _library.FRAME_LENGTH / rate
         self._segment = frames_in(_SEGMENT_SECONDS, rate)
         self._frames = frames_in(smooth, rate)
-        self._quorum = math.ceil(_QUORUM * self._frames)
+        self._least_quorum = min(_LEAST_QUORUM, (self._frames + 1) // 2)
         self._longest = longest_lag + _LAG_MARGIN
         self._gate = NoiseGate(gate)
         self._votes = np.zeros(0, np.int64)
@@ -147,14 +148,15 @@ class Smoother:
         votes = self._votes[self._votes != _NO_VOTE]
         agreeing, middle = densest(votes) if len(votes) else (0, 0)
         beyond = int(np.count_nonzero(self._is_beyond))
+        quorum = max(self._least_quorum, (_QUORUM_PERCENT * len(self._votes) + 99) // 100)
         reason = ""
         if not is_loud.any():
             reason = "quiet"
-        elif beyond >= self._quorum and beyond > agreeing:
+        elif beyond >= quorum and beyond > agreeing:
             reason = "beyond"
-        elif len(votes) + beyond < self._quorum:
+        elif len(votes) + beyond < quorum:
             reason = "few_clear"
-        elif agreeing < self._quorum:
-            reason = "near_miss" if agreeing >= _NEAR_MISS * self._quorum else "disagree"
+        elif agreeing < quorum:
+            reason = "near_miss" if agreeing >= _NEAR_MISS * quorum else "disagree"
         angle = None if reason else middle
         return angle, reason, len(self._votes), len(votes) + beyond, agreeing

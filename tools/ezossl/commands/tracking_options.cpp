@@ -41,7 +41,7 @@ void TrackingOptions::add_to(CLI::App &parser)
     add_block_options(parser);
     add_output_options(parser);
     parser.footer("A block has the direction of the last second: the narrow range of directions\n"
-                  "that most frames of 128 samples point to, if 16 % of them do. So an angle lags\n"
+                  "that most frames of 128 samples point to, if 14 % of them do. So an angle lags\n"
                   "the sound by up to 0.9 s. A block without an angle states the reason.\n"
                   "Sound is analysed at 16000 Hz, where most blocks of speech get an angle, or at\n"
                   "8000 Hz if the input has less. docs/accuracy.md tells how accurate angles are.");

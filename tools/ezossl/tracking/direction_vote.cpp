@@ -4,6 +4,7 @@
 
 #include "tracking/direction_vote.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/pi.h"
@@ -13,7 +14,8 @@ namespace {
 // Chosen on simulated speech in rooms, and such that independent noise in both channels never gets
 // an angle; see docs/accuracy.md.
 constexpr double kRangeOfSines = 0.2;
-constexpr double kQuorumShare = 0.16;   // of the window's frames
+constexpr int kQuorumPercent = 14;      // of the frames in the window
+constexpr int kLeastQuorum = 10;        // frames, while the window fills and at low rates
 constexpr double kNearMissShare = 0.75; // of the quorum
 
 int index_of(int angle)
@@ -30,7 +32,7 @@ double sine(int index)
 
 DirectionVote::DirectionVote(std::size_t window_frames)
     : window_frames_(window_frames),
-      quorum_(static_cast<int>(std::ceil(kQuorumShare * static_cast<double>(window_frames))))
+      least_quorum_(std::min(kLeastQuorum, static_cast<int>(window_frames + 1) / 2))
 {
     window_.reserve(window_frames);
     int end = 0;
@@ -87,20 +89,28 @@ DirectionVote::Range DirectionVote::fullest_range() const
     return fullest;
 }
 
+// How many frames must agree.
+int DirectionVote::quorum() const
+{
+    const int frames = static_cast<int>(window_.size());
+    return std::max(least_quorum_, (kQuorumPercent * frames + 99) / 100);
+}
+
 DirectionVote::Result DirectionVote::result() const
 {
+    const int quorum = this->quorum();
     const Range range = fullest_range();
     int clear = beyond_;
     for (const int count : votes_)
         clear += count;
     BlockStatus status = BlockStatus::disagree;
-    if (beyond_ >= quorum_ && beyond_ > range.agreeing)
+    if (beyond_ >= quorum && beyond_ > range.agreeing)
         status = BlockStatus::beyond;
-    else if (range.agreeing >= quorum_)
+    else if (range.agreeing >= quorum)
         status = BlockStatus::ok;
-    else if (clear < quorum_)
+    else if (clear < quorum)
         status = BlockStatus::few_clear;
-    else if (range.agreeing >= kNearMissShare * quorum_)
+    else if (range.agreeing >= kNearMissShare * quorum)
         status = BlockStatus::near_miss;
     return {status, range.angle, range.agreeing, clear, static_cast<int>(window_.size())};
 }

@@ -47,12 +47,13 @@ private:
         int agreeing = 0;
         int angle = 0; // the median of those that agree
     };
+    int quorum() const;
     Range fullest_range() const;
 
     static constexpr int kAngles = 181; // -90 ... 90 degrees
 
     std::size_t window_frames_;
-    int quorum_;
+    int least_quorum_; // half the frames of a window that is too short for more
     std::vector<FrameVote> window_; // a ring
     std::size_t next_ = 0;
     int beyond_ = 0;
