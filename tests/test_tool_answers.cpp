@@ -101,16 +101,22 @@ TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
 {
     const Samples low = scene("-a 50 -s 20cm -r 8000 -d 4");
     write_audio("raised.wav", 16000, 2, Resampler(8000, 16000).process(low.data(), 32000, true));
+    Samples held;
+    for (std::size_t i = 0; i < low.size(); i += 2)
+        held.insert(held.end(), {low[i], low[i + 1], low[i], low[i + 1]});
+    write_audio("held.wav", 16000, 2, held);
     const struct {
         const char *before, *arguments;
         int status;
         const char *rate, *limit, *faults, *said;
     } cases[] = {
         {"", "track raised.wav", 0, "8000", "4000", "[]",
-         "ezossl: raised.wav: no sound above 4 kHz: analysed at 8000 Hz\n"},
+         "ezossl: raised.wav: no sound of its own above 4 kHz: analysed at 8000 Hz\n"},
         {"cat raised.wav |", "track -", 0, "16000", "4000", "[\"empty upper band\"]",
-         "ezossl: standard input: empty upper band: no sound above 4 kHz: angles are drawn towards "
-         "0; use -r 8000\n"},
+         "ezossl: standard input: empty upper band: no sound of its own above 4 kHz: angles are "
+         "drawn towards 0; use -r 8000\n"},
+        {"", "track held.wav", 0, "8000", "4000", "[]",
+         "ezossl: held.wav: no sound of its own above 4 kHz: analysed at 8000 Hz\n"},
         {"", "track raised.wav -r 16000", 0, "16000", "4000", "[\"empty upper band\"]",
          "ezossl: raised.wav: empty upper band: "},
         {"", "track raised.wav -r 8000", 0, "8000", "null", "[]", "decided (100 %), median +"},
@@ -130,7 +136,7 @@ TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
     EXPECT_EQ(run("check raised.wav -s 20cm"), 0);
     EXPECT_TRUE(says("at 8000 Hz\n", "out") && says("warning     narrow band: ", "out"));
     EXPECT_EQ(run("check raised.wav -s 20cm -r 16000"), 3);
-    EXPECT_TRUE(says("FAULT       empty upper band: no sound above 4 kHz", "out"));
+    EXPECT_TRUE(says("FAULT       empty upper band: no sound of its own above 4 kHz", "out"));
     EXPECT_EQ(run("check scene.wav -s 20cm"), 0);
     EXPECT_TRUE(says("verdict     usable\n", "out")) << contents("out");
 }

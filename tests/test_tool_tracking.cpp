@@ -321,7 +321,70 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
     for (std::size_t i = 0; i < sound.size(); ++i) // a whistle of 7 kHz
         sound[i] += 0.1f * std::sin(0.875f * 3.14159265f * std::floor(static_cast<float>(i) / 2));
     EXPECT_EQ(edge_of(sound, 16000), std::nullopt);
-    EXPECT_EQ(band_limit_text(8000), "no sound above 8 kHz");
+    EXPECT_EQ(band_limit_text(8000), "no sound of its own above 8 kHz");
+}
+
+// Between points 1 and 2, from 0 to 1.
+float held(const float (&points)[4], float)
+{
+    return points[1];
+}
+
+float on_a_line(const float (&points)[4], float place)
+{
+    return points[1] + (points[2] - points[1]) * place;
+}
+
+float on_a_cubic(const float (&points)[4], float place) // through all four
+{
+    const float x = place;
+    return -x * (x - 1) * (x - 2) / 6 * points[0] + (x + 1) * (x - 1) * (x - 2) / 2 * points[1] -
+           (x + 1) * x * (x - 2) / 2 * points[2] + (x + 1) * x * (x - 1) / 6 * points[3];
+}
+
+TEST(BandLimit, IsWhereAnImageBegins)
+{
+    float (*const interpolations[])(const float(&)[4], float) = {held, on_a_line, on_a_cubic};
+    const struct {
+        int from, factor;
+        float own; // level of noise at the rate itself, of 0.4 of that at the lower one
+        int pause; // seconds
+        int edge;
+    } cases[] = {
+        {8000, 2, 0, 0, 4000},    {8000, 6, 0, 0, 4000}, {16000, 2, 0, 0, 8000},
+        {16000, 3, 0, 0, 8000},   {8000, 6, 0, 9, 4000}, // a pause does not count
+        {8000, 2, 0.1f, 0, 4000}, {8000, 2, 0.8f, 0, 0},
+    };
+    for (const auto &c : cases) {
+        const int rate = c.from * c.factor;
+        const std::vector<float> source =
+            noise(2 * 22 * static_cast<std::size_t>(c.from) / 10, 0.4f);
+        const std::vector<float> own =
+            noise(source.size() * static_cast<std::size_t>(c.factor), c.own);
+        for (const auto interpolate : interpolations) {
+            std::vector<float> sound;
+            for (std::size_t i = 2; i + 4 < source.size(); i += 2)
+                for (int part = 0; part < c.factor; ++part)
+                    for (std::size_t at = i; at < i + 2; ++at)
+                        sound.push_back(
+                            own[own.size() - 1 - sound.size()] +
+                            interpolate(
+                                {source[at - 2], source[at], source[at + 2], source[at + 4]},
+                                static_cast<float>(part) / static_cast<float>(c.factor)));
+            sound.insert(sound.begin(), static_cast<std::size_t>(2 * c.pause * rate), 0.0f);
+            EXPECT_EQ(edge_of(sound, rate).value_or(0), c.edge)
+                << c.from << ' ' << c.factor << ' ' << c.own << ' ' << c.pause;
+        }
+    }
+    for (const int period : {16, 32, 128}) { // of a square wave at 16 kHz: a phase, yet no image
+        std::vector<float> sound(2 * 48000);
+        for (std::size_t i = 0; i < sound.size(); ++i)
+            sound[i] =
+                i / 2 % static_cast<std::size_t>(period) < static_cast<std::size_t>(period) * 3 / 8
+                    ? 0.3f
+                    : -0.3f;
+        EXPECT_EQ(edge_of(sound, 16000), std::nullopt) << period;
+    }
 }
 
 TEST(BandLimit, IsNotFoundInDullSound)

@@ -42,6 +42,10 @@ BandLimit::BandLimit(int rate)
     for (std::size_t n = 0; n < length_; ++n) // Hann
         window_[n] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) /
                                                              static_cast<double>(length_)));
+    for (const int edge : kEdges) {
+        if (4 * edge <= rate)
+            images_.emplace_back(rate, length_, edge);
+    }
 }
 
 void BandLimit::add(const Frame &frame)
@@ -57,20 +61,32 @@ void BandLimit::add(const Frame &frame)
     double energy = 0.0;
     for (const double sample : samples_)
         energy += sample * sample / (32768.0 * 32768.0);
-    if (energy / static_cast<double>(samples_.size()) > kSilence)
+    const bool is_heard = energy / static_cast<double>(samples_.size()) > kSilence;
+    for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel) {
+        transform_channel(channel);
+        add_spectrum(static_cast<double>(weight));
+        for (MirrorImage &image : images_) {
+            if (is_heard && weight == 1)
+                image.add(channel, windows_ * length_, spectrum_);
+        }
+    }
+    if (is_heard)
         heard_ += static_cast<double>(weight * length_) / rate_;
-    for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel)
-        add_channel(channel, static_cast<double>(weight));
+    ++windows_;
     samples_.clear();
     unseen_frames_ = (weight - 1) * length_ / EZOSSL_FRAME_LENGTH;
     is_settled_ = heard_ >= kSettledSeconds && !edge_below(kSettledDb);
 }
 
-void BandLimit::add_channel(std::size_t channel, double weight)
+void BandLimit::transform_channel(std::size_t channel)
 {
     for (std::size_t n = 0; n < length_; ++n)
         windowed_[n] = window_[n] * static_cast<float>(samples_[EZOSSL_MIC_COUNT * n + channel]);
     transform_.forward(windowed_, spectrum_);
+}
+
+void BandLimit::add_spectrum(double weight)
+{
     for (std::size_t k = 0; k < power_.size(); ++k)
         power_[k] += weight * std::norm(std::complex<double>(spectrum_[k].r, spectrum_[k].i));
 }
@@ -91,15 +107,14 @@ std::optional<int> BandLimit::edge() const
     return heard_ < kLeastSeconds ? std::nullopt : edge_below(kEmptyDb);
 }
 
-// Where the power above it, against that just below, is less than so many dB.
+// Where the power above it, against that just below, is less than so many dB, or is an image.
 std::optional<int> BandLimit::edge_below(double db) const
 {
-    for (const int edge : kEdges) {
-        if (4 * edge > rate_)
-            break;
+    for (std::size_t i = 0; i < images_.size(); ++i) {
+        const int edge = kEdges[i];
         const double below = mean_power(0.75 * edge, 0.875 * edge);
         const double above = mean_power(1.1 * edge, 1.9 * edge);
-        if (above < below * std::pow(10.0, db / 10.0))
+        if (above < below * std::pow(10.0, db / 10.0) || images_[i].is_found())
             return edge;
     }
     return std::nullopt;
@@ -107,5 +122,5 @@ std::optional<int> BandLimit::edge_below(double db) const
 
 std::string band_limit_text(int edge)
 {
-    return format_text("no sound above %d kHz", edge / 1000);
+    return format_text("no sound of its own above %d kHz", edge / 1000);
 }

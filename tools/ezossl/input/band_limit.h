@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // band_limit.h - whether a sound ends far below half its rate, as after a telephone line, or where
 // it was resampled to a higher rate. The transform of the library gives every bin the same weight,
-// so bins without sound draw the angle to 0.
+// so bins without sound of their own draw the angle to 0.
 
 #ifndef EZOSSL_TOOL_BAND_LIMIT_H
 #define EZOSSL_TOOL_BAND_LIMIT_H
@@ -15,6 +15,7 @@
 
 #include "base/frame.h"
 #include "base/real_transform.h"
+#include "input/mirror_image.h"
 
 // The long-term spectrum of both channels, in constant memory.
 class BandLimit
@@ -24,14 +25,15 @@ public:
 
     void add(const Frame &frame);
 
-    // Hz above which there is no sound. Nothing if there is sound up to the top, or too little was
-    // heard to tell.
+    // Hz above which there is no sound, or but the image of that below. Nothing if there is sound up
+    // to the top, or too little was heard to tell.
     std::optional<int> edge() const;
     // Whether half a minute had so much sound up to the top that more is unlikely to show an edge.
     bool is_settled() const { return is_settled_; }
 
 private:
-    void add_channel(std::size_t channel, double weight);
+    void transform_channel(std::size_t channel);
+    void add_spectrum(double weight);
     std::optional<int> edge_below(double db) const;
     double mean_power(double from, double to) const; // of the bins between two frequencies in Hz
 
@@ -42,13 +44,15 @@ private:
     std::vector<int16_t> samples_; // pairs, until there are enough
     std::vector<float> windowed_;
     std::vector<kiss_fft_cpx> spectrum_;
-    std::vector<double> power_;     // of each bin, summed
+    std::vector<double> power_; // of each bin, summed
+    std::vector<MirrorImage> images_;
+    std::size_t windows_ = 0;       // before the first that is passed over
     double heard_ = 0.0;            // seconds above silence
     std::size_t unseen_frames_ = 0; // that are passed over before the next window
     bool is_settled_ = false;
 };
 
-// "no sound above 4 kHz"
+// "no sound of its own above 4 kHz"
 std::string band_limit_text(int edge);
 
 #endif

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// mirror_image.cpp - multiplies each bin by the one that its image would be in. Of an image the
+// phase of the product is that of the old sampling instants, the same in all windows and in both
+// channels; of two sounds it is random. Tones that divide the old rate keep a phase, too, but they
+// keep it as well between the bins of different windows.
+//
+// Measured over 2 s, as the difference of the two: at most 0.10 in 500 pieces of speech, music and
+// noise, also after lossy compression; 0.22 in a sawtooth of 100 Hz, which is the worst tone. At
+// least 0.70 in sound that was raised from 8 kHz, 0.30 where rounding to 16 bits nearly hides it.
+
+#include "input/mirror_image.h"
+
+#include <cmath>
+
+#include "base/pi.h"
+
+namespace {
+
+constexpr double kFound = 0.25;
+constexpr double kFirst = 0.4; // of the edge: below, images are weak
+constexpr double kLast = 0.94; // of the edge: above, window and edge mix bin and image
+
+std::complex<double> phase_of(const kiss_fft_cpx &bin)
+{
+    const std::complex<double> value(bin.r, bin.i);
+    const double size = std::sqrt(std::norm(value)); // std::abs takes far longer
+    return size > 0.0 ? value / size : 0.0;
+}
+
+} // namespace
+
+MirrorImage::MirrorImage(int rate, std::size_t length, int edge)
+    : rate_(rate), sampled_at_(2 * edge)
+{
+    const double bins_per_hz = static_cast<double>(length) / rate;
+    first_ = static_cast<std::size_t>(std::ceil(kFirst * edge * bins_per_hz));
+    mirror_ = static_cast<std::size_t>(std::lround(sampled_at_ * bins_per_hz));
+    const auto last = static_cast<std::size_t>(kLast * edge * bins_per_hz);
+    same_window_.resize(last - first_ + 1);
+    other_window_.resize(same_window_.size());
+    for (auto &above : above_)
+        above.resize(same_window_.size());
+}
+
+void MirrorImage::add(std::size_t channel, std::size_t start,
+                      const std::vector<kiss_fft_cpx> &spectrum)
+{
+    // Where the window starts between two old sampling instants.
+    const std::size_t turn = start % static_cast<std::size_t>(rate_) *
+                             static_cast<std::size_t>(sampled_at_) %
+                             static_cast<std::size_t>(rate_);
+    const std::complex<double> back =
+        std::polar(1.0, -2.0 * kPi * static_cast<double>(turn) / rate_);
+    for (std::size_t i = 0; i < same_window_.size(); ++i) {
+        const std::complex<double> below = phase_of(spectrum[first_ + i]) * back;
+        std::complex<double> &before = above_[channel][i];
+        const std::complex<double> above = phase_of(spectrum[mirror_ - first_ - i]);
+        same_window_[i] += below * above;
+        other_window_[i] += below * before;
+        before = above;
+    }
+    ++spectra_;
+}
+
+// 1 where the phase is always the same.
+double MirrorImage::coherence(const Sums &sums) const
+{
+    double sum = 0.0;
+    for (const std::complex<double> &bin : sums)
+        sum += std::abs(bin);
+    return sum / static_cast<double>(sums.size() * spectra_);
+}
+
+bool MirrorImage::is_found() const
+{
+    return spectra_ > 0 && coherence(same_window_) - coherence(other_window_) > kFound;
+}
