@@ -275,7 +275,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         {SF_FORMAT_AU, "an AU file"},      {SF_FORMAT_W64, "a W64 file"},
         {SF_FORMAT_RF64, "a WAV file"},    {SF_FORMAT_CAF, "a CAF file"},
         {SF_FORMAT_NIST, "a SPHERE file"}, {SF_FORMAT_VOC, "a VOC file"},
-        {SF_FORMAT_OGG, "an Ogg file"},
+        {SF_FORMAT_OGG, "an Ogg file"},    {SF_FORMAT_AVR, "an AVR file"},
     };
     for (const auto &[format, name] : readable) {
         const int encoding = format == SF_FORMAT_OGG ? SF_FORMAT_VORBIS : SF_FORMAT_PCM_16;
@@ -289,6 +289,14 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     mp3 += mp3;
     std::string aac = "\xff\xf1\x60\x80\x05\x1f\xfc" + std::string(33, '\1');
     aac += aac;
+    // Of 32 kbit/s at 48, 44.1 and 32 kHz, and the newer kind with frames of 40 bytes.
+    const auto ac3 = [](const std::string &header, std::size_t length) {
+        const std::string frame = "\x0bw" + header + std::string(length - 2 - header.size(), '\1');
+        return frame + frame;
+    };
+    std::string gsm;
+    for (int i = 0; i < 20; ++i)
+        gsm += "\xd2" + std::string(32, '\1');
     write_audio("x", 16000, 2, sound, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const std::string wav = contents("x");
     const auto spoilt = [&wav](std::size_t place, const std::string &bytes) {
@@ -301,6 +309,13 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         {mp3, "x.wav --raw", "x.wav: is an MP3 file; omit --raw"},
         {mp3.substr(0, 290), "x.wav --raw", "72 samples"}, // may be sound
         {aac, "x.wav --raw", "is an AAC file; omit --raw, and convert it: ffmpeg -i x.wav x.new"},
+        {ac3({1, 1, 0, 0x40}, 128), "x.wav --raw", "is an AC-3 file; omit --raw, and convert it: "},
+        {ac3({1, 1, 0x41, 0x40}, 140), "x.wav --raw", "is an AC-3 file"},
+        {ac3({1, 1, '\x80', 0x40}, 192), "x.wav --raw", "is an AC-3 file"},
+        {ac3({0, 19, '\x80', '\x80'}, 40), "x.wav --raw", "is an AC-3 file"},
+        {ac3({1, 1, 0, 0x40}, 130), "x.wav --raw", "65 samples"},
+        {gsm, "x.wav --raw", "is a GSM file; omit --raw, and convert it: ffmpeg -i x.wav x.new"},
+        {gsm.substr(33), "x.wav --raw", "156 samples"},
         {m4a, "x.wav",
          "an M4A or MP4 file, which ezossl does not read; convert it: ffmpeg -i x.wav"},
         {m4a, "x.wav --raw", "is an M4A or MP4 file; omit --raw, and convert it: ffmpeg -i x.wav"},

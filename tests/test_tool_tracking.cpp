@@ -371,7 +371,9 @@ TEST(BandLimit, IsWhereAnImageBegins)
                             interpolate(
                                 {source[at - 2], source[at], source[at + 2], source[at + 4]},
                                 static_cast<float>(part) / static_cast<float>(c.factor)));
-            sound.insert(sound.begin(), static_cast<std::size_t>(2 * c.pause * rate), 0.0f);
+            sound.insert(sound.begin(),
+                         2 * static_cast<std::size_t>(c.pause) * static_cast<std::size_t>(rate),
+                         0.0f);
             EXPECT_EQ(edge_of(sound, rate).value_or(0), c.edge)
                 << c.from << ' ' << c.factor << ' ' << c.own << ' ' << c.pause;
         }

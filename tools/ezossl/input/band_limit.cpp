@@ -110,11 +110,11 @@ std::optional<int> BandLimit::edge() const
 // Where the power above it, against that just below, is less than so many dB, or is an image.
 std::optional<int> BandLimit::edge_below(double db) const
 {
-    for (std::size_t i = 0; i < images_.size(); ++i) {
-        const int edge = kEdges[i];
+    for (const MirrorImage &image : images_) {
+        const int edge = image.edge();
         const double below = mean_power(0.75 * edge, 0.875 * edge);
         const double above = mean_power(1.1 * edge, 1.9 * edge);
-        if (above < below * std::pow(10.0, db / 10.0) || images_[i].is_found())
+        if (above < below * std::pow(10.0, db / 10.0) || image.is_found())
             return edge;
     }
     return std::nullopt;

@@ -25,6 +25,7 @@ public:
     void add(std::size_t channel, std::size_t start, const std::vector<kiss_fft_cpx> &spectrum);
 
     bool is_found() const;
+    int edge() const { return sampled_at_ / 2; }
 
 private:
     using Sums = std::vector<std::complex<double>>;

@@ -53,7 +53,7 @@ private:
     static constexpr int kAngles = 181; // -90 ... 90 degrees
 
     std::size_t window_frames_;
-    int least_quorum_; // half the frames of a window that is too short for more
+    int least_quorum_;              // half the frames of a window that is too short for more
     std::vector<FrameVote> window_; // a ring
     std::size_t next_ = 0;
     int beyond_ = 0;
