@@ -191,7 +191,8 @@ def sweep(case):
     ends = collections.Counter()
     with tempfile.TemporaryDirectory() as folder:
         set_up(folder)
-        kinds = [("malloc", "malloc", errno.ENOMEM, 0), ("any call", "sys", errno.EIO, 0)]
+        kinds = [("malloc", "malloc", errno.ENOMEM, 0), ("member of JSON", "json", errno.ENOMEM, 0),
+                 ("any call", "sys", errno.EIO, 0)]  # fmt: skip
         kinds += [(name, f"sys:{number}", error, 0)
                   for name, (number, errors) in CALLS.items() for error in errors]  # fmt: skip
         kinds += [(sent.name, "sys", 0, sent) for sent in SIGNALS]

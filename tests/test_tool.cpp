@@ -8,25 +8,6 @@
 
 namespace {
 
-TEST_F(Tool, FindsTheAngleOfItsOwnScenes)
-{
-    for (const std::string rate : {"16000", "48000"}) {
-        for (const int angle : {-60, -30, 0, 45}) {
-            const std::string name = rate + " Hz, " + std::to_string(angle) + " degrees";
-            run("simulate -o x.wav -d 2 -s 5.8cm -r " + rate + " -a " + std::to_string(angle));
-            run("track x.wav -s 5.8cm");
-            std::ifstream lines("out");
-            lines.ignore(200, '\n'); // the header; anything else but a line per block ends the loop
-            std::string from, to, unit, accepted;
-            int found, blocks = 0;
-            for (; lines >> from >> to >> found >> unit >> accepted;
-                 lines.ignore(200, '\n'), blocks++)
-                EXPECT_NEAR(found, angle, 8) << name;
-            EXPECT_EQ(blocks, 2 * 16000 / 4096) << name << contents("err");
-        }
-    }
-}
-
 TEST_F(Tool, ScenesHoldTheDelayOfTheAngle)
 {
     // Sound needs 8 samples for 34.3 cm at 20 degrees Celsius. At +90 degrees microphone 0 is

@@ -65,23 +65,6 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
     }
 }
 
-// Whatever is not given to cJSON, no member is missing.
-TEST_F(Faults, AFailedAllocationOfJsonIsNamed)
-{
-    const std::string command = "track x.wav -s 8.6 -b 4 -f jsonl --per-frame";
-    ASSERT_EQ(run(command + " -o o"), 0) << contents("err");
-    const std::string expected = contents("o");
-    fs::remove("o");
-    const auto before = files();
-    int n = 1;
-    for (; n < 1000 && run_with("json", n, ENOMEM, command + " -o o") != 0; n += 3) {
-        EXPECT_NE(contents("err").find("ezossl: not enough memory"), std::string::npos) << n;
-        EXPECT_EQ(files(), before) << n;
-    }
-    EXPECT_GT(n, 100);
-    EXPECT_TRUE(contents("o") == expected) << n;
-}
-
 std::string mode_of(const char *path)
 {
     struct stat status = {};
