@@ -204,6 +204,7 @@ TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
         {"--start 0.1", "block", "t_start", "0.1"},
         {"--start 0.1", "block", "t_end", "0.356"},
         {"--raw-blocks -b 5", "block", "t_end", "0.04"},
+        {"--raw-blocks --start 0.7", "block", "frames_used", "0"}, // of silence
         {"", "summary", "clamped_samples", "1"},
         {"", "summary", "dropped_s", "0.232"},            // 16000 - 3 x 4096
         {"-G 13", "summary", "wrapped_samples", "16380"}, // x 4.47; but for the first pairs
