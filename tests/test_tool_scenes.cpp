@@ -160,15 +160,21 @@ TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
     EXPECT_EQ(run("demo"), 0);
     std::ifstream steps("out");
     int count = 0;
+    double errors = 0.0;
     for (std::string line, meter; std::getline(steps, line);) {
         double truth = 0.0, found = 0.0;
         if (!(std::istringstream(line) >> truth >> found >> meter) || meter[0] != '.')
             continue;
         count++;
+        errors += std::fabs(found - truth);
         EXPECT_NEAR(found, truth, 12) << line;
         EXPECT_NEAR(static_cast<double>(meter.find('#')), (90 - found) / 5, 0.5) << line;
     }
     EXPECT_EQ(count, 25) << contents("out");
+    const std::string last = "25 of 25 blocks have a direction, mean absolute error ";
+    const std::size_t at = contents("out").find(last);
+    ASSERT_NE(at, std::string::npos) << contents("out");
+    EXPECT_NEAR(std::stod(contents("out").substr(at + last.size())), errors / 25, 0.5);
 }
 
 } // namespace

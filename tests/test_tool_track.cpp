@@ -245,8 +245,9 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
     const std::string whole = "x: 3 blocks, 3 decided (100 %), median +29 deg, ";
     const std::string part = "x: 1 block, 1 decided (100 %), median +29 deg, ";
     const std::tuple<int, int, std::string, std::string> cases[] = {
-        {1, 0, "refuse 16", "x: is in use by another program"},      // EBUSY
-        {1, 0, "refuse 13", "x: not permitted; become a member of"}, // EACCES
+        {1, 0, "refuse 16", "x: is in use by another program"},       // EBUSY
+        {1, 0, "refuse 13", "x: not permitted; become a member of"},  // EACCES
+        {1, 0, "refuse 6", "x: the device is not there; plug it in"}, // ENXIO
         {1, 0, "channels 1", "x: is mono"},
         {1, 0, "bits 8", "x: has no samples of 16, 24 or 32 bits; put plug before its name"},
         {0, 16000, "", whole},
