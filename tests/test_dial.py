@@ -69,19 +69,16 @@ class Page:
 
     def has_drawn(self, angle, across, up):
         """Whether the strip, the trail and the bar end where the last block has them."""
-        marks, dot, level, bar = self.run("""
-            const path = document.getElementById("points").getAttribute("d").slice(1, -2);
-            const dot = document.querySelector("#trail circle:last-child");
-            return [path.split("h0M").map(mark => mark.split(" ").map(Number)),
-                    [+dot.getAttribute("cx"), +dot.getAttribute("cy")],
-                    document.getElementById("level").textContent,
-                    parseFloat(document.getElementById("level-bar").style.width)];""")
-        if len(marks) < 2:
-            return False
-        (before, _), (x, y) = marks[-2:]
+        path, x_dot, y_dot, level, bar = self.run("""
+            const get = id => document.getElementById(id), dot = get("trail").lastChild;
+            return [get("points").getAttribute("d"), +dot.getAttribute("cx"), +dot.getAttribute("cy"),
+                    get("level").textContent, parseFloat(get("level-bar").style.width)];""")
+        marks = [mark.split() for mark in path[1:-2].split("h0M")]
+        (before, _), (x, y) = [["0", "0"], *marks][-2:]
         level = float(level.replace("−∞", "-80").replace("−", "-"))
-        near = [x - 600, x - before - 2.56, (y - 72 + 0.8 * angle) / 4, bar - 100 - 1.25 * level,
-                (dot[0] - 360 - 250 * across) / 20, (dot[1] - 322 + 250 * up) / 20]
+        near = [float(x) - 600, float(x) - float(before) - 2.56, (float(y) - 72 + 0.8 * angle) / 4,
+                bar - 100 - 1.25 * level, (x_dot - 360 - 250 * across) / 20,
+                (y_dot - 322 + 250 * up) / 20]
         return max(map(abs, near)) < 1
 
     def resize(self, width, height, scheme="light"):

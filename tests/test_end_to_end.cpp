@@ -55,23 +55,4 @@ TEST(EndToEnd, EveryFrameReportsItsDelayAtAnyLevel)
     }
 }
 
-TEST(EndToEnd, InstancesAreIndependent)
-{
-    const std::vector<int16_t> left = delayed_noise(1, -2, kFrames, 9000);
-    const std::vector<int16_t> right = delayed_noise(2, 3, kFrames, 700);
-    Instance a(Instance::kReady, an_init(16000, 12)), b(Instance::kReady, an_init(48000, 5));
-    Instance turn_a(Instance::kReady, an_init(16000, 12)),
-        turn_b(Instance::kReady, an_init(48000, 5));
-    const std::vector<int32_t> alone_a = run_all(a, left), alone_b = run_all(b, right);
-    for (size_t frame = 0; frame < kFrames; ++frame) {
-        int32_t delay_a, delay_b;
-        EXPECT_EQ(EzoSsl_Run(turn_a, &left[frame * 256], &delay_a), 0);
-        EXPECT_EQ(EzoSsl_Run(turn_b, &right[frame * 256], &delay_b), 0);
-        EXPECT_EQ(delay_a, alone_a[frame]);
-        EXPECT_EQ(delay_b, alone_b[frame]);
-    }
-    EXPECT_EQ(turn_a->energy_sum, a->energy_sum);
-    EXPECT_EQ(turn_b->energy_sum, b->energy_sum);
-}
-
 } // namespace
