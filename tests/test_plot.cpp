@@ -75,6 +75,8 @@ TEST(Plot, MarksTheBlocksWhereItsAxesHaveThem)
         if (block.status != BlockStatus::quiet)
             levels.insert(levels.end(), {start, level, end, level});
     }
+    EXPECT_EQ(numbers(plot, "grid zero\" x1=\"#\" y1=\"(#)\"").at(0)[0], angle_y(0));
+    EXPECT_NE(plot.find(".disagree{stroke:#d29922}"), std::string::npos); // in the dark
     const double second = x(1) - x(0);
     expect_path(plot, "mark", marks);
     expect_path(plot, "level", levels);

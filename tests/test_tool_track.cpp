@@ -169,6 +169,8 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
             << arguments;
         EXPECT_EQ(contents("out"), "") << arguments;
     }
+    run("track whole.ogg -s 8.6");
+    EXPECT_EQ(contents("err").find("truncated"), std::string::npos) << contents("err");
     EXPECT_EQ(contents("r.wav").substr(kRecordingHeader), contents("two.raw").substr(0, 4 * 9600));
     for (const auto &file : fs::directory_iterator("."))
         EXPECT_NE(file.path().extension(), ".part") << file;
