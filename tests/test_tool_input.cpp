@@ -351,6 +351,18 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     }
 }
 
+TEST_F(Tool, Mp3OfEveryBitRateIsNoSound)
+{
+    char place = 0;
+    for (const int kbit : {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}) {
+        const std::string start = {'\xff', '\xfb', static_cast<char>(++place << 4), '\xc4'};
+        const std::string frame = start + std::string(144000u * kbit / 44100 - 4, '\1');
+        std::ofstream("x") << frame << frame;
+        run("track x --raw -s 5");
+        EXPECT_EQ(contents("err"), "ezossl: x: is an MP3 file; omit --raw\n") << kbit;
+    }
+}
+
 // The commands agree on the rate.
 TEST_F(Tool, CheckReadsAsTrackDoes)
 {
