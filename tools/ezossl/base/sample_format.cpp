@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sample_format.cpp - scales, rounds and clamps. Full scale 1 is 32768 steps of 16 bits.
+// sample_format.cpp - scales, rounds and clamps.
 
 #include "base/sample_format.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr float kFullScale = 32768.0f;
+constexpr auto kScale = static_cast<float>(kFullScale);
 constexpr std::size_t kPiece = 512; // samples
 
 int16_t rounded(float scaled)
@@ -18,20 +18,20 @@ int16_t rounded(float scaled)
 
 bool fits(float sample)
 {
-    return std::fabs(sample) < 1.0f - 0.5f / kFullScale;
+    return std::fabs(sample) < 1.0f - 0.5f / kScale;
 }
 
 // Compilers make both loops over samples that fit handle several at once, but not the other one.
 std::size_t convert(const float *from, int16_t *to, std::size_t count)
 {
     if (std::count_if(from, from + count, fits) == static_cast<std::ptrdiff_t>(count)) {
-        std::transform(from, from + count, to, [](float x) { return rounded(x * kFullScale); });
+        std::transform(from, from + count, to, [](float x) { return rounded(x * kScale); });
         return 0;
     }
     std::size_t clamped = 0;
     for (std::size_t i = 0; i < count; ++i) {
-        const float scaled = from[i] * kFullScale;
-        const float limited = std::min(std::max(scaled, -kFullScale), kFullScale - 1.0f);
+        const float scaled = from[i] * kScale;
+        const float limited = std::min(std::max(scaled, -kScale), kScale - 1.0f);
         clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
         to[i] = rounded(limited);
     }
@@ -51,5 +51,5 @@ std::size_t to_int16(const float *from, int16_t *to, std::size_t count)
 void to_float(const int16_t *from, float *to, std::size_t count)
 {
     std::transform(from, from + count, to,
-                   [](int16_t sample) { return static_cast<float>(sample) / kFullScale; });
+                   [](int16_t sample) { return static_cast<float>(sample) / kScale; });
 }

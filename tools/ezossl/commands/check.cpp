@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kUnusable = 3; // exit status
 constexpr int kIndent = 12;
-constexpr double kLongestSeconds = 300.0; // that are read
+constexpr double kMostSeconds = 300.0; // that are read
 
 struct CheckArguments {
     std::string input;
@@ -34,13 +34,13 @@ std::unique_ptr<FrameSource> open_source(const CheckArguments &options)
 {
     const InputSettings &settings = options.tracking.input;
     if (!options.is_live())
-        return open_part({options.input, std::nullopt, 0.0, kLongestSeconds}, settings);
+        return open_part({options.input, std::nullopt, 0.0, kMostSeconds}, settings);
     watch_for_interrupts();
     auto source = std::make_unique<FrameSource>(
         std::make_unique<DeviceStream>(options.device, capture_rate(settings.rate),
                                        settings.channels.fewest()),
         settings);
-    source->pairs().end_after(options.live_seconds);
+    source->end_after(options.live_seconds);
     return source;
 }
 
@@ -101,19 +101,14 @@ void check(const CheckArguments &options, DataOutput &output)
     const std::vector<int16_t> samples = source.read_all();
     if (interrupts() > 0)
         throw EndWith{kInterrupted};
-    const bool is_cut = !is_live && source.pairs().is_at_limit() && source.pairs().has_more();
+    const bool is_cut = !is_live && source.is_cut();
     note_what_is_missing(source);
     if (samples.size() / EZOSSL_MIC_COUNT < shortest_input(source.rate()))
         throw Failure(source.stream().name() +
                       ": is shorter than a second; give at least one second");
-    const Microphones microphones = source.layout().microphone;
-    const Diagnosis diagnosis = diagnose(samples, {source.rate(),
-                                                   tracking.array.spacing_cm,
-                                                   tracking.array.temperature,
-                                                   options.gate_db,
-                                                   {microphones[0] + 1, microphones[1] + 1},
-                                                   !source.stream().encoding_remark().empty(),
-                                                   source.band_limit().value_or(0)});
+    const Diagnosis diagnosis =
+        diagnose(samples, diagnosis_settings(source, tracking.array.spacing_cm,
+                                             tracking.array.temperature, options.gate_db));
     print_measurements(source, is_cut, diagnosis, output);
     print_findings(diagnosis, output);
     output.finish();
@@ -135,7 +130,7 @@ RunCommand add_check(CLI::App &parser)
         parser
             .add_option("--live", options->live_seconds,
                         "Check this many seconds of a device instead of a file")
-            ->check(limits(1, kLongestSeconds, "seconds"))
+            ->check(limits(1, kMostSeconds, "seconds"))
             ->type_name("SEC");
     parser.add_option("-D,--device", options->device, "ALSA device for --live")
         ->type_name("NAME")

@@ -22,8 +22,7 @@ constexpr int kRate = 16000;
 constexpr double kSpacingCm = 5.8;
 constexpr int kTemperature = 20;
 constexpr double kSnrDb = 20.0;
-constexpr int kBlockFrames = 32;
-constexpr std::size_t kBlockLength = std::size_t{kBlockFrames} * EZOSSL_FRAME_LENGTH;
+constexpr std::size_t kBlockLength = std::size_t{kLibraryBlockFrames} * EZOSSL_FRAME_LENGTH;
 constexpr int kSteps = 25; // one block each
 constexpr int kMeterWidth = 37;
 constexpr auto kPace = std::chrono::milliseconds(160);
@@ -56,7 +55,7 @@ public:
         truth_ = walk_.at((step + 0.5) / kSteps);
         const int16_t *sample = &scene_[static_cast<std::size_t>(step) * kBlockLength * 2];
         int16_t frame[kFrameSamples];
-        for (int i = 0; i < kBlockFrames; ++i, sample += kFrameSamples) {
+        for (int i = 0; i < kLibraryBlockFrames; ++i, sample += kFrameSamples) {
             std::copy_n(sample, kFrameSamples, frame);
             localizer_.add_frame(frame);
         }
@@ -66,7 +65,7 @@ public:
     double truth() const { return truth_; }
 
     static constexpr LocalizerSettings kSettings = {kRate, kSpacingCm, kTemperature, -60,
-                                                    kBlockFrames};
+                                                    kLibraryBlockFrames};
 
 private:
     void begin_walk()

@@ -18,8 +18,6 @@
 
 namespace {
 
-constexpr double kLongest = 86400.0; // seconds
-
 struct LiveArguments {
     std::string device = "default";
     TrackingOptions tracking;
@@ -59,14 +57,15 @@ void listen(const LiveArguments &options, DataOutput &output)
     TrackingOptions tracking = options.tracking;
     tracking.report.live = true;
     tracking.check({});
+    tracking.warn();
     watch_for_interrupts();
     auto stream = std::make_unique<DeviceStream>(options.device, capture_rate(tracking.input.rate),
                                                  tracking.input.channels.fewest());
     DeviceStream &device = *stream;
     FrameSource source(std::move(stream), tracking.input);
-    source.pairs().end_with_interrupts(2);
+    source.end_with_interrupts(2);
     if (options.seconds > 0.0)
-        source.pairs().end_after(options.seconds);
+        source.end_after(options.seconds);
     if (!tracking.report.quiet)
         for (const std::string &remark : source.opening_remarks())
             note(remark);
@@ -118,13 +117,15 @@ RunCommand add_live(CLI::App &parser)
         ->capture_default_str();
     parser.add_flag("-l,--list", options->list, "List the devices and exit");
     options->tracking.add_to(parser);
-    parser.get_option("--spacing")->required(false); // --list does without
+    CLI::Option *const spacing = parser.get_option("--spacing");
+    spacing->required(false)->description("Needed unless --list is given. " +
+                                          spacing->get_description());
     parser.callback([options] {
         if (!options->list && options->tracking.array.spacing_cm == 0.0)
             throw CLI::RequiredError("--spacing");
     });
     parser.add_option("-d,--duration", options->seconds, "Stop after this many seconds of sound")
-        ->check(limits(0.001, kLongest, "seconds"))
+        ->check(limits(0.001, kLongestSeconds, "seconds"))
         ->type_name("SEC");
     parser
         .add_option("--record", options->recording,

@@ -75,6 +75,8 @@ std::string sentence_of(const CLI::App &app, const CLI::Error &error)
         return text.substr(no_conversion.size()) + " is not a whole number";
     if (const auto at = text.find(": At Most 1 required"); at != std::string::npos)
         return text.substr(0, at) + " can be given only once";
+    if (const auto at = text.find(": 1 required"); at != std::string::npos)
+        return text.substr(0, at) + " needs a value";
     return text;
 }
 

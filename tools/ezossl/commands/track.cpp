@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr double kLongest = 86400.0;    // seconds
 constexpr int kHighestRawRate = 384000; // Hz
 
 struct TrackArguments {
@@ -49,9 +48,9 @@ void feed(FrameSource &source, TrackingRun &run, bool has_progress)
     while (source.read(frame)) {
         run.add(frame);
         if (progress.is_due())
-            progress.show(format_text("%s: %.0f s", source.stream().name().c_str(),
-                                      source.pairs().seconds()) +
-                          (seconds ? format_text(" of %.0f s", *seconds) : std::string()));
+            progress.show(
+                format_text("%s: %.0f s", source.stream().name().c_str(), source.seconds()) +
+                (seconds ? format_text(" of %.0f s", *seconds) : std::string()));
     }
 }
 
@@ -90,7 +89,7 @@ void track_input(const TrackArguments &options, const std::string &input, Report
     TrackingRun run(options.tracking, *source, report);
     feed(*source, run, !options.tracking.report.quiet && !report.is_on_terminal());
     if (interrupts() > 0)
-        end_interrupted(options, source->pairs().seconds(), report);
+        end_interrupted(options, source->seconds(), report);
     if (source->read_pairs() > 0)
         options.remark(source->length_remark());
     if (report.blocks() == 0)
@@ -100,10 +99,11 @@ void track_input(const TrackArguments &options, const std::string &input, Report
 
 // One after the other, each block as soon as it is known. An input that is refused does not stop
 // the others.
-void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_live)
+void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_flushed)
 {
     const std::unique_ptr<Dial> dial = options.tracking.open_dial();
-    Report report(options.tracking.report, output, is_live, options.inputs.size() > 1, dial.get());
+    Report report(options.tracking.report, output, is_flushed, options.inputs.size() > 1,
+                  dial.get());
     std::size_t done = 0;
     int status = kDone;
     for (const std::string &input : options.inputs) {
@@ -159,11 +159,12 @@ bool has_pipe(const std::vector<std::string> &inputs)
 void track(const TrackArguments &options, DataOutput &output)
 {
     options.tracking.check(options.inputs);
+    options.tracking.warn();
     watch_for_interrupts();
     // The writer of the pipe may be live.
-    const bool is_live = has_pipe(options.inputs) || options.tracking.report.realtime;
-    if (options.inputs.size() == 1 || is_live)
-        track_in_turn(options, output, is_live);
+    const bool is_flushed = has_pipe(options.inputs) || options.tracking.report.realtime;
+    if (options.inputs.size() == 1 || is_flushed)
+        track_in_turn(options, output, is_flushed);
     else
         track_in_parallel(options, output);
 }
@@ -186,10 +187,10 @@ RunCommand add_track(CLI::App &parser)
         ->check(limits(1, kMostJobs, "jobs"))
         ->type_name("N");
     parser.add_option("--start", options->start, "Start at this second of the input")
-        ->check(limits(0, kLongest, "seconds"))
+        ->check(limits(0, kLongestSeconds, "seconds"))
         ->type_name("SEC");
     parser.add_option("--duration", options->duration, "Stop after this many seconds")
-        ->check(limits(0.001, kLongest, "seconds"))
+        ->check(limits(0.001, kLongestSeconds, "seconds"))
         ->type_name("SEC");
     CLI::Option *const raw = parser.add_flag(
         "--raw", options->raw, "The input has no header: 16-bit little-endian samples");

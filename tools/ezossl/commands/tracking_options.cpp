@@ -16,8 +16,7 @@ namespace {
 
 constexpr int kMostFrames = 10000; // in a block
 constexpr int kMostDegrees = 180;
-constexpr int kLibraryBlock = 32; // frames that its thresholds are made for
-constexpr int kFewestFrames = 4;  // below, a block of the library takes noise for a direction
+constexpr int kFewestFrames = 4; // below, a block of the library takes noise for a direction
 
 // "table (default), csv, or jsonl: an object per line"
 std::string format_help()
@@ -154,10 +153,6 @@ void TrackingOptions::add_output_options(CLI::App &parser)
 
 void TrackingOptions::check(const std::vector<std::string> &inputs) const
 {
-    if (raw_blocks && !report.quiet && block_frames > 0 && block_frames < kFewestFrames)
-        note(format_text("blocks of fewer than %d frames get angles from noise too; omit "
-                         "--raw-blocks, or choose longer blocks",
-                         kFewestFrames));
     if (report.on_change < 0 || report.on_change > kMostDegrees)
         throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
@@ -171,21 +166,24 @@ void TrackingOptions::check(const std::vector<std::string> &inputs) const
     keep_inputs(inputs, {report.output, report.plot, report.histogram});
 }
 
+void TrackingOptions::warn() const
+{
+    if (raw_blocks && !report.quiet && block_frames > 0 && block_frames < kFewestFrames)
+        note(format_text("blocks of fewer than %d frames get angles from noise too; omit "
+                         "--raw-blocks, or choose longer blocks",
+                         kFewestFrames));
+}
+
 TrackerSettings TrackingOptions::settings(int sample_rate) const
 {
     const bool is_raw = raw_blocks || mode == DelayMode::time_domain;
-    int frames = is_raw ? kLibraryBlock : frames_in(kSmoothedBlockSeconds, sample_rate);
+    int frames = is_raw ? kLibraryBlockFrames : frames_in(kSmoothedBlockSeconds, sample_rate);
     if (block_frames > 0)
         frames = block_frames;
     if (block_ms > 0.0)
         frames = frames_in(block_ms / 1000.0, sample_rate);
-    const LocalizerSettings localizer = {sample_rate,
-                                         array.spacing_cm,
-                                         array.temperature,
-                                         gate_db.value_or(static_cast<int>(kLowestGateDb)),
-                                         frames,
-                                         mode,
-                                         gain_db};
+    const LocalizerSettings localizer = {
+        sample_rate, array.spacing_cm, array.temperature, library_gate_db(), frames, mode, gain_db};
     return {localizer, is_raw ? std::nullopt : std::optional<double>(smooth_seconds),
             is_raw ? localizer.gate_db : gate_db};
 }

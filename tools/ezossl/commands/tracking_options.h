@@ -15,6 +15,8 @@
 #include "output/report.h"
 #include "tracking/tracker.h"
 
+constexpr double kLongestSeconds = 86400.0; // that a part or a duration may be given as
+
 struct TrackingOptions {
     ReportSettings report;
     ArrayOptions array;
@@ -32,6 +34,11 @@ struct TrackingOptions {
     // Refuses options that contradict one another, such as an output that is also an input.
     void check(const std::vector<std::string> &inputs) const;
 
+    // Notes on those that are allowed and hardly ever meant.
+    void warn() const;
+
+    // The gate that follows the noise is the tool's; the library's is then the lowest there is.
+    int library_gate_db() const { return gate_db.value_or(static_cast<int>(kLowestGateDb)); }
     TrackerSettings settings(int sample_rate) const;
     // The dial that the user wants, if any.
     std::unique_ptr<Dial> open_dial() const;

@@ -11,28 +11,18 @@
 #include <utility>
 
 #include "base/interrupt.h"
+#include "base/sample_format.h"
 #include "base/text.h"
 
 namespace {
-
-DiagnosisSettings diagnosis_settings(const TrackingOptions &options, const FrameSource &source)
-{
-    const Microphones microphones = source.layout().microphone;
-    return {source.rate(),
-            options.array.spacing_cm,
-            options.array.temperature,
-            options.gate_db.value_or(static_cast<int>(kLowestGateDb)),
-            {microphones[0] + 1, microphones[1] + 1},
-            !source.stream().encoding_remark().empty(),
-            source.band_limit().value_or(0)};
-}
 
 // What the library would wrap around is clamped; the summary counts it.
 void amplify(const Frame &from, int gain_db, Frame &to)
 {
     const double factor = std::pow(10.0, gain_db / 20.0);
     std::transform(std::begin(from), std::end(from), to, [factor](int16_t sample) {
-        return static_cast<int16_t>(std::clamp(std::round(sample * factor), -32768.0, 32767.0));
+        return static_cast<int16_t>(
+            std::clamp(std::round(sample * factor), -kFullScale, kFullScale - 1.0));
     });
 }
 
@@ -40,8 +30,9 @@ void amplify(const Frame &from, int gain_db, Frame &to)
 
 TrackingRun::TrackingRun(const TrackingOptions &options, FrameSource &source, Report &report)
     : options_(options), source_(source), report_(report), band_limit_(source.band_limit()),
-      watch_(diagnosis_settings(options, source)),
-      tracker_(options.settings(source.rate()), source.pairs().start())
+      watch_(diagnosis_settings(source, options.array.spacing_cm, options.array.temperature,
+                                options.library_gate_db())),
+      tracker_(options.settings(source.rate()), source.start())
 {
     if (!band_limit_)
         band_.emplace(source.rate());
@@ -80,9 +71,10 @@ void TrackingRun::look_at_band()
         return;
     band_limit_ = band_->edge();
     if (band_limit_)
-        report_.fault("empty upper band", format_text("%s: angles are drawn towards 0; use -r %d",
-                                                      band_limit_text(*band_limit_).c_str(),
-                                                      rate_for_edge(*band_limit_)));
+        report_.fault(findings::kEmptyBand.name,
+                      format_text("%s: angles are drawn towards 0; use -r %d",
+                                  band_limit_text(*band_limit_).c_str(),
+                                  rate_for_edge(*band_limit_)));
 }
 
 void TrackingRun::tell(const std::vector<Finding> &faults)

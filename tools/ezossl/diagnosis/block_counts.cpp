@@ -6,13 +6,16 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tracking/localizer.h"
+
 namespace {
 
 constexpr double kPauseDb = 25.0; // below the loudest block
 
-std::vector<Block> localize(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
+std::vector<Block> localize(const std::vector<int16_t> &samples, const DiagnosisSettings &settings)
 {
-    Localizer localizer(settings);
+    Localizer localizer({settings.rate, settings.spacing_cm, settings.temperature, settings.gate_db,
+                         kLibraryBlockFrames});
     std::vector<Block> blocks;
     for_each_frame(samples, [&](const Frame &frame) {
         localizer.add_frame(frame);
@@ -29,7 +32,7 @@ double BlockCounts::share() const
     return with_sound > 0 ? static_cast<double>(decided) / with_sound : 0.0;
 }
 
-BlockCounts count_blocks(const std::vector<int16_t> &samples, const LocalizerSettings &settings)
+BlockCounts count_blocks(const std::vector<int16_t> &samples, const DiagnosisSettings &settings)
 {
     const std::vector<Block> blocks = localize(samples, settings);
     double loudest = -HUGE_VAL;

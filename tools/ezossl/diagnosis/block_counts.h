@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tracking/localizer.h"
+#include "diagnosis/diagnosis.h"
 
 struct BlockCounts {
     int loud;       // above the gate
@@ -18,6 +18,6 @@ struct BlockCounts {
 };
 
 // Failure if the library refuses the settings.
-BlockCounts count_blocks(const std::vector<int16_t> &samples, const LocalizerSettings &settings);
+BlockCounts count_blocks(const std::vector<int16_t> &samples, const DiagnosisSettings &settings);
 
 #endif

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/sample_format.h"
+
 namespace {
 
 constexpr std::size_t kShortestClippedRun = 3; // two equal samples happen at the top of any wave
@@ -70,5 +72,5 @@ CopyFit fit_copy(const std::vector<int16_t> &samples, const ChannelStatistics &f
 
 double level_db(double rms)
 {
-    return 20.0 * std::log10(rms / 32768.0);
+    return 20.0 * std::log10(rms / kFullScale);
 }

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-// Of one channel, in steps of 16 bits (full scale 32768).
+// Of one channel, in steps of 16 bits.
 struct ChannelStatistics {
     double mean;
     double rms;           // about the mean

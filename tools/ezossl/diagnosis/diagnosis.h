@@ -7,10 +7,11 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 #include "diagnosis/channel_statistics.h"
+#include "diagnosis/findings.h"
+#include "input/frame_source.h"
 
 struct DiagnosisSettings {
     int rate;          // Hz
@@ -20,20 +21,6 @@ struct DiagnosisSettings {
     int channels[2];   // of the microphones, from 1, as the user knows them
     bool is_lossy;     // whether the samples went through a lossy compression
     int band_limit;    // Hz above which the input is known to have no sound; 0 if it is not known
-};
-
-// What can be found: a fault makes the input unusable, a warning does not.
-struct FindingKind {
-    bool is_fault;
-    bool is_told_at_once; // by `track` and `live` too, as soon as it shows
-    const char *name;
-    const char *meaning;
-    const char *remedy;
-};
-
-struct Finding {
-    const FindingKind *kind;
-    std::string measured;
 };
 
 struct Diagnosis {
@@ -50,6 +37,10 @@ struct Diagnosis {
 
     bool is_usable() const;
 };
+
+// Of what the source gives.
+DiagnosisSettings diagnosis_settings(const FrameSource &source, double spacing_cm, int temperature,
+                                     int gate_db);
 
 // Least number of samples per channel that can be judged.
 std::size_t shortest_input(int rate);

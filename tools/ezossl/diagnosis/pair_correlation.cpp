@@ -12,6 +12,7 @@
 
 #include "base/pi.h"
 #include "base/real_transform.h"
+#include "base/sample_format.h"
 
 namespace {
 
@@ -152,7 +153,7 @@ double mean_power(const std::vector<int16_t> &samples, std::size_t start, std::s
 {
     double sum = 0.0;
     for (std::size_t i = 2 * start; i < 2 * end; ++i)
-        sum += (samples[i] / 32768.0) * (samples[i] / 32768.0);
+        sum += (samples[i] / kFullScale) * (samples[i] / kFullScale);
     return sum / static_cast<double>(2 * (end - start));
 }
 

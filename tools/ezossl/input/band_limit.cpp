@@ -11,6 +11,7 @@
 #include <complex>
 
 #include "base/pi.h"
+#include "base/sample_format.h"
 #include "base/text.h"
 
 namespace {
@@ -60,7 +61,7 @@ void BandLimit::add(const Frame &frame)
     const std::size_t weight = heard_ < kDenseSeconds ? 1 : kSparse;
     double energy = 0.0;
     for (const double sample : samples_)
-        energy += sample * sample / (32768.0 * 32768.0);
+        energy += sample * sample / (kFullScale * kFullScale);
     const bool is_heard = energy / static_cast<double>(samples_.size()) > kSilence;
     for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel) {
         transform_channel(channel);

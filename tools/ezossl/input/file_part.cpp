@@ -14,9 +14,9 @@ std::unique_ptr<FrameSource> open_within(const FilePart &part, const InputSettin
 {
     auto source = std::make_unique<FrameSource>(std::make_unique<AudioReader>(part.path, part.raw),
                                                 settings, band_limit);
-    source->pairs().skip_to(part.start);
+    source->skip_to(part.start);
     if (part.duration > 0.0)
-        source->pairs().end_after(part.duration);
+        source->end_after(part.duration);
     return source;
 }
 

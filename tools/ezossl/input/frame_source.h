@@ -32,17 +32,25 @@ public:
     FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings,
                 std::optional<int> band_limit = std::nullopt);
 
-    // For skip_to(), end_after() and the position. Only FrameSource itself may read from it.
-    PairSource &pairs() { return pairs_; }
+    // Which part is read, before reading; see PairSource.
+    void skip_to(double seconds) { pairs_.skip_to(seconds); }
+    void end_after(double seconds) { pairs_.end_after(seconds); }
+    void end_with_interrupts(int count) { pairs_.end_with_interrupts(count); }
+
     const SampleStream &stream() const { return pairs_.stream(); }
     InputLayout layout() const;
-    int rate() const { return rate_; } // Hz, of the frames
+    double start() const { return pairs_.start(); }     // second that skip_to() was told, or 0
+    double seconds() const { return pairs_.seconds(); } // of the stream, read so far
+    int rate() const { return rate_; }                  // Hz, of the frames
     std::optional<int> band_limit() const { return band_limit_; }
 
     // False at the end; what is shorter than a frame then stays unread.
     bool read(Frame &frame);
     // All pairs up to the end, without regard to frames.
     std::vector<int16_t> read_all();
+
+    // At the end: whether end_after() left something. It takes a sample from the stream to see.
+    bool is_cut() { return pairs_.is_cut(); }
 
     int64_t read_pairs() const { return read_pairs_; } // so far, with those unread
     std::size_t unread_pairs() const { return (ready_.size() - used_) / EZOSSL_MIC_COUNT; }

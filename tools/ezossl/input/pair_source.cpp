@@ -48,9 +48,9 @@ const std::vector<float> *PairSource::read()
     return &resampler_->process(pairs_.data(), count.value_or(0), is_over_);
 }
 
-bool PairSource::has_more()
+bool PairSource::is_cut()
 {
-    return stream_->read(chunk_.data(), 1).value_or(0) > 0;
+    return is_at_limit() && stream_->read(chunk_.data(), 1).value_or(0) > 0;
 }
 
 // Nothing at the end of the stream, or where `end` is reached.

@@ -37,10 +37,10 @@ public:
     const SampleStream &stream() const { return *stream_; }
     int64_t position() const { return position_; } // samples per channel taken from the stream
     double seconds() const { return static_cast<double>(position_) / stream_->rate(); }
-    double start() const { return start_; } // second that skip_to() was told, or 0
-    // Whether reading ended by end_after(), and whether the stream has more behind that.
-    bool is_at_limit() const { return position_ == limit_; }
-    bool has_more();
+    double start() const { return start_; }                  // second that skip_to() was told, or 0
+    bool is_at_limit() const { return position_ == limit_; } // of end_after()
+    // At the end: whether end_after() left something. It takes a sample from the stream to see.
+    bool is_cut();
 
 private:
     std::optional<std::size_t> read_until(int64_t end);

@@ -6,21 +6,16 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <thread>
-#include <utility>
 
 #include "base/failure.h"
 #include "base/interrupt.h"
 #include "base/text.h"
-#include "input/sample_rates.h"
+#include "output/advice.h"
 #include "output/meter.h"
 #include "plot/plot.h"
 
 namespace {
-
-constexpr double kGoodShare = 0.5; // of the blocks that are not quiet
-constexpr int kFewestToJudge = 8;  // blocks
 
 // Whether the user can see colours on this output, and wants them.
 bool wants_color(const ReportSettings &settings, const DataOutput &output)
@@ -41,29 +36,15 @@ int meter_width(int columns)
     const int width = std::min(columns - kOtherColumns, kWidest);
     return width < kNarrowest ? 0 : width - (width + 1) % 2;
 }
-
-// The name of the file, and what the angles rest on.
-std::string figure_title(const InputInfo &input)
-{
-    return std::filesystem::path(input.name).filename().string() +
-           format_text(", %g cm, %d Hz", input.settings.localizer.spacing_cm,
-                       input.settings.localizer.sample_rate);
-}
-
 } // namespace
 
-Report::Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs,
-               BlockWriter *audience)
-    : settings_(settings), output_(output), is_live_(is_live || settings.realtime),
+Report::Report(const ReportSettings &settings, DataOutput &output, bool is_flushed,
+               bool many_inputs, BlockWriter *audience)
+    : settings_(settings), output_(output), is_flushed_(is_flushed || settings.realtime),
       audience_(audience)
 {
-    using NamedDrawing = std::pair<std::string, Drawing>;
-    for (const auto &[path, drawing] : {NamedDrawing(settings.plot, angle_plot_svg),
-                                        NamedDrawing(settings.histogram, angle_rose_svg)}) {
-        if (path.empty())
-            continue;
-        figures_.emplace_back(path, drawing);
-    }
+    figures_.add(settings.plot, angle_plot_svg);
+    figures_.add(settings.histogram, angle_rose_svg);
     if (settings.live && !settings.output.empty())
         output.grow(settings.output); // after the figures, as it replaces a file at once
     else if (!settings.output.empty())
@@ -78,7 +59,7 @@ void Report::begin(const InputInfo &input)
     input_ = input;
     summary_ = Summary();
     faults_.clear();
-    drawn_.clear();
+    figures_.begin();
     last_shown_.reset();
     began_ = std::chrono::steady_clock::now();
     if (audience_ != nullptr)
@@ -93,12 +74,11 @@ void Report::block(const Block &block, const std::vector<int> &delays)
     summary_.add(block);
     if (audience_ != nullptr)
         audience_->write(block, delays);
-    if (!figures_.empty())
-        drawn_.push_back(block);
+    figures_.add(block);
     if (!is_shown(block))
         return;
     writer_->write(block, delays);
-    if (is_live_)
+    if (is_flushed_)
         output_.flush();
 }
 
@@ -145,11 +125,10 @@ void Report::end(const SoundSummary &sound)
         audience_->end(summary_);
     writer_->end(summary_);
     output_.flush();
-    for (const Figure &figure : figures_)
-        figure.file.write(figure.svg(drawn_, figure_title(input_)));
+    figures_.draw(input_);
     summarize();
-    if (!settings_.quiet)
-        advise();
+    if (const std::string advice = advice_on(summary_, input_); !advice.empty() && !settings_.quiet)
+        note(advice);
 }
 
 void Report::summarize() const
@@ -158,31 +137,9 @@ void Report::summarize() const
         std::fprintf(stderr, "%s\n", printable(to_text(input_.name, summary_)).c_str());
 }
 
-// The one step that helps most; a fault was told with its remedy already.
-void Report::advise() const
-{
-    const LocalizerSettings &settings = input_.settings.localizer;
-    const bool few_have_angles = summary_.heard() >= kFewestToJudge &&
-                                 static_cast<double>(summary_.count(BlockStatus::ok)) <
-                                     kGoodShare * static_cast<double>(summary_.heard());
-    const std::string name = input_.name + ": ";
-    if (settings.mode == DelayMode::time_domain)
-        note("--mode delay reports a constant delay and no direction; omit it to get angles");
-    else if (!faults_.empty())
-        return;
-    else if (summary_.heard() == 0)
-        note(name + "all blocks are too quiet: " + display_of(BlockStatus::quiet).next_step);
-    else if (few_have_angles && settings.sample_rate > kBestRate)
-        note(name + format_text("at %d Hz few blocks get an angle: omit -r", settings.sample_rate));
-    else if (const StatusDisplay &reason = display_of(summary_.main_reason()); few_have_angles)
-        note(name + "few blocks get an angle, mostly '" + reason.words + "': " + reason.next_step);
-}
-
 void Report::commit()
 {
-    for (Figure &figure : figures_)
-        figure.file.sync(); // the first name appears when little else can fail
+    figures_.sync(); // the first name appears when little else can fail
     output_.finish();
-    for (Figure &figure : figures_)
-        figure.file.commit();
+    figures_.commit();
 }

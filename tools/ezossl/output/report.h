@@ -6,15 +6,13 @@
 
 #include <chrono>
 #include <cstdint>
-#include <list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "output/figures.h"
 #include "output/output_format.h"
-#include "output/pending_file.h"
-#include "plot/plot.h"
 
 // What the user wants to get. A file without a name is not written.
 struct ReportSettings {
@@ -33,9 +31,9 @@ struct ReportSettings {
 class Report
 {
 public:
-    // Opens the outputs that the settings name. If live, each line is flushed at once. If there is
+    // Opens the outputs that the settings name. If flushed, each line appears at once. If there is
     // an audience, it gets every block before it is printed.
-    Report(const ReportSettings &settings, DataOutput &output, bool is_live, bool many_inputs,
+    Report(const ReportSettings &settings, DataOutput &output, bool is_flushed, bool many_inputs,
            BlockWriter *audience = nullptr);
 
     void begin(const InputInfo &input);
@@ -52,27 +50,18 @@ public:
     bool is_on_terminal() const { return output_.is_terminal(); }
 
 private:
-    struct Figure {
-        Figure(const std::string &path, Drawing drawing) : file(path), svg(drawing) {}
-
-        PendingFile file;
-        Drawing svg;
-    };
-
     bool is_shown(const Block &block);
     void wait_for(double seconds);
-    void advise() const;
 
     ReportSettings settings_;
     DataOutput &output_;
-    bool is_live_;
+    bool is_flushed_;
     std::unique_ptr<BlockWriter> writer_;
     BlockWriter *audience_;
-    std::list<Figure> figures_;
+    Figures figures_;
     InputInfo input_;
     Summary summary_;
     std::vector<std::string> faults_;
-    std::vector<Block> drawn_; // all blocks of the input, if there are figures
     std::optional<int> last_shown_;
     std::chrono::steady_clock::time_point began_;
 };

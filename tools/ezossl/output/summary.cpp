@@ -10,10 +10,8 @@
 void Summary::add(const Block &block)
 {
     ++count_of_status_[index_of(block.status)];
-    if (block.status != BlockStatus::ok)
-        return;
-    const int index = block.angle + 90;
-    ++count_of_angle_.at(static_cast<std::size_t>(index));
+    if (block.status == BlockStatus::ok)
+        ++count_of_angle_.at(index_of_angle(block.angle));
 }
 
 int64_t Summary::blocks() const
@@ -54,7 +52,7 @@ int Summary::nth_angle(int64_t n) const
     const auto *count = count_of_angle_.begin();
     for (int64_t passed = *count; passed <= n;)
         passed += *++count;
-    return static_cast<int>(count - count_of_angle_.begin()) - 90;
+    return angle_at(static_cast<std::size_t>(count - count_of_angle_.begin()));
 }
 
 std::string to_text(const std::string &path, const Summary &summary)

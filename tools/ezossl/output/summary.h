@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "base/angles.h"
 #include "tracking/block.h"
 
 // The levels of a gate that followed the noise, in dB of full scale.
@@ -49,7 +50,7 @@ private:
 
     std::array<int64_t, kStatusCount> count_of_status_{};
     // Angles are whole degrees, so counting them is enough for the median.
-    std::array<int64_t, 181> count_of_angle_{};
+    std::array<int64_t, kAngleCount> count_of_angle_{};
 };
 
 // One line for people.

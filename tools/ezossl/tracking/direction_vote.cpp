@@ -18,14 +18,9 @@ constexpr int kQuorumPercent = 14;      // of the frames in the window
 constexpr int kLeastQuorum = 10;        // frames, while the window fills and at low rates
 constexpr double kNearMissShare = 0.75; // of the quorum
 
-int index_of(int angle)
+double sine_at(std::size_t index)
 {
-    return angle + 90;
-}
-
-double sine(int index)
-{
-    return std::sin((index - 90) * kPi / 180.0);
+    return std::sin(angle_at(index) * kPi / 180.0);
 }
 
 } // namespace
@@ -35,11 +30,11 @@ DirectionVote::DirectionVote(std::size_t window_frames)
       least_quorum_(std::min(kLeastQuorum, static_cast<int>(window_frames + 1) / 2))
 {
     window_.reserve(window_frames);
-    int end = 0;
-    for (int start = 0; start < kAngles; ++start) {
-        while (end + 1 < kAngles && sine(end + 1) <= sine(start) + kRangeOfSines)
+    std::size_t end = 0;
+    for (std::size_t start = 0; start < kAngleCount; ++start) {
+        while (end < kAngleCount && sine_at(end) <= sine_at(start) + kRangeOfSines)
             ++end;
-        range_end_[static_cast<std::size_t>(start)] = end;
+        range_end_[start] = end;
     }
 }
 
@@ -47,7 +42,7 @@ void DirectionVote::add(const FrameVote &vote)
 {
     const auto count = [this](const FrameVote &counted, int step) {
         if (counted.kind == FrameVote::Kind::angle)
-            votes_.at(static_cast<std::size_t>(index_of(counted.angle))) += step;
+            votes_.at(index_of_angle(counted.angle)) += step;
         else if (counted.kind == FrameVote::Kind::beyond)
             beyond_ += step;
     };
@@ -63,29 +58,27 @@ void DirectionVote::add(const FrameVote &vote)
 
 DirectionVote::Range DirectionVote::fullest_range() const
 {
-    std::vector<int> starts; // of the ranges that are equally full
+    std::vector<std::size_t> starts; // of the ranges that are equally full
     Range fullest;
-    int from = 0; // votes in start ... end
-    int end = -1;
-    for (int start = 0; start < kAngles; ++start) {
-        while (end < range_end_[static_cast<std::size_t>(start)])
-            from += votes_[static_cast<std::size_t>(++end)];
-        const int at_start = votes_[static_cast<std::size_t>(start)];
-        if (at_start > 0 && from >= fullest.agreeing) {
-            if (from > fullest.agreeing)
+    int inside = 0; // votes from start to before end
+    std::size_t end = 0;
+    for (std::size_t start = 0; start < kAngleCount; ++start) {
+        while (end < range_end_[start])
+            inside += votes_[end++];
+        if (votes_[start] > 0 && inside >= fullest.agreeing) {
+            if (inside > fullest.agreeing)
                 starts.clear();
-            fullest.agreeing = from;
+            fullest.agreeing = inside;
             starts.push_back(start);
         }
-        from -= at_start;
+        inside -= votes_[start];
     }
     if (starts.empty())
         return fullest;
-    int index = starts[starts.size() / 2];
-    for (int below = (fullest.agreeing - 1) / 2; below >= votes_[static_cast<std::size_t>(index)];
-         ++index)
-        below -= votes_[static_cast<std::size_t>(index)];
-    fullest.angle = index - 90;
+    std::size_t index = starts[starts.size() / 2];
+    for (int below = (fullest.agreeing - 1) / 2; below >= votes_[index]; ++index)
+        below -= votes_[index];
+    fullest.angle = angle_at(index);
     return fullest;
 }
 

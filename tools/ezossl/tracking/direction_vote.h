@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/angles.h"
 #include "tracking/block_status.h"
 
 // What a frame says.
@@ -50,15 +51,13 @@ private:
     int quorum() const;
     Range fullest_range() const;
 
-    static constexpr int kAngles = 181; // -90 ... 90 degrees
-
     std::size_t window_frames_;
     int least_quorum_;              // half the frames of a window that is too short for more
     std::vector<FrameVote> window_; // a ring
     std::size_t next_ = 0;
     int beyond_ = 0;
-    std::array<int, kAngles> votes_{};
-    std::array<int, kAngles> range_end_{}; // the last angle of the range that starts at this one
+    std::array<int, kAngleCount> votes_{};
+    std::array<std::size_t, kAngleCount> range_end_{}; // behind the range that starts at this one
 };
 
 #endif

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base/failure.h"
+#include "base/sample_format.h"
 #include "tracking/agreement.h"
 #include "tracking/library_code.h"
 
@@ -65,7 +66,7 @@ double energy_of(const int16_t (&frame)[kFrameSamples])
     int64_t sum = 0;
     for (const int32_t sample : frame)
         sum += sample * sample;
-    return static_cast<double>(sum) / (32768.0 * 32768.0);
+    return static_cast<double>(sum) / (kFullScale * kFullScale);
 }
 
 } // namespace
@@ -73,7 +74,8 @@ double energy_of(const int16_t (&frame)[kFrameSamples])
 Localizer::Localizer(const LocalizerSettings &settings)
     : settings_(settings),
       geometry_(settings.spacing_cm, settings.sample_rate, settings.temperature),
-      loudest_(static_cast<int>(32767.0 * std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
+      loudest_(static_cast<int>((kFullScale - 1.0) *
+                                std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
       buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
 {
     std::srand(1); // the library draws from rand(): the same frames give the same angles

@@ -23,6 +23,8 @@ struct DelayModeName {
 constexpr DelayModeName kDelayModes[] = {{DelayMode::vote, "vote"},
                                          {DelayMode::time_domain, "delay"}};
 
+constexpr int kLibraryBlockFrames = 32; // that its thresholds are made for
+
 struct LocalizerSettings {
     int sample_rate;   // Hz
     double spacing_cm; // of the microphones

@@ -9,6 +9,7 @@
 
 constexpr int kDirectionCount = 9;   // that frames vote for, 22.5 degrees apart
 constexpr int kLagTolerance = 3;     // samples beyond its limit in which the library takes a frame
+constexpr double kLagMargin = 0.75;  // samples beyond the longest lag that may be measured
 constexpr int kLowestSeenLag = -128; // of the spectral mode
 constexpr int kHighestSeenLag = 127;
 

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr double kSegmentSeconds = 0.064; // what the gate judges at once
-constexpr double kLagMargin = 0.75;       // samples beyond the longest lag that still count
 
 double power_of(double level)
 {

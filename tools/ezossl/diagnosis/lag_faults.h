@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// lag_faults.h - faults of the channels against each other.
+
+#ifndef EZOSSL_TOOL_LAG_FAULTS_H
+#define EZOSSL_TOOL_LAG_FAULTS_H
+
+#include <cstdint>
+#include <vector>
+
+#include "diagnosis/diagnosis.h"
+
+// Measures the lag, segment by segment, and adds what is wrong with it.
+void compare_channels(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
+                      Diagnosis &diagnosis);
+
+#endif
