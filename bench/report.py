@@ -166,6 +166,10 @@ instead. In an earlier comparison the quickest program of others, SMP-PHAT, took
 {QUICKEST_PEER:.2f} of the time of three transforms by KISS FFT. Times within 5 % of each other are
 not told apart.
 
+On x86-64 the marks of control-flow protection, one at the entry of each function, are 18 of a
+frame's instructions, 8 of those of `EzoSsl_Get_Direction` and 3 of those of `EzoSsl_Reset_Mapping`;
+1.4.0 had none.
+
 ## Instructions of a call
 
 The FFT is built in, or Ne10 with its NEON code.
