@@ -25,8 +25,8 @@ public:
 
     void add(const Frame &frame);
 
-    // Hz above which there is no sound, or but the image of that below. Nothing if there is sound up
-    // to the top, or too little was heard to tell.
+    // Hz above which there is no sound, or but the image of that below. Nothing if there is sound
+    // up to the top, or too little was heard to tell.
     std::optional<int> edge() const;
     // Whether half a minute had so much sound up to the top that more is unlikely to show an edge.
     bool is_settled() const { return is_settled_; }
