@@ -47,7 +47,7 @@ void count_case(const Case &measured, long calls)
 {
     const Call call = measured.prepare();
     call(); // the first loads the functions of other libraries
-    for (long i = 0; i < calls; i++)
+    for (long i = 0; i < calls; ++i)
         counted(call);
 }
 
@@ -56,7 +56,7 @@ void count_frames(long frames)
     Instance instance(0, 16000);
     EndlessSignal signal;
     instance.run(signal.next());
-    for (long i = 0; i < frames; i++) {
+    for (long i = 0; i < frames; ++i) {
         const int16_t *const frame = signal.next();
         counted([&] { instance.run(frame); });
         if (i % Instance::kBlock == 0) {
@@ -87,7 +87,7 @@ void *run_block(void *data)
 {
     auto *const instance = static_cast<Instance *>(data);
     static const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t i = 0; i < Instance::kBlock; i++)
+    for (std::size_t i = 0; i < Instance::kBlock; ++i)
         instance->run(signal.data() + i * kFrameSamples);
     int32_t angle = 0;
     EzoSsl_Get_Direction(instance->handle(), &angle);
@@ -111,7 +111,7 @@ std::size_t touched(void *(*work)(void *), void *data)
     pthread_join(thread, nullptr);
     std::size_t untouched = 0;
     while (untouched < kStack && stack[untouched] == kPaint)
-        untouched++;
+        ++untouched;
     return kStack - untouched;
 }
 

@@ -86,7 +86,7 @@ static void report(uint64_t id, void *data)
         _Exit(1);
     }
     size_t most = 0;
-    for (size_t i = 0; i < calls; i++)
+    for (size_t i = 0; i < calls; ++i)
         if (counts[i] > counts[most])
             most = i;
     const size_t place = most;

@@ -34,7 +34,7 @@ Call get_direction()
 {
     const auto instance = std::make_shared<Instance>(0, 16000);
     const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t frame = 0; frame < Instance::kBlock; frame++)
+    for (std::size_t frame = 0; frame < Instance::kBlock; ++frame)
         instance->run(signal.data() + frame * kFrameSamples);
     return
         [instance, order = instance->handle()->order, energy_sum = instance->handle()->energy_sum] {
@@ -56,7 +56,7 @@ std::shared_ptr<Instance> busy_instance()
 {
     auto instance = std::make_shared<Instance>(0, 16000);
     const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t frame = 0; frame < 4; frame++)
+    for (std::size_t frame = 0; frame < 4; ++frame)
         instance->run(signal.data() + frame * kFrameSamples);
     return instance;
 }

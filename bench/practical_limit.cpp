@@ -11,9 +11,9 @@ PracticalLimit::PracticalLimit()
 {
     constexpr float kPi = 3.14159265f;
     constexpr float kSpacing = 0.058f * 16000.0f / 343.0f; // samples
-    for (int n = 0; n < kLength; n++)
+    for (int n = 0; n < kLength; ++n)
         window_[n] = std::sin(kPi * static_cast<float>(n) / kLength);
-    for (int i = 0; i < kCandidates; i++)
+    for (int i = 0; i < kCandidates; ++i)
         expected_delay_[i] = kSpacing * std::cos(kPi * static_cast<float>(i) / 8.0f);
     forward_ = fftwf_plan_many_dft_r2c(1, &kLength, kMics, windowed_[0], nullptr, 1, kLength,
                                        reinterpret_cast<fftwf_complex *>(spectrum_[0]), nullptr, 1,
@@ -42,7 +42,7 @@ void PracticalLimit::load(const int16_t *frame)
     float energy = 0.0f;
     for (float(&time)[kLength] : time_)
         std::memcpy(time, time + kNew, sizeof time / 2);
-    for (int n = 0; n < kNew; n++) {
+    for (int n = 0; n < kNew; ++n) {
         const float x0 = static_cast<float>(frame[kMics * n]) * (1.0f / 32768.0f);
         const float x1 = static_cast<float>(frame[kMics * n + 1]) * (1.0f / 32768.0f);
         time_[0][kNew + n] = x0;
@@ -51,8 +51,8 @@ void PracticalLimit::load(const int16_t *frame)
     }
     energy_sum_ += 0.5f * (energy + older_energy_);
     older_energy_ = energy;
-    for (int mic = 0; mic < kMics; mic++)
-        for (int n = 0; n < kLength; n++)
+    for (int mic = 0; mic < kMics; ++mic)
+        for (int n = 0; n < kLength; ++n)
             windowed_[mic][n] = time_[mic][n] * window_[n];
 }
 
@@ -82,7 +82,7 @@ int PracticalLimit::grade()
     }
     int index = 0;
     while (correlation_[index] != peak)
-        index++;
+        ++index;
     const int lag = index < kNew ? index : index - kLength;
     const bool is_peak = std::abs(lag) <= kLargestLag + 3 && peak > -dip;
     if (!is_peak || peak - dip < 1.4f * (sum / kLength - dip)) {
@@ -90,7 +90,7 @@ int PracticalLimit::grade()
         return EZOSSL_REJECTED_FRAME;
     }
     int best = 0;
-    for (int i = 1; i < kCandidates; i++)
+    for (int i = 1; i < kCandidates; ++i)
         if (std::fabs(expected_delay_[i] - static_cast<float>(lag)) <
             std::fabs(expected_delay_[best] - static_cast<float>(lag)))
             best = i;

@@ -29,7 +29,7 @@ std::vector<int16_t> make_signal(Signal kind)
     std::generate(source.begin(), source.end(), [&random] { return uniform(random, kPeak); });
     std::vector<int16_t> samples;
     double decayed = 1.0;
-    for (std::size_t n = 0; n < kSamples; n++) {
+    for (std::size_t n = 0; n < kSamples; ++n) {
         for (const std::size_t later : {lag, std::size_t{0}}) {
             const int heard = source[n + kLargestLag - later] + uniform(random, kPeak / 10);
             int sample = heard;
@@ -55,7 +55,7 @@ const int16_t *EndlessSignal::next()
         lag_ = random_() % kLargestLag;
     }
     std::copy(source_.end() - kLargestLag, source_.end(), source_.begin());
-    for (std::size_t n = 0; n < EZOSSL_FRAME_LENGTH; n++) {
+    for (std::size_t n = 0; n < EZOSSL_FRAME_LENGTH; ++n) {
         source_[n + kLargestLag] = uniform(random_, level_);
         for (const std::size_t later : {lag_, std::size_t{0}}) {
             const int heard = source_[n + kLargestLag - later] + uniform(random_, level_ / 8);

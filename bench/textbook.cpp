@@ -22,13 +22,13 @@ void transform(std::vector<Complex> &x, double sign)
         return;
     std::vector<Complex> even(half);
     std::vector<Complex> odd(half);
-    for (std::size_t n = 0; n < half; n++) {
+    for (std::size_t n = 0; n < half; ++n) {
         even[n] = x[2 * n];
         odd[n] = x[2 * n + 1];
     }
     transform(even, sign);
     transform(odd, sign);
-    for (std::size_t k = 0; k < half; k++) {
+    for (std::size_t k = 0; k < half; ++k) {
         const double angle = sign * kPi * static_cast<double>(k) / static_cast<double>(half);
         const Complex turned = std::polar(1.0, angle) * odd[k];
         x[k] = even[k] + turned;
@@ -43,20 +43,20 @@ int textbook_delay(const int16_t *samples, int pairs, int largest_lag)
     const auto length = 2 * static_cast<std::size_t>(pairs);
     std::vector<Complex> x0(length);
     std::vector<Complex> x1(length);
-    for (std::size_t n = 0; n < length / 2; n++) {
+    for (std::size_t n = 0; n < length / 2; ++n) {
         x0[n] = samples[2 * n];
         x1[n] = samples[2 * n + 1];
     }
     transform(x0, -1.0);
     transform(x1, -1.0);
-    for (std::size_t k = 0; k < length; k++) {
+    for (std::size_t k = 0; k < length; ++k) {
         const Complex cross = x0[k] * std::conj(x1[k]);
         x0[k] = cross / (std::abs(cross) + 1e-9);
     }
     transform(x0, 1.0);
     int best = 0;
     double peak = -HUGE_VAL;
-    for (int lag = -largest_lag; lag <= largest_lag; lag++) {
+    for (int lag = -largest_lag; lag <= largest_lag; ++lag) {
         const std::size_t index =
             lag < 0 ? length - static_cast<std::size_t>(-lag) : static_cast<std::size_t>(lag);
         const double value = x0[index].real();

@@ -63,10 +63,10 @@ static void open_microphones(const char *device)
     code = snd_pcm_hw_params_set_channels(pcm, wanted, EZOSSL_MIC_COUNT);
     require(code == 0, device, "does not have just 2 channels; pick them with a route device");
     while (f < 2 && snd_pcm_hw_params_set_format(pcm, wanted, formats[f]) != 0)
-        f++;
+        ++f;
     require(f < 2, device, "has neither S16 nor S32; put plug before its name: plughw:1,0");
     while (r < 5 && snd_pcm_hw_params_set_rate(pcm, wanted, rates[r], 0) != 0)
-        r++;
+        ++r;
     require(r < 5, device, "has no usable sample rate");
     rate = rates[r];
     period = EZOSSL_FRAME_LENGTH * rate / RATE;

@@ -41,7 +41,7 @@ public:
     std::vector<std::optional<int>> add(const int16_t *samples, std::size_t count)
     {
         std::vector<std::optional<int>> blocks;
-        for (const int16_t *sample = samples; sample != samples + count; sample++) {
+        for (const int16_t *sample = samples; sample != samples + count; ++sample) {
             frame_.push_back(*sample);
             if (frame_.size() < kFrameSamples)
                 continue;

@@ -80,7 +80,7 @@ std::vector<std::vector<std::string>> parse_csv(const std::string &text)
 {
     std::vector<std::vector<std::string>> records = {{""}};
     bool is_quoted = false;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '"' && is_quoted && text[i + 1] == '"')
             records.back().back() += text[i++];
         else if (text[i] == '"')
@@ -119,7 +119,7 @@ void check_csv(const std::string &name, const std::vector<Block> &blocks)
 {
     const auto records = parse_csv(written(kOutputFormats[1], name, blocks));
     require(records.size() == (blocks.empty() ? 0 : blocks.size() + 1), "a record per block");
-    for (size_t i = 1; i < records.size(); i++) {
+    for (size_t i = 1; i < records.size(); ++i) {
         require(records[i].size() == records[0].size(), "as many fields as columns");
         require(records[i][0] == name, "the name");
         compare(blocks[i - 1], [&](const char *column) {
@@ -135,7 +135,7 @@ void check_json(const std::string &name, const std::vector<Block> &blocks)
 {
     const std::string text = written(kOutputFormats[2], name, blocks);
     size_t line = 0;
-    for (size_t at = 0; at < text.size(); line++) {
+    for (size_t at = 0; at < text.size(); ++line) {
         const size_t end = text.find('\n', at);
         const std::unique_ptr<cJSON, decltype(&cJSON_Delete)> object(
             cJSON_ParseWithLength(text.data() + at, end - at), cJSON_Delete);
@@ -160,7 +160,7 @@ std::string as_xml_has_it(const std::string &name)
 {
     std::string result;
     const std::string valid = valid_utf8(name);
-    for (size_t i = 0; i < valid.size(); i++) {
+    for (size_t i = 0; i < valid.size(); ++i) {
         const auto byte = static_cast<unsigned char>(valid[i]);
         const bool is_none =
             valid.compare(i, 3, "\xEF\xBF\xBE") == 0 || valid.compare(i, 3, "\xEF\xBF\xBF") == 0;

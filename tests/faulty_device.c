@@ -61,8 +61,8 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
                                                          : SND_PCM_STATE_DISCONNECTED);
         return -fault;
     }
-    for (unsigned channel = 0; channel < io->channels; channel++)
-        for (snd_pcm_uframes_t n = 0; n < size; n++) {
+    for (unsigned channel = 0; channel < io->channels; ++channel)
+        for (snd_pcm_uframes_t n = 0; n < size; ++n) {
             const size_t bit = areas[channel].first + (offset + n) * areas[channel].step;
             unsigned char *sample = (unsigned char *)areas[channel].addr + bit / 8;
             const int value = noise(delivered + (long)n - (channel % 2 ? LEAD : 0));
@@ -82,7 +82,7 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty);
 SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
 {
     (void)root;
-    for (int i = 0; i < SETTINGS; i++) {
+    for (int i = 0; i < SETTINGS; ++i) {
         snd_config_t *setting = NULL;
         if (snd_config_search(conf, names[i], &setting) == 0)
             snd_config_get_integer(setting, &settings[i]);

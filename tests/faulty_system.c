@@ -180,7 +180,7 @@ static void write_report(const char *place)
     if (path == NULL)
         return;
     long descriptors = 0;
-    for (long descriptor = 0; descriptor < 256; descriptor++)
+    for (long descriptor = 0; descriptor < 256; ++descriptor)
         descriptors += call_kernel(SYS_fcntl, descriptor, F_GETFD, 0, 0, 0, 0) >= 0;
     char text[256];
     const int length = snprintf(text, sizeof text, "%ld %ld %ld %s\n", count, descriptors,
@@ -222,7 +222,7 @@ static void handle_crash(int signal)
     void *callers[32];
     const int found = backtrace(callers, 32);
     Dl_info place = {.dli_fname = ""};
-    for (int i = 0; i < found; i++)
+    for (int i = 0; i < found; ++i)
         if (dladdr(callers[i], &place) != 0 && strstr(place.dli_fname, "/libc.so") == NULL &&
             strstr(place.dli_fname, "faulty_system") == NULL)
             break;

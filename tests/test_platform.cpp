@@ -35,7 +35,7 @@ TEST(Platform, ReadsToTheEndWhateverComesBetween)
         alarm(20);
         close(ends[0]);
         bool is_done = write(ends[1], "abc", 3) == 3;
-        for (int i = 0; i < 20; i++) { // the first ones may come before the reader waits
+        for (int i = 0; i < 20; ++i) { // the first ones may come before the reader waits
             usleep(5000);
             kill(getppid(), SIGUSR1);
         }

@@ -142,7 +142,7 @@ TEST(Plot, IsSmallAndWellFormedWhateverItShows)
 {
     const std::string file = ::testing::TempDir() + std::to_string(getpid()) + "plot.svg";
     std::vector<Block> day;
-    for (int i = 0; i < 340000; i++)
+    for (int i = 0; i < 340000; ++i)
         add_block(day, i % 3 == 0 ? BlockStatus::disagree : BlockStatus::ok, i % 20);
     for (const std::vector<Block> &blocks : {{}, {day[0]}, {day[1]}, day}) {
         for (const auto &draw : {angle_plot_svg, angle_rose_svg}) {

@@ -24,7 +24,7 @@ constexpr double kPi = 3.14159265358979324;
 std::vector<float> tones(double frequency, double rate, std::size_t pairs)
 {
     std::vector<float> samples;
-    for (std::size_t n = 0; n < pairs; n++) {
+    for (std::size_t n = 0; n < pairs; ++n) {
         const double phase = 2 * kPi * frequency * static_cast<double>(n) / rate;
         samples.push_back(static_cast<float>(std::sin(phase)));
         samples.push_back(static_cast<float>(0.5 * std::cos(phase)));
@@ -49,7 +49,7 @@ std::vector<float> resampled(Rates rates, const std::vector<float> &samples, std
 double difference_db(const std::vector<float> &a, const std::vector<float> &b)
 {
     double largest = 0;
-    for (std::size_t i = b.size() / 8; i < b.size() * 7 / 8; i++)
+    for (std::size_t i = b.size() / 8; i < b.size() * 7 / 8; ++i)
         largest = std::max(largest, std::fabs(double{a[i]} - double{b[i]}));
     return 20 * std::log10(largest + 1e-30);
 }

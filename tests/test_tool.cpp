@@ -17,7 +17,7 @@ TEST_F(Tool, ScenesHoldTheDelayOfTheAngle)
         int16_t scene[8000][2];
         ASSERT_EQ(SndfileHandle("x.wav").readf(scene[0], 8000), 8000) << contents("err");
         int peak = 0;
-        for (int n = 100; n < 7900; n++) {
+        for (int n = 100; n < 7900; ++n) {
             ASSERT_NEAR(scene[n][0], scene[n + lead_of_0][1], 2) << angle << ", sample " << n;
             peak = std::max(peak, std::abs(scene[n][0]));
         }

@@ -52,7 +52,7 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
         fs::remove("o");
         const auto before = files();
         int failed = 0;
-        for (int n = 1; n <= 16; n++) {
+        for (int n = 1; n <= 16; ++n) {
             const int status = run_with("read", n, EIO, arguments + " -o o");
             const bool is_named = contents("err").find("Input/output error") != std::string::npos;
             EXPECT_EQ(status, is_named) << arguments << ", read " << n << ": " << contents("err");
@@ -227,7 +227,7 @@ TEST_F(Faults, RecordingsOfAnyLengthCanBeReadWheneverTheyEnd)
     std::string part;
     for (const auto &file : fs::directory_iterator("."))
         part = file.path().extension() == ".part" ? file.path().string() : part;
-    for (int i = 0; i < 150; i++)
+    for (int i = 0; i < 150; ++i)
         recording.write(second.data(), 160); // as a device delivers them
     EXPECT_EQ(ends_of(part), "16000: 5 7");  // so it would be if the program were killed now
     EXPECT_EQ(contents(part.c_str()).substr(0, 4), "RIFF");

@@ -64,7 +64,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
     std::mt19937 generator(1);
     for (const Spoilt &c : cases) {
         Samples spoilt;
-        for (std::size_t n = 0; n < length; n++) {
+        for (std::size_t n = 0; n < length; ++n) {
             const auto place = static_cast<double>(n);
             const float noise = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
             const float first = c.gain0 * at(place + c.lead0, 0);
@@ -118,7 +118,7 @@ TEST_F(Tool, ScenesHaveATruthAndARoom)
     const Samples room = read_audio("room.wav");
     std::size_t peak[2] = {0, 1};
     double energy[20] = {}; // of tenths of a second
-    for (std::size_t i = 0; i < room.size(); i++) {
+    for (std::size_t i = 0; i < room.size(); ++i) {
         peak[i % 2] = std::fabs(room[i]) > std::fabs(room[peak[i % 2]]) ? i : peak[i % 2];
         energy[i / 9600] += double{room[i]} * double{room[i]};
     }
@@ -165,7 +165,7 @@ TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
         double truth = 0.0, found = 0.0;
         if (!(std::istringstream(line) >> truth >> found >> meter) || meter[0] != '.')
             continue;
-        count++;
+        ++count;
         errors += std::fabs(found - truth);
         EXPECT_NEAR(found, truth, 12) << line;
         EXPECT_NEAR(static_cast<double>(meter.find('#')), (90 - found) / 5, 0.5) << line;

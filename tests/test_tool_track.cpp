@@ -30,7 +30,7 @@ struct Track : Tool {
     {
         const Samples two = pair(kPairs, 2);
         Samples four(2 * two.size());
-        for (std::size_t i = 0; i < two.size(); i++)
+        for (std::size_t i = 0; i < two.size(); ++i)
             four[2 * i + 1] = two[i]; // on its channels 2 and 4
         constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
         write_audio("two.wav", 16000, 2, two, kWav16);

@@ -31,11 +31,11 @@ std::vector<int32_t> answers_of(int delay)
     EzoSsl_Cal_Params(ssl);
     std::vector<int32_t> answers;
     uint32_t state = 1;
-    for (int i = 0; i < kFrames; i++) {
+    for (int i = 0; i < kFrames; ++i) {
         int16_t frame[EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT];
-        for (int n = 0; n < EZOSSL_FRAME_LENGTH; n++)
+        for (int n = 0; n < EZOSSL_FRAME_LENGTH; ++n)
             frame[2 * n] = static_cast<int16_t>((state = state * 1664525u + 1013904223u) >> 17);
-        for (int n = 0; n < EZOSSL_FRAME_LENGTH; n++)
+        for (int n = 0; n < EZOSSL_FRAME_LENGTH; ++n)
             frame[2 * n + 1] = frame[2 * std::max(n - delay, 0)];
         EzoSsl_Run(ssl, frame, &answers.emplace_back());
     }
@@ -48,17 +48,17 @@ std::vector<int32_t> answers_of(int delay)
 int run_together()
 {
     std::array<std::vector<int32_t>, kThreads> alone;
-    for (int i = 0; i < kThreads; i++)
+    for (int i = 0; i < kThreads; ++i)
         alone[static_cast<std::size_t>(i)] = answers_of(i % 16);
     std::atomic<int> waiting{kThreads};
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     threads.reserve(kThreads);
-    for (int i = 0; i < kThreads; i++)
+    for (int i = 0; i < kThreads; ++i)
         threads.emplace_back([&, i] {
             for (waiting--; waiting > 0;)
                 std::this_thread::yield();
-            for (int round = 0; round < kRounds; round++)
+            for (int round = 0; round < kRounds; ++round)
                 wrong += answers_of(i % 16) != alone[static_cast<std::size_t>(i)];
         });
     for (std::thread &thread : threads)

@@ -129,12 +129,12 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
     stream.exceptions(std::ios::badbit); // or without memory it would keep its first part
     stream.precision(9);
     stream << "t_start,t_end,angle_deg\n";
-    for (std::size_t i = 0; i < placements.size(); i++) {
+    for (std::size_t i = 0; i < placements.size(); ++i) {
         const Placement &placement = placements[i];
         const bool moves = placement.from != placement.to;
         const int rows = moves ? static_cast<int>(std::ceil(seconds / kWalkStepSeconds)) : 1;
         const double start = static_cast<double>(i) * seconds;
-        for (int row = 0; row < rows; row++)
+        for (int row = 0; row < rows; ++row)
             stream << start + seconds * row / rows << ',' << start + seconds * (row + 1) / rows
                    << ',' << placement.at((row + 0.5) / rows) << '\n';
     }

@@ -109,7 +109,7 @@ void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_fl
     for (const std::string &input : options.inputs) {
         try {
             track_input(options, input, report);
-            done++;
+            ++done;
         } catch (const ReadFailure &) {
             throw; // its first blocks are among the output
         } catch (const WriteFailure &) {

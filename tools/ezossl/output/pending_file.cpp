@@ -43,7 +43,7 @@ std::string behind_links(const std::string &target)
 {
     fs::path path = target;
     std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); i++)
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i)
         path = path.parent_path() / fs::read_symlink(path, error);
     return path.string();
 }
