@@ -87,7 +87,7 @@ void *run_block(void *data)
 {
     auto *const instance = static_cast<Instance *>(data);
     static const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t i = 0; i < Instance::kBlock; ++i)
+    for (size_t i = 0; i < Instance::kBlock; ++i)
         instance->run(signal.data() + i * kFrameSamples);
     int32_t angle = 0;
     EzoSsl_Get_Direction(instance->handle(), &angle);
@@ -96,9 +96,9 @@ void *run_block(void *data)
 }
 
 // Bytes of a thread's stack that `work` has written to.
-std::size_t touched(void *(*work)(void *), void *data)
+size_t touched(void *(*work)(void *), void *data)
 {
-    constexpr std::size_t kStack = 1 << 20;
+    constexpr size_t kStack = 1 << 20;
     constexpr unsigned char kPaint = 0xa5;
     alignas(4096) static unsigned char stack[kStack];
     std::memset(stack, kPaint, kStack);
@@ -109,7 +109,7 @@ std::size_t touched(void *(*work)(void *), void *data)
     if (pthread_create(&thread, &attributes, work, data) != 0)
         throw std::runtime_error("no thread can be started");
     pthread_join(thread, nullptr);
-    std::size_t untouched = 0;
+    size_t untouched = 0;
     while (untouched < kStack && stack[untouched] == kPaint)
         ++untouched;
     return kStack - untouched;

@@ -16,7 +16,7 @@ template <typename Step>
 Call for_each_frame(Signal kind, Step step)
 {
     const auto signal = std::make_shared<const std::vector<int16_t>>(make_signal(kind));
-    return [signal, step, frame = std::size_t{0}]() mutable {
+    return [signal, step, frame = size_t{0}]() mutable {
         step(signal->data() + frame * kFrameSamples);
         frame = (frame + 1) % kFrames;
     };
@@ -34,7 +34,7 @@ Call get_direction()
 {
     const auto instance = std::make_shared<Instance>(0, 16000);
     const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t frame = 0; frame < Instance::kBlock; ++frame)
+    for (size_t frame = 0; frame < Instance::kBlock; ++frame)
         instance->run(signal.data() + frame * kFrameSamples);
     return
         [instance, order = instance->handle()->order, energy_sum = instance->handle()->energy_sum] {
@@ -56,7 +56,7 @@ std::shared_ptr<Instance> busy_instance()
 {
     auto instance = std::make_shared<Instance>(0, 16000);
     const std::vector<int16_t> signal = make_signal(Signal::noise);
-    for (std::size_t frame = 0; frame < 4; ++frame)
+    for (size_t frame = 0; frame < 4; ++frame)
         instance->run(signal.data() + frame * kFrameSamples);
     return instance;
 }

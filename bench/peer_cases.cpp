@@ -28,7 +28,7 @@ Call practical_limit()
 {
     const auto limit = std::make_shared<PracticalLimit>();
     limit->run(make_signal(Signal::noise).data()); // the older half is there from now on
-    return [limit, signal = make_signal(Signal::noise), frame = std::size_t{0}]() mutable {
+    return [limit, signal = make_signal(Signal::noise), frame = size_t{0}]() mutable {
         const int delay = limit->run(signal.data() + frame * kFrameSamples);
         if (frame > 0)
             require_delay(delay);
@@ -40,7 +40,7 @@ Call practical_limit()
 // Frames of 256 samples that overlap by half, as the library has them.
 Call textbook()
 {
-    return [signal = make_signal(Signal::noise), frame = std::size_t{0}]() mutable {
+    return [signal = make_signal(Signal::noise), frame = size_t{0}]() mutable {
         require_delay(
             textbook_delay(signal.data() + frame * kFrameSamples, 2 * EZOSSL_FRAME_LENGTH, 7));
         frame = (frame + 1) % (kFrames - 1);

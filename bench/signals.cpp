@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t kLargestLag = 32;
+constexpr size_t kLargestLag = 32;
 
 template <typename Random>
 int uniform(Random &random, int most) // -most ... most
@@ -20,17 +20,17 @@ int uniform(Random &random, int most) // -most ... most
 
 std::vector<int16_t> make_signal(Signal kind)
 {
-    constexpr std::size_t kSamples = kFrames * EZOSSL_FRAME_LENGTH;
+    constexpr size_t kSamples = kFrames * EZOSSL_FRAME_LENGTH;
     constexpr int kPeak = 8000;
     constexpr double kDecayPerSample = 0.9999; // to zero in three quarters of the signal
-    const std::size_t lag = kind == Signal::far_lag ? 16 : 2;
+    const size_t lag = kind == Signal::far_lag ? 16 : 2;
     std::mt19937 random(1);
     std::vector<int> source(kSamples + kLargestLag);
     std::generate(source.begin(), source.end(), [&random] { return uniform(random, kPeak); });
     std::vector<int16_t> samples;
     double decayed = 1.0;
-    for (std::size_t n = 0; n < kSamples; ++n) {
-        for (const std::size_t later : {lag, std::size_t{0}}) {
+    for (size_t n = 0; n < kSamples; ++n) {
+        for (const size_t later : {lag, size_t{0}}) {
             const int heard = source[n + kLargestLag - later] + uniform(random, kPeak / 10);
             int sample = heard;
             if (kind == Signal::silence)
@@ -48,16 +48,16 @@ std::vector<int16_t> make_signal(Signal kind)
 
 const int16_t *EndlessSignal::next()
 {
-    constexpr std::size_t kFramesOfAKind = 32;
+    constexpr size_t kFramesOfAKind = 32;
     if (frames_++ % kFramesOfAKind == 0) {
         kind_ = static_cast<Signal>(random_() % 5);
         level_ = 1 << (random_() % 15);
         lag_ = random_() % kLargestLag;
     }
     std::copy(source_.end() - kLargestLag, source_.end(), source_.begin());
-    for (std::size_t n = 0; n < EZOSSL_FRAME_LENGTH; ++n) {
+    for (size_t n = 0; n < EZOSSL_FRAME_LENGTH; ++n) {
         source_[n + kLargestLag] = uniform(random_, level_);
-        for (const std::size_t later : {lag_, std::size_t{0}}) {
+        for (const size_t later : {lag_, size_t{0}}) {
             const int heard = source_[n + kLargestLag - later] + uniform(random_, level_ / 8);
             int sample = std::clamp(heard, INT16_MIN, INT16_MAX);
             if (kind_ == Signal::silence)

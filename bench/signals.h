@@ -11,8 +11,8 @@
 
 #include "EzoSsl.h"
 
-constexpr std::size_t kFrameSamples = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT;
-constexpr std::size_t kFrames = 1024; // in a signal; whoever needs more begins again
+constexpr size_t kFrameSamples = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT;
+constexpr size_t kFrames = 1024; // in a signal; whoever needs more begins again
 
 enum class Signal {
     noise,      // reaches microphone 0 two samples later, with a tenth of noise of its own on each
@@ -33,10 +33,10 @@ public:
 
 private:
     std::minstd_rand random_{1};
-    std::size_t frames_ = 0;
+    size_t frames_ = 0;
     Signal kind_ = Signal::noise;
     int level_ = 0;
-    std::size_t lag_ = 0;
+    size_t lag_ = 0;
     std::vector<int> source_ = std::vector<int>(EZOSSL_FRAME_LENGTH + 32);
     std::vector<int16_t> frame_ = std::vector<int16_t>(kFrameSamples);
 };

@@ -17,18 +17,18 @@ using Complex = std::complex<double>;
 void transform(std::vector<Complex> &x, double sign)
 {
     constexpr double kPi = 3.14159265358979324;
-    const std::size_t half = x.size() / 2;
+    const size_t half = x.size() / 2;
     if (half == 0)
         return;
     std::vector<Complex> even(half);
     std::vector<Complex> odd(half);
-    for (std::size_t n = 0; n < half; ++n) {
+    for (size_t n = 0; n < half; ++n) {
         even[n] = x[2 * n];
         odd[n] = x[2 * n + 1];
     }
     transform(even, sign);
     transform(odd, sign);
-    for (std::size_t k = 0; k < half; ++k) {
+    for (size_t k = 0; k < half; ++k) {
         const double angle = sign * kPi * static_cast<double>(k) / static_cast<double>(half);
         const Complex turned = std::polar(1.0, angle) * odd[k];
         x[k] = even[k] + turned;
@@ -40,16 +40,16 @@ void transform(std::vector<Complex> &x, double sign)
 
 int textbook_delay(const int16_t *samples, int pairs, int largest_lag)
 {
-    const auto length = 2 * static_cast<std::size_t>(pairs);
+    const auto length = 2 * static_cast<size_t>(pairs);
     std::vector<Complex> x0(length);
     std::vector<Complex> x1(length);
-    for (std::size_t n = 0; n < length / 2; ++n) {
+    for (size_t n = 0; n < length / 2; ++n) {
         x0[n] = samples[2 * n];
         x1[n] = samples[2 * n + 1];
     }
     transform(x0, -1.0);
     transform(x1, -1.0);
-    for (std::size_t k = 0; k < length; ++k) {
+    for (size_t k = 0; k < length; ++k) {
         const Complex cross = x0[k] * std::conj(x1[k]);
         x0[k] = cross / (std::abs(cross) + 1e-9);
     }
@@ -57,8 +57,8 @@ int textbook_delay(const int16_t *samples, int pairs, int largest_lag)
     int best = 0;
     double peak = -HUGE_VAL;
     for (int lag = -largest_lag; lag <= largest_lag; ++lag) {
-        const std::size_t index =
-            lag < 0 ? length - static_cast<std::size_t>(-lag) : static_cast<std::size_t>(lag);
+        const size_t index =
+            lag < 0 ? length - static_cast<size_t>(-lag) : static_cast<size_t>(lag);
         const double value = x0[index].real();
         if (value > peak) {
             peak = value;

@@ -38,7 +38,7 @@ public:
 
     // Interleaved samples. For each block that they complete, its angle in degrees, or nothing if
     // it was too quiet or undecided.
-    std::vector<std::optional<int>> add(const int16_t *samples, std::size_t count)
+    std::vector<std::optional<int>> add(const int16_t *samples, size_t count)
     {
         std::vector<std::optional<int>> blocks;
         for (const int16_t *sample = samples; sample != samples + count; ++sample) {
@@ -56,8 +56,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kFrameSamples =
-        std::size_t{EZOSSL_FRAME_LENGTH} * EZOSSL_MIC_COUNT;
+    static constexpr size_t kFrameSamples = size_t{EZOSSL_FRAME_LENGTH} * EZOSSL_MIC_COUNT;
 
     struct Free {
         void operator()(SslHandle *ssl) const { EzoSsl_Free(ssl); }
@@ -83,7 +82,7 @@ static void locate(int32_t rate, float spacing_cm, std::FILE *results)
     const double block_seconds = double{DirectionFinder::kBlockFrames * EZOSSL_FRAME_LENGTH} / rate;
     double time = 0.0;
     int16_t samples[1000];
-    while (const std::size_t count = std::fread(samples, sizeof samples[0], 1000, stdin)) {
+    while (const size_t count = std::fread(samples, sizeof samples[0], 1000, stdin)) {
         for (const std::optional<int> &angle : finder.add(samples, count)) {
             time += block_seconds;
             if (angle)

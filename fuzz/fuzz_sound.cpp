@@ -34,7 +34,7 @@ void require(bool holds, const char *what)
 }
 
 // Numbers from the start of a text, which they leave.
-uint32_t take(std::string &text, std::size_t bytes)
+uint32_t take(std::string &text, size_t bytes)
 {
     uint32_t value = 0;
     std::memcpy(&value, text.data(), std::min(bytes, text.size()));
@@ -42,7 +42,7 @@ uint32_t take(std::string &text, std::size_t bytes)
     return value;
 }
 
-std::string little_endian(uint32_t value, std::size_t bytes)
+std::string little_endian(uint32_t value, size_t bytes)
 {
     return {reinterpret_cast<const char *>(&value), bytes};
 }

@@ -29,13 +29,13 @@ using Numbers = std::vector<double>;
 // The numbers in what the pattern matches, match by match; (#) stands for one.
 std::vector<Numbers> numbers(const std::string &text, std::string pattern)
 {
-    for (std::size_t at = 0; (at = pattern.find('#')) != std::string::npos;)
+    for (size_t at = 0; (at = pattern.find('#')) != std::string::npos;)
         pattern.replace(at, 1, "-?[\\d.]+");
     const std::regex regex(pattern);
     std::vector<Numbers> result;
     for (std::sregex_iterator match(text.begin(), text.end(), regex), end; match != end; ++match) {
         Numbers &found = result.emplace_back();
-        for (std::size_t i = 1; i < match->size(); ++i)
+        for (size_t i = 1; i < match->size(); ++i)
             found.push_back(std::stod((*match)[i]));
     }
     return result;
@@ -43,7 +43,7 @@ std::vector<Numbers> numbers(const std::string &text, std::string pattern)
 
 std::string path(const std::string &svg, const std::string &style)
 {
-    const std::size_t at = std::min(svg.size(), svg.find("<path class=\"" + style + '"'));
+    const size_t at = std::min(svg.size(), svg.find("<path class=\"" + style + '"'));
     return svg.substr(at, svg.find('\n', at) - at);
 }
 
@@ -51,7 +51,7 @@ void expect_path(const std::string &svg, const std::string &style, const Numbers
 {
     const auto found = numbers(path(svg, style), "(#)");
     ASSERT_EQ(found.size(), expected.size()) << style << svg;
-    for (std::size_t i = 0; i < found.size(); ++i)
+    for (size_t i = 0; i < found.size(); ++i)
         EXPECT_NEAR(found[i][0], expected[i], 0.4) << style << i << svg;
 }
 
@@ -117,7 +117,7 @@ TEST(Plot, RosesHaveSectorsAsLongAsTheirShare)
     ASSERT_EQ(rings.size(), 4u) << rose; // 10 % each
     EXPECT_EQ(rings[3][0], 80);
     ASSERT_EQ(sectors.size(), expected.size()) << rose;
-    for (std::size_t i = 0; i < expected.size(); ++i) {
+    for (size_t i = 0; i < expected.size(); ++i) {
         const double from = expected[i][0], count = expected[i][2]; // 10 % each; + is left
         const double radius = 360 - rings[0][0] + (count - 1) * (rings[0][0] - rings[1][0]);
         EXPECT_NEAR(sectors[i][0], 360 - radius * std::sin(from * kDegree), 0.2) << from;

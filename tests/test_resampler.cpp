@@ -21,10 +21,10 @@ constexpr Rates kRates[] = {{11025, 8000},  {44100, 8000},  {48000, 8000},  {800
 constexpr double kPi = 3.14159265358979324;
 
 // A sine at microphone 0, a cosine at half its height at microphone 1.
-std::vector<float> tones(double frequency, double rate, std::size_t pairs)
+std::vector<float> tones(double frequency, double rate, size_t pairs)
 {
     std::vector<float> samples;
-    for (std::size_t n = 0; n < pairs; ++n) {
+    for (size_t n = 0; n < pairs; ++n) {
         const double phase = 2 * kPi * frequency * static_cast<double>(n) / rate;
         samples.push_back(static_cast<float>(std::sin(phase)));
         samples.push_back(static_cast<float>(0.5 * std::cos(phase)));
@@ -32,12 +32,12 @@ std::vector<float> tones(double frequency, double rate, std::size_t pairs)
     return samples;
 }
 
-std::vector<float> resampled(Rates rates, const std::vector<float> &samples, std::size_t chunk)
+std::vector<float> resampled(Rates rates, const std::vector<float> &samples, size_t chunk)
 {
     Resampler resampler(rates.from, rates.to);
     std::vector<float> result;
-    for (std::size_t done = 0; done <= samples.size(); done += 2 * chunk) {
-        const std::size_t now = std::min(chunk, (samples.size() - done) / 2);
+    for (size_t done = 0; done <= samples.size(); done += 2 * chunk) {
+        const size_t now = std::min(chunk, (samples.size() - done) / 2);
         const bool is_last = done + 2 * chunk > samples.size();
         const std::vector<float> &part = resampler.process(samples.data() + done, now, is_last);
         result.insert(result.end(), part.begin(), part.end());
@@ -49,7 +49,7 @@ std::vector<float> resampled(Rates rates, const std::vector<float> &samples, std
 double difference_db(const std::vector<float> &a, const std::vector<float> &b)
 {
     double largest = 0;
-    for (std::size_t i = b.size() / 8; i < b.size() * 7 / 8; ++i)
+    for (size_t i = b.size() / 8; i < b.size() * 7 / 8; ++i)
         largest = std::max(largest, std::fabs(double{a[i]} - double{b[i]}));
     return 20 * std::log10(largest + 1e-30);
 }
@@ -59,8 +59,8 @@ TEST(Resampler, KeepsWhatBothRatesHoldAtItsTime)
     for (const Rates rates : kRates) {
         for (const double part : {0.01, 0.5, 0.91}) {
             const double frequency = part * rates.lower_nyquist();
-            const auto from = static_cast<std::size_t>(rates.from);
-            const auto to = static_cast<std::size_t>(rates.to);
+            const auto from = static_cast<size_t>(rates.from);
+            const auto to = static_cast<size_t>(rates.to);
             const auto result = resampled(rates, tones(frequency, rates.from, from), 1000);
             ASSERT_EQ(result.size(), 2 * to) << rates.from << " to " << rates.to;
             // 0.01 dB are -58.8 dB of a tone.
@@ -73,8 +73,8 @@ TEST(Resampler, KeepsWhatBothRatesHoldAtItsTime)
 TEST(Resampler, RemovesWhatTheLowerRateCannotHold)
 {
     for (const Rates rates : kRates) {
-        const auto from = static_cast<std::size_t>(rates.from);
-        const std::vector<float> silence(2 * static_cast<std::size_t>(rates.to));
+        const auto from = static_cast<size_t>(rates.from);
+        const std::vector<float> silence(2 * static_cast<size_t>(rates.to));
         for (const double frequency : {1.002 * rates.to / 2, 1.3 * rates.to / 2}) {
             if (2 * frequency < rates.from) {
                 EXPECT_LT(difference_db(resampled(rates, tones(frequency, rates.from, from), 1000),
@@ -89,13 +89,13 @@ TEST(Resampler, RemovesWhatTheLowerRateCannotHold)
 TEST(Resampler, GivesTheSameInAnyPiecesUpToTheLastSample)
 {
     for (const Rates rates : kRates) {
-        for (const std::size_t pairs : std::initializer_list<std::size_t>{0, 1, 100, 12345}) {
+        for (const size_t pairs : std::initializer_list<size_t>{0, 1, 100, 12345}) {
             std::vector<float> samples = tones(100, rates.from, pairs);
             const auto whole = resampled(rates, samples, pairs + 1);
             const double length = static_cast<double>(pairs) * rates.to / rates.from;
             EXPECT_NEAR(static_cast<double>(whole.size()) / 2, length, 1)
                 << rates.from << " to " << rates.to;
-            for (const std::size_t chunk : {std::size_t{1}, std::size_t{4096}})
+            for (const size_t chunk : {size_t{1}, size_t{4096}})
                 EXPECT_EQ(resampled(rates, samples, chunk), whole) << chunk;
         }
         // Sound goes on to the end: it does not fade into silence before.

@@ -40,7 +40,7 @@ struct Answers : Tool {
     {
         run("simulate --no-truth -o scene.wav " + arguments);
         SndfileHandle file("scene.wav");
-        Samples samples(static_cast<std::size_t>(2 * file.frames()));
+        Samples samples(static_cast<size_t>(2 * file.frames()));
         file.read(samples.data(), static_cast<sf_count_t>(samples.size()));
         return samples;
     }
@@ -58,29 +58,28 @@ TEST_F(Answers, NameFaultsOfTheWiringOnce)
     const struct {
         double seconds; // 26 or 12 are more than the 40 blocks looked back on, 3 are less
         std::string arguments, fault;
-        std::function<float(std::size_t)> second; // sample n of microphone 1
+        std::function<float(size_t)> second; // sample n of microphone 1
     } cases[] = {
-        {26, "", "", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {3, "", "", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {26, "", "identical channels", [&](std::size_t n) { return 0.5f * good[2 * n]; }},
-        {3, "", "identical channels", [&](std::size_t n) { return 0.5f * good[2 * n]; }},
+        {26, "", "", [&](size_t n) { return good[2 * n + 1]; }},
+        {3, "", "", [&](size_t n) { return good[2 * n + 1]; }},
+        {26, "", "identical channels", [&](size_t n) { return 0.5f * good[2 * n]; }},
+        {3, "", "identical channels", [&](size_t n) { return 0.5f * good[2 * n]; }},
         {26, "", "identical channels", // which were well again at the end
-         [&](std::size_t n) { return n < 12 * 16000 ? good[2 * n] : good[2 * n + 1]; }},
-        {3, "", "inverted polarity", [&](std::size_t n) { return -good[2 * n + 1]; }},
-        {12, "", "dead channel", [&](std::size_t) { return 0.0f; }},
-        {3, "", "no common sound", [&](std::size_t n) { return other[2 * n]; }},
-        {3, "", "impossible lag",
-         [&](std::size_t n) { return n < 300 ? 0.0f : good[2 * n - 599]; }},
-        {12, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {3, "-s 1cm", "impossible lag", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {0.9, "-g -5", "", [&](std::size_t) { return 0.0f; }}, // too little to be judged
-        {3, "-g -5", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {3, "-g -30 -G -30", "too quiet", [&](std::size_t n) { return good[2 * n + 1]; }},
-        {3, "-g -30 -G -10", "inverted polarity", [&](std::size_t n) { return -good[2 * n + 1]; }},
+         [&](size_t n) { return n < 12 * 16000 ? good[2 * n] : good[2 * n + 1]; }},
+        {3, "", "inverted polarity", [&](size_t n) { return -good[2 * n + 1]; }},
+        {12, "", "dead channel", [&](size_t) { return 0.0f; }},
+        {3, "", "no common sound", [&](size_t n) { return other[2 * n]; }},
+        {3, "", "impossible lag", [&](size_t n) { return n < 300 ? 0.0f : good[2 * n - 599]; }},
+        {12, "-s 1cm", "impossible lag", [&](size_t n) { return good[2 * n + 1]; }},
+        {3, "-s 1cm", "impossible lag", [&](size_t n) { return good[2 * n + 1]; }},
+        {0.9, "-g -5", "", [&](size_t) { return 0.0f; }}, // too little to be judged
+        {3, "-g -5", "too quiet", [&](size_t n) { return good[2 * n + 1]; }},
+        {3, "-g -30 -G -30", "too quiet", [&](size_t n) { return good[2 * n + 1]; }},
+        {3, "-g -30 -G -10", "inverted polarity", [&](size_t n) { return -good[2 * n + 1]; }},
     };
     for (const auto &c : cases) {
         Samples samples;
-        for (std::size_t n = 0; n < static_cast<std::size_t>(c.seconds * 16000); ++n)
+        for (size_t n = 0; n < static_cast<size_t>(c.seconds * 16000); ++n)
             samples.insert(samples.end(), {good[2 * n], c.second(n)});
         write_audio("x.wav", 16000, 2, samples);
         const std::string spacing = c.arguments.find("-s") == 0 ? "" : " -s 5.8cm ";
@@ -102,7 +101,7 @@ TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
     const Samples low = scene("-a 50 -s 20cm -r 8000 -d 4");
     write_audio("raised.wav", 16000, 2, Resampler(8000, 16000).process(low.data(), 32000, true));
     Samples held;
-    for (std::size_t i = 0; i < low.size(); i += 2)
+    for (size_t i = 0; i < low.size(); i += 2)
         held.insert(held.end(), {low[i], low[i + 1], low[i], low[i + 1]});
     write_audio("held.wav", 16000, 2, held);
     const struct {
@@ -149,7 +148,7 @@ TEST_F(Answers, CheckNamesContradictionsAndFewDirections)
     Samples source(64020), samples;
     for (float &sample : source)
         sample = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
-    for (std::size_t n = 0; n < 64000; ++n) {
+    for (size_t n = 0; n < 64000; ++n) {
         const bool is_loud = n % 16000 < 4000;
         const float level = is_loud ? 0.6f : 0.05f;
         samples.insert(samples.end(),
@@ -176,7 +175,7 @@ TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
     // Microphone 0 is two samples ahead; the last half second is silent.
     std::mt19937 generator(1);
     Samples samples(2 * 16000);
-    for (std::size_t i = 5; i < 2 * 8192; i += 2)
+    for (size_t i = 5; i < 2 * 8192; i += 2)
         samples[i - 5] = samples[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
     samples[1000] = -2.0f;
     write_audio("x.wav", 16000, 2, samples);
@@ -256,9 +255,9 @@ TEST_F(Answers, ChangesAreAnglesThatDifferEnoughAndTheEndOfTheSound)
 {
     std::mt19937 generator(1);
     Samples samples;
-    for (const std::size_t lead : {2, 0, 3, 2, 0}) { // 0 is silence
+    for (const size_t lead : {2, 0, 3, 2, 0}) { // 0 is silence
         Samples sound(2 * 16384);
-        for (std::size_t i = 2 * lead + 1; lead > 0 && i < sound.size(); i += 2)
+        for (size_t i = 2 * lead + 1; lead > 0 && i < sound.size(); i += 2)
             sound[i - 2 * lead - 1] = sound[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
         samples.insert(samples.end(), sound.begin(), sound.end());
     }

@@ -114,7 +114,7 @@ TEST(Input, MicrophonesAreTheChosenChannelsOrTheOnlyTwo)
 struct Counting : SampleStream {
     explicit Counting(int rate, int64_t length) : rate_(rate), length_(length) {}
 
-    std::optional<std::size_t> read(float *samples, std::size_t count) override
+    std::optional<size_t> read(float *samples, size_t count) override
     {
         if (next_ == length_)
             return std::nullopt;
@@ -126,13 +126,13 @@ struct Counting : SampleStream {
             *samples++ = static_cast<float>(next_) / 32768.0f;
             *samples++ = next_ == 1000 ? -2.0f : static_cast<float>(-next_) / 32768.0f;
         }
-        return static_cast<std::size_t>(now);
+        return static_cast<size_t>(now);
     }
     const std::string &name() const override { return name_; }
     SoundOrigin origin() const override { return SoundOrigin::file; }
     int rate() const override { return rate_; }
     int channels() const override { return 3; }
-    std::size_t chunk() const override { return 100; }
+    size_t chunk() const override { return 100; }
     std::string length_remark(int64_t there) const override { return std::to_string(there); }
 
     std::string name_ = "counter";
@@ -157,7 +157,7 @@ TEST(Input, FramesAreThePairsOfTheStreamOneAfterTheOther)
     int expected = 200;
     for (int frames = 0; frames < 9; ++frames) {
         ASSERT_TRUE(source.read(frame));
-        for (std::size_t i = 0; i < kFrameSamples; i += 2, ++expected) {
+        for (size_t i = 0; i < kFrameSamples; i += 2, ++expected) {
             ASSERT_EQ(frame[i], expected);
             ASSERT_EQ(frame[i + 1], expected == 1000 ? -32768 : -expected);
         }
@@ -174,8 +174,8 @@ TEST(Input, FramesAreThePairsOfTheStreamOneAfterTheOther)
 // Says that samples have come, and makes none.
 struct Long : Counting {
     Long() : Counting(16000, 0) {}
-    std::optional<std::size_t> read(float *, std::size_t count) override { return count; }
-    std::size_t chunk() const override { return 1 << 20; }
+    std::optional<size_t> read(float *, size_t count) override { return count; }
+    size_t chunk() const override { return 1 << 20; }
 };
 
 TEST(Input, CountsGoBeyond32Bits)
@@ -236,7 +236,7 @@ TEST(Input, ResampledSoundKeepsItsPlaceAndItsEnd)
         const std::vector<int16_t> samples = source.read_all();
         const double ratio = 1.0 * c.from / c.to;
         EXPECT_NEAR(static_cast<double>(samples.size()) / 2, 900 / ratio, 1.01) << c.from;
-        for (std::size_t n = 60; static_cast<double>(n) < 500 / ratio; ++n) {
+        for (size_t n = 60; static_cast<double>(n) < 500 / ratio; ++n) {
             ASSERT_NEAR(samples[2 * n], ratio * static_cast<double>(n), 2) << c.from << ' ' << n;
             ASSERT_EQ(samples[2 * n + 1], -samples[2 * n]) << n;
         }
@@ -265,7 +265,7 @@ TEST_F(Tool, RawSamplesAreLittleEndianWithTheStatedRateAndChannels)
 TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
 {
     Samples sound(2 * 8192);
-    for (std::size_t i = 0; i < sound.size(); ++i)
+    for (size_t i = 0; i < sound.size(); ++i)
         sound[i] = static_cast<float>(i * i % 1009) / 2018.0f;
     const std::pair<int, const char *> readable[] = {
         {SF_FORMAT_FLAC, "a FLAC file"},   {SF_FORMAT_AIFF, "an AIFF file"},
@@ -287,7 +287,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     std::string aac = "\xff\xf1\x60\x80\x05\x1f\xfc" + std::string(33, '\1');
     aac += aac;
     // Of 32 kbit/s at 48, 44.1 and 32 kHz, and the newer kind with frames of 40 bytes.
-    const auto ac3 = [](const std::string &header, std::size_t length) {
+    const auto ac3 = [](const std::string &header, size_t length) {
         const std::string frame = "\x0bw" + header + std::string(length - 2 - header.size(), '\1');
         return frame + frame;
     };
@@ -296,7 +296,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         gsm += "\xd2" + std::string(32, '\1');
     write_audio("x", 16000, 2, sound, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
     const std::string wav = contents("x");
-    const auto spoilt = [&wav](std::size_t place, const std::string &bytes) {
+    const auto spoilt = [&wav](size_t place, const std::string &bytes) {
         return std::string(wav).replace(place, bytes.size(), bytes);
     };
     const std::string m4a = std::string(3, '\0') + "\x1c" + "ftypM4A " + std::string(99, '\0');

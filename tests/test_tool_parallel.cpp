@@ -150,9 +150,9 @@ TEST_F(Parallel, ShowsFilesDoneAndTimeLeftOnATerminalOnly)
     EXPECT_EQ(std::system((feed + "script -qec 'sh command' /dev/null >seen").c_str()), 0);
     const std::string seen = contents("seen");
     const std::string counted = "\r\x1b[K2 of 3 files, ";
-    const std::size_t seconds = seen.find(counted) + counted.size();
+    const size_t seconds = seen.find(counted) + counted.size();
     ASSERT_GE(seconds, counted.size()) << seen;
-    const std::size_t unit = seen.find_first_not_of("0123456789", seconds);
+    const size_t unit = seen.find_first_not_of("0123456789", seconds);
     EXPECT_GT(unit, seconds) << seen;
     EXPECT_EQ(seen.find(" s left\r\x1b", seconds), unit) << seen;
     EXPECT_EQ(contents("o").find("a.wav\n"), 0u);

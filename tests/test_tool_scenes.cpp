@@ -12,7 +12,7 @@ namespace {
 Samples read_audio(const char *path)
 {
     SndfileHandle file(path);
-    Samples samples(static_cast<std::size_t>(file.frames() * file.channels()));
+    Samples samples(static_cast<size_t>(file.frames() * file.channels()));
     file.read(samples.data(), static_cast<sf_count_t>(samples.size()));
     return samples;
 }
@@ -54,17 +54,17 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
     };
     run("simulate -a -30 -s 5.8cm -d 6 --snr 20 -o good.wav");
     const Samples good = read_audio("good.wav");
-    const std::size_t length = good.size() / 2 - 400;
+    const size_t length = good.size() / 2 - 400;
     ASSERT_EQ(length, 95600u) << contents("err");
-    const auto at = [&](double place, std::size_t channel) { // straight lines between the samples
-        const auto n = static_cast<std::size_t>(place);
+    const auto at = [&](double place, size_t channel) { // straight lines between the samples
+        const auto n = static_cast<size_t>(place);
         const auto part = static_cast<float>(place - static_cast<double>(n));
         return good[2 * n + channel] * (1 - part) + good[2 * n + 2 + channel] * part;
     };
     std::mt19937 generator(1);
     for (const Spoilt &c : cases) {
         Samples spoilt;
-        for (std::size_t n = 0; n < length; ++n) {
+        for (size_t n = 0; n < length; ++n) {
             const auto place = static_cast<double>(n);
             const float noise = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
             const float first = c.gain0 * at(place + c.lead0, 0);
@@ -79,7 +79,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
     }
     // The parts of a finding have lines of their own, and names that -c would take.
     Samples three;
-    for (std::size_t i = 0; i < good.size(); i += 2)
+    for (size_t i = 0; i < good.size(); i += 2)
         three.insert(three.end(), {0.0f, good[i], good[i + 1] / 10});
     write_audio("three.ogg", 16000, 3, three, SF_FORMAT_OGG | SF_FORMAT_VORBIS);
     EXPECT_EQ(run("check three.ogg -s 4cm -c 2,3"), 0) << contents("out");
@@ -116,9 +116,9 @@ TEST_F(Tool, ScenesHaveATruthAndARoom)
         "--room 6x5x3 --rt60 0.5 --distance 2 --mismatch 6");
     EXPECT_FALSE(fs::exists("room.truth.csv"));
     const Samples room = read_audio("room.wav");
-    std::size_t peak[2] = {0, 1};
+    size_t peak[2] = {0, 1};
     double energy[20] = {}; // of tenths of a second
-    for (std::size_t i = 0; i < room.size(); ++i) {
+    for (size_t i = 0; i < room.size(); ++i) {
         peak[i % 2] = std::fabs(room[i]) > std::fabs(room[peak[i % 2]]) ? i : peak[i % 2];
         energy[i / 9600] += double{room[i]} * double{room[i]};
     }
@@ -172,7 +172,7 @@ TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
     }
     EXPECT_EQ(count, 25) << contents("out");
     const std::string last = "25 of 25 blocks have a direction, mean absolute error ";
-    const std::size_t at = contents("out").find(last);
+    const size_t at = contents("out").find(last);
     ASSERT_NE(at, std::string::npos) << contents("out");
     EXPECT_NEAR(std::stod(contents("out").substr(at + last.size())), errors / 25, 0.5);
 }

@@ -12,15 +12,15 @@
 namespace {
 
 constexpr int kRecordingHeader = 112; // bytes, with room for a length beyond 4 GiB
-constexpr std::size_t kPairs = 10000; // two blocks and a rest
+constexpr size_t kPairs = 10000;      // two blocks and a rest
 
 // Noise that reaches microphone 0 earlier. At 16 kHz and 8.6 cm, two samples are
 // asin(2 x 343 / 16000 / 0.086) = 29.9 degrees.
-Samples pair(std::size_t pairs, std::size_t lead)
+Samples pair(size_t pairs, size_t lead)
 {
     std::mt19937 generator(1);
     Samples samples(2 * pairs);
-    for (std::size_t i = 2 * lead + 1; i < samples.size(); i += 2)
+    for (size_t i = 2 * lead + 1; i < samples.size(); i += 2)
         samples[i - 2 * lead - 1] = samples[i] = generator() % 2 == 0 ? 0.25f : -0.25f;
     return samples;
 }
@@ -30,7 +30,7 @@ struct Track : Tool {
     {
         const Samples two = pair(kPairs, 2);
         Samples four(2 * two.size());
-        for (std::size_t i = 0; i < two.size(); ++i)
+        for (size_t i = 0; i < two.size(); ++i)
             four[2 * i + 1] = two[i]; // on its channels 2 and 4
         constexpr int kWav16 = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
         write_audio("two.wav", 16000, 2, two, kWav16);
@@ -121,7 +121,7 @@ TEST_F(Track, StreamedFilesGiveWhatIntactOnesGive)
         const std::string intact = contents("x.wav");
         const std::string form = "x.wav -s 8.6 -b 1 -f csv --per-frame";
         ASSERT_EQ(run(form, "expected"), 0);
-        const std::size_t data = intact.find("data");
+        const size_t data = intact.find("data");
         for (const std::string &size : {std::string(4, '\0'), std::string(4, '\xff')}) {
             std::ofstream("x.wav")
                 << intact.substr(0, data) << "LIST" << '\2' << std::string(3, '\0') << "ab"

@@ -23,21 +23,21 @@ constexpr int kNone = EZOSSL_REJECTED_FRAME;
 using Kind = FrameVote::Kind;
 
 // All votes in order, and for each the count of those at most 0.2 further in the sine.
-DirectionVote::Result plain_result(const std::vector<FrameVote> &votes, std::size_t window)
+DirectionVote::Result plain_result(const std::vector<FrameVote> &votes, size_t window)
 {
     std::vector<int> angles;
     int beyond = 0;
-    const std::size_t frames = std::min(window, votes.size());
-    for (std::size_t i = votes.size() - frames; i < votes.size(); ++i) {
+    const size_t frames = std::min(window, votes.size());
+    for (size_t i = votes.size() - frames; i < votes.size(); ++i) {
         if (votes[i].kind == Kind::angle)
             angles.push_back(votes[i].angle);
         beyond += votes[i].kind == Kind::beyond;
     }
     std::sort(angles.begin(), angles.end());
     const auto sine = [](int angle) { return std::sin(angle * 3.14159265358979324 / 180.0); };
-    std::vector<std::size_t> firsts; // of the ranges that are equally full
+    std::vector<size_t> firsts; // of the ranges that are equally full
     int most = 0;
-    for (std::size_t i = 0; i < angles.size(); ++i) {
+    for (size_t i = 0; i < angles.size(); ++i) {
         const auto inside = static_cast<int>(
             std::count_if(angles.begin() + static_cast<std::ptrdiff_t>(i), angles.end(),
                           [&](int angle) { return sine(angle) <= sine(angles[i]) + 0.2 + 1e-9; }));
@@ -64,7 +64,7 @@ TEST(DirectionVote, IsTheFullestRangeOfTheLastFrames)
     std::mt19937 generator(1);
     const auto below = [&generator](int count) { return static_cast<int>(generator() % count); };
     int met[kStatusCount] = {};
-    for (const std::size_t window : {1, 7, 32, 64, 75, 128}) {
+    for (const size_t window : {1, 7, 32, 64, 75, 128}) {
         DirectionVote vote(window);
         std::vector<FrameVote> votes;
         int angle_share = 0, beyond_share = 0, spread = 1, centre = 0;
@@ -226,7 +226,7 @@ std::vector<int> delays(std::initializer_list<std::pair<int, int>> counts)
 {
     std::vector<int> result;
     for (const auto &[count, delay] : counts)
-        result.insert(result.begin(), static_cast<std::size_t>(count), delay);
+        result.insert(result.begin(), static_cast<size_t>(count), delay);
     return result;
 }
 
@@ -261,7 +261,7 @@ TEST(Agreement, CountsAndNamesTheReason)
 }
 
 // White noise, at this share of full scale.
-std::vector<float> noise(std::size_t samples, float level)
+std::vector<float> noise(size_t samples, float level)
 {
     std::mt19937 generator(1);
     std::vector<float> result(samples);
@@ -300,7 +300,7 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
         {8000, 16000, -200, 1.9, 0},   {8000, 16000, -200, 2.1, 4000},
     };
     for (const auto &c : cases) {
-        const auto pairs = static_cast<std::size_t>(c.seconds * c.from);
+        const auto pairs = static_cast<size_t>(c.seconds * c.from);
         const std::vector<float> source = noise(2 * pairs, 0.4f);
         std::vector<float> sound = source;
         if (c.from != c.rate)
@@ -309,16 +309,16 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
         const double density = std::sqrt(static_cast<double>(c.rate) / c.from);
         const auto level = static_cast<float>(0.4 * density * std::pow(10.0, c.floor_db / 20.0));
         const std::vector<float> floor = noise(sound.size(), level);
-        for (std::size_t i = 0; i < sound.size(); ++i)
+        for (size_t i = 0; i < sound.size(); ++i)
             sound[i] += floor[(i + sound.size() / 2) % sound.size()];
         EXPECT_EQ(edge_of(sound, c.rate).value_or(0), c.edge) << c.from << ' ' << c.rate;
         // A pause does not count as sound.
-        sound.insert(sound.begin(), 8 * static_cast<std::size_t>(c.rate), 0.0f);
+        sound.insert(sound.begin(), 8 * static_cast<size_t>(c.rate), 0.0f);
         EXPECT_EQ(edge_of(sound, c.rate).value_or(0), c.edge) << c.from << ' ' << c.rate;
     }
     const std::vector<float> source = noise(2 * 24000, 0.4f);
     std::vector<float> sound = Resampler(8000, 16000).process(source.data(), 24000, true);
-    for (std::size_t i = 0; i < sound.size(); ++i) // a whistle of 7 kHz
+    for (size_t i = 0; i < sound.size(); ++i) // a whistle of 7 kHz
         sound[i] += 0.1f * std::sin(0.875f * 3.14159265f * std::floor(static_cast<float>(i) / 2));
     EXPECT_EQ(edge_of(sound, 16000), std::nullopt);
     EXPECT_EQ(band_limit_text(8000), "no sound of its own above 8 kHz");
@@ -357,34 +357,30 @@ TEST(BandLimit, IsWhereAnImageBegins)
     };
     for (const auto &c : cases) {
         const int rate = c.from * c.factor;
-        const std::vector<float> source =
-            noise(2 * 22 * static_cast<std::size_t>(c.from) / 10, 0.4f);
-        const std::vector<float> own =
-            noise(source.size() * static_cast<std::size_t>(c.factor), c.own);
+        const std::vector<float> source = noise(2 * 22 * static_cast<size_t>(c.from) / 10, 0.4f);
+        const std::vector<float> own = noise(source.size() * static_cast<size_t>(c.factor), c.own);
         for (const auto interpolate : interpolations) {
             std::vector<float> sound;
-            for (std::size_t i = 2; i + 4 < source.size(); i += 2)
+            for (size_t i = 2; i + 4 < source.size(); i += 2)
                 for (int part = 0; part < c.factor; ++part)
-                    for (std::size_t at = i; at < i + 2; ++at)
+                    for (size_t at = i; at < i + 2; ++at)
                         sound.push_back(
                             own[own.size() - 1 - sound.size()] +
                             interpolate(
                                 {source[at - 2], source[at], source[at + 2], source[at + 4]},
                                 static_cast<float>(part) / static_cast<float>(c.factor)));
             sound.insert(sound.begin(),
-                         2 * static_cast<std::size_t>(c.pause) * static_cast<std::size_t>(rate),
-                         0.0f);
+                         2 * static_cast<size_t>(c.pause) * static_cast<size_t>(rate), 0.0f);
             EXPECT_EQ(edge_of(sound, rate).value_or(0), c.edge)
                 << c.from << ' ' << c.factor << ' ' << c.own << ' ' << c.pause;
         }
     }
     for (const int period : {16, 32, 128}) { // of a square wave at 16 kHz: a phase, yet no image
         std::vector<float> sound(2 * 48000);
-        for (std::size_t i = 0; i < sound.size(); ++i)
-            sound[i] =
-                i / 2 % static_cast<std::size_t>(period) < static_cast<std::size_t>(period) * 3 / 8
-                    ? 0.3f
-                    : -0.3f;
+        for (size_t i = 0; i < sound.size(); ++i)
+            sound[i] = i / 2 % static_cast<size_t>(period) < static_cast<size_t>(period) * 3 / 8
+                           ? 0.3f
+                           : -0.3f;
         EXPECT_EQ(edge_of(sound, 16000), std::nullopt) << period;
     }
 }
@@ -392,10 +388,10 @@ TEST(BandLimit, IsWhereAnImageBegins)
 TEST(BandLimit, IsNotFoundInDullSound)
 {
     for (const int rate : {16000, 48000}) {
-        std::vector<float> sound = noise(6 * static_cast<std::size_t>(rate), 1.0f);
+        std::vector<float> sound = noise(6 * static_cast<size_t>(rate), 1.0f);
         const float keep = std::exp(-6.2831853f * 1000.0f / static_cast<float>(rate));
         for (int pass = 0; pass < 3; ++pass) // 18 dB per octave from 1 kHz on
-            for (std::size_t i = 2; i < sound.size(); ++i)
+            for (size_t i = 2; i < sound.size(); ++i)
                 sound[i] = keep * sound[i - 2] + (1.0f - keep) * sound[i];
         EXPECT_EQ(edge_of(sound, rate), std::nullopt) << rate;
     }
@@ -405,14 +401,14 @@ TEST(BandLimit, IsNotFoundInDullSound)
 // but all of it counts.
 TEST(BandLimit, OfLongSoundIsThatOfAllOfIt)
 {
-    const auto seconds = [](std::size_t count, int rate) {
-        return 2 * count * static_cast<std::size_t>(rate);
+    const auto seconds = [](size_t count, int rate) {
+        return 2 * count * static_cast<size_t>(rate);
     };
     const std::vector<float> low = noise(seconds(40, 8000), 0.4f);
     const std::vector<float> limited =
         Resampler(8000, 16000).process(low.data(), low.size() / 2, true);
     const struct {
-        std::size_t wide, limited; // seconds
+        size_t wide, limited; // seconds
         bool is_settled;
         int edge;
     } cases[] = {
@@ -450,7 +446,7 @@ TEST(TimeAxis, HasAtMostTenStepsWithLabelsOfOneUnit)
 {
     const struct {
         double start, end;
-        std::size_t ticks;
+        size_t ticks;
         const char *second, *last, *unit;
     } cases[] = {
         {0, 1, 11, "0.1", "1", "s"},

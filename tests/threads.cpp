@@ -49,7 +49,7 @@ int run_together()
 {
     std::array<std::vector<int32_t>, kThreads> alone;
     for (int i = 0; i < kThreads; ++i)
-        alone[static_cast<std::size_t>(i)] = answers_of(i % 16);
+        alone[static_cast<size_t>(i)] = answers_of(i % 16);
     std::atomic<int> waiting{kThreads};
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
@@ -59,7 +59,7 @@ int run_together()
             for (waiting--; waiting > 0;)
                 std::this_thread::yield();
             for (int round = 0; round < kRounds; ++round)
-                wrong += answers_of(i % 16) != alone[static_cast<std::size_t>(i)];
+                wrong += answers_of(i % 16) != alone[static_cast<size_t>(i)];
         });
     for (std::thread &thread : threads)
         thread.join();

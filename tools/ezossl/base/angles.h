@@ -7,15 +7,15 @@
 #include <cstddef>
 
 constexpr int kLargestAngle = 90; // degrees, to either side
-constexpr std::size_t kAngleCount = 2 * kLargestAngle + 1;
+constexpr size_t kAngleCount = 2 * kLargestAngle + 1;
 
-constexpr std::size_t index_of_angle(int angle)
+constexpr size_t index_of_angle(int angle)
 {
     const int index = angle + kLargestAngle;
-    return static_cast<std::size_t>(index);
+    return static_cast<size_t>(index);
 }
 
-constexpr int angle_at(std::size_t index)
+constexpr int angle_at(size_t index)
 {
     return static_cast<int>(index) - kLargestAngle;
 }

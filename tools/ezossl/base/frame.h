@@ -11,8 +11,7 @@
 
 #include "EzoSsl.h"
 
-constexpr std::size_t kFrameSamples =
-    static_cast<std::size_t>(EZOSSL_FRAME_LENGTH) * EZOSSL_MIC_COUNT;
+constexpr size_t kFrameSamples = static_cast<size_t>(EZOSSL_FRAME_LENGTH) * EZOSSL_MIC_COUNT;
 
 using Frame = int16_t[kFrameSamples];
 
@@ -21,7 +20,7 @@ template <class Use>
 void for_each_frame(const std::vector<int16_t> &samples, Use use)
 {
     Frame frame;
-    for (std::size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
+    for (size_t at = 0; at + kFrameSamples <= samples.size(); at += kFrameSamples) {
         std::copy_n(samples.begin() + static_cast<std::ptrdiff_t>(at), kFrameSamples, frame);
         use(frame);
     }

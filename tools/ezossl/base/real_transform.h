@@ -15,7 +15,7 @@
 class RealTransform
 {
 public:
-    RealTransform(std::size_t length, bool is_inverse)
+    RealTransform(size_t length, bool is_inverse)
         : plan_(kiss_fftr_alloc(static_cast<int>(length), is_inverse ? 1 : 0, nullptr, nullptr))
     {
         if (plan_ == nullptr)

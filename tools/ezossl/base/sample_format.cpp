@@ -9,7 +9,7 @@
 namespace {
 
 constexpr auto kScale = static_cast<float>(kFullScale);
-constexpr std::size_t kPiece = 512; // samples
+constexpr size_t kPiece = 512; // samples
 
 int16_t rounded(float scaled)
 {
@@ -22,14 +22,14 @@ bool fits(float sample)
 }
 
 // Compilers make both loops over samples that fit handle several at once, but not the other one.
-std::size_t convert(const float *from, int16_t *to, std::size_t count)
+size_t convert(const float *from, int16_t *to, size_t count)
 {
     if (std::count_if(from, from + count, fits) == static_cast<std::ptrdiff_t>(count)) {
         std::transform(from, from + count, to, [](float x) { return rounded(x * kScale); });
         return 0;
     }
-    std::size_t clamped = 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    size_t clamped = 0;
+    for (size_t i = 0; i < count; ++i) {
         const float scaled = from[i] * kScale;
         const float limited = std::min(std::max(scaled, -kScale), kScale - 1.0f);
         clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
@@ -40,15 +40,15 @@ std::size_t convert(const float *from, int16_t *to, std::size_t count)
 
 } // namespace
 
-std::size_t to_int16(const float *from, int16_t *to, std::size_t count)
+size_t to_int16(const float *from, int16_t *to, size_t count)
 {
-    std::size_t clamped = 0;
-    for (std::size_t done = 0; done < count; done += kPiece)
+    size_t clamped = 0;
+    for (size_t done = 0; done < count; done += kPiece)
         clamped += convert(from + done, to + done, std::min(kPiece, count - done));
     return clamped;
 }
 
-void to_float(const int16_t *from, float *to, std::size_t count)
+void to_float(const int16_t *from, float *to, size_t count)
 {
     std::transform(from, from + count, to,
                    [](int16_t sample) { return static_cast<float>(sample) / kScale; });

@@ -11,9 +11,9 @@ constexpr double kFullScale = 32768.0; // steps of 16 bits
 
 // Rounds to the nearest 16-bit value, and clamps samples beyond full scale. Returns how many were
 // clamped.
-std::size_t to_int16(const float *from, int16_t *to, std::size_t count);
+size_t to_int16(const float *from, int16_t *to, size_t count);
 
 // Exact.
-void to_float(const int16_t *from, float *to, std::size_t count);
+void to_float(const int16_t *from, float *to, size_t count);
 
 #endif

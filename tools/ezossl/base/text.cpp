@@ -15,7 +15,7 @@ std::string format_text(const char *format, ...)
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, arguments);
     va_end(arguments);
-    std::string text(static_cast<std::size_t>(length > 0 ? length : 0), '\0');
+    std::string text(static_cast<size_t>(length > 0 ? length : 0), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     return text;
@@ -26,11 +26,11 @@ std::string counted(int64_t count, const char *thing)
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
 }
 
-std::string wrapped(const std::string &text, std::size_t indent)
+std::string wrapped(const std::string &text, size_t indent)
 {
     std::istringstream words(text);
     std::string result;
-    std::size_t column = indent;
+    size_t column = indent;
     for (std::string word; words >> word; column += word.size()) {
         if (column > indent && column + 1 + word.size() > kTextWidth) {
             result += '\n' + std::string(indent, ' ');
@@ -47,7 +47,7 @@ std::string wrapped(const std::string &text, std::size_t indent)
 std::string printable(const std::string &text)
 {
     std::string result = text;
-    for (std::size_t i = 0; i < result.size(); ++i) {
+    for (size_t i = 0; i < result.size(); ++i) {
         const auto byte = static_cast<unsigned char>(result[i]);
         const bool is_c1 = (byte & 0xE0u) == 0x80 && i > 0 && text[i - 1] == '\xC2'; // in UTF-8
         if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F || is_c1)

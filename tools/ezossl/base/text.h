@@ -15,8 +15,8 @@ std::string counted(int64_t count, const char *thing);
 
 // Breaks text between words into lines of at most kTextWidth columns. The first line starts at
 // column `indent`; the others are indented to it.
-constexpr std::size_t kTextWidth = 79;
-std::string wrapped(const std::string &text, std::size_t indent);
+constexpr size_t kTextWidth = 79;
+std::string wrapped(const std::string &text, size_t indent);
 
 // Replaces characters that control a terminal by ?, such as an escape sequence in a file name.
 std::string printable(const std::string &text);

@@ -43,7 +43,7 @@ double parse_spacing_cm(const std::string &text)
     double number = 0.0;
     const char *const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    std::string_view unit(rest, static_cast<std::size_t>(end - rest));
+    std::string_view unit(rest, static_cast<size_t>(end - rest));
     while (!unit.empty() && unit.front() == ' ')
         unit.remove_prefix(1);
     const double factor = centimetres_per(unit);
@@ -62,7 +62,7 @@ std::array<double, 3> parse_room_size(const std::string &text)
     std::array<double, 3> size{};
     const char *at = text.data();
     const char *const end = text.data() + text.size();
-    for (std::size_t i = 0; i < size.size(); ++i) {
+    for (size_t i = 0; i < size.size(); ++i) {
         const auto [rest, error] = std::from_chars(at, end, size[i]);
         const bool is_last = i + 1 == size.size();
         const bool goes_on = is_last ? rest == end : rest != end && *rest == 'x';

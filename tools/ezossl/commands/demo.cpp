@@ -22,7 +22,7 @@ constexpr int kRate = 16000;
 constexpr double kSpacingCm = 5.8;
 constexpr int kTemperature = 20;
 constexpr double kSnrDb = 20.0;
-constexpr std::size_t kBlockLength = std::size_t{kLibraryBlockFrames} * EZOSSL_FRAME_LENGTH;
+constexpr size_t kBlockLength = size_t{kLibraryBlockFrames} * EZOSSL_FRAME_LENGTH;
 constexpr int kSteps = 25; // one block each
 constexpr int kMeterWidth = 37;
 constexpr auto kPace = std::chrono::milliseconds(160);
@@ -32,7 +32,7 @@ std::vector<float> make_bursts(NoiseSource &noise)
 {
     constexpr double kSounding = 0.7; // of the block
     std::vector<float> bursts = make_noise(kSteps * kBlockLength, noise);
-    for (std::size_t n = 0; n < bursts.size(); ++n) {
+    for (size_t n = 0; n < bursts.size(); ++n) {
         const double place = static_cast<double>(n % kBlockLength) / kBlockLength / kSounding;
         bursts[n] *= place < 1.0 ? static_cast<float>(std::sin(kPi * place)) : 0.0f;
     }
@@ -53,7 +53,7 @@ public:
             begin_walk();
         ++steps_;
         truth_ = walk_.at((step + 0.5) / kSteps);
-        const int16_t *sample = &scene_[static_cast<std::size_t>(step) * kBlockLength * 2];
+        const int16_t *sample = &scene_[static_cast<size_t>(step) * kBlockLength * 2];
         int16_t frame[kFrameSamples];
         for (int i = 0; i < kLibraryBlockFrames; ++i, sample += kFrameSamples) {
             std::copy_n(sample, kFrameSamples, frame);

@@ -98,7 +98,7 @@ void print_lags(const ArrayOptions &array, int rate, DataOutput &output)
     output.print("rate %d Hz: longest lag %.2f samples, D = %d, directions reachable:", rate,
                  pair.longest_lag(), pair.limit());
     for (int k = 0; k < kDirectionCount; ++k) {
-        if (reachable[static_cast<std::size_t>(k)])
+        if (reachable[static_cast<size_t>(k)])
             output.print(" %+g", angle_of_direction(k));
     }
     output.print("\n\n%5s  %11s  %s\n", "lag", "angle [deg]", "votes for direction");

@@ -75,7 +75,7 @@ void listen(const LiveArguments &options, DataOutput &output)
     if (!options.recording.empty()) {
         recording.emplace(options.recording, device.rate(), device.channels(),
                           SoundWriter::Length::open);
-        device.record([&recording](const int16_t *samples, std::size_t count) {
+        device.record([&recording](const int16_t *samples, size_t count) {
             recording->write(samples, count);
         });
     }

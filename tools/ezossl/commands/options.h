@@ -36,7 +36,7 @@ CLI::Validator supported_rate();
 std::string not_one_of(const std::string &text, const std::vector<std::string> &names);
 
 // An option that takes the name of a row of the table and hands on the row.
-template <class Row, std::size_t count, class Choose>
+template <class Row, size_t count, class Choose>
 void add_choice(CLI::App &parser, const std::string &option, const Row (&table)[count],
                 Choose choose, const std::string &description)
 {

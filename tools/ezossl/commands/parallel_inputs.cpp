@@ -31,7 +31,7 @@ using Clock = std::chrono::steady_clock;
 using Work = std::function<void(const std::string &)>;
 
 // Inputs that may be finished while an earlier one goes on: a bound for the temporary files.
-constexpr std::size_t kLookAhead = 384;
+constexpr size_t kLookAhead = 384;
 constexpr timespec kPatience = {0, 100'000'000}; // between two looks at interrupts and progress
 
 double size_of(const std::string &file)
@@ -130,10 +130,10 @@ int Worker::hand_on(DataOutput &output, bool skip_header, bool &has_results) con
     const int status = WIFEXITED(*wait_status_) ? WEXITSTATUS(*wait_status_) : int{kError};
     if (status == kDone)
         has_results = results_.read(
-            skip_header, [&](const char *bytes, std::size_t count) { output.write(bytes, count); });
+            skip_header, [&](const char *bytes, size_t count) { output.write(bytes, count); });
     output.flush();
-    messages_.read(
-        false, [](const char *bytes, std::size_t count) { std::fwrite(bytes, 1, count, stderr); });
+    messages_.read(false,
+                   [](const char *bytes, size_t count) { std::fwrite(bytes, 1, count, stderr); });
     if (WIFSIGNALED(*wait_status_)) {
         const int signal = WTERMSIG(*wait_status_);
         note(format_text("%s: its process was ended by signal %d (%s)%s", input_.c_str(), signal,
@@ -152,25 +152,25 @@ public:
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
 
-    int run(std::size_t &done);
+    int run(size_t &done);
 
 private:
     bool has_more() const { return handed_on_ < task_.inputs.size(); }
     void start();
     void wait();
-    void hand_on(std::size_t &done);
+    void hand_on(size_t &done);
     void show_progress();
-    [[noreturn]] void end_interrupted(std::size_t done) const;
+    [[noreturn]] void end_interrupted(size_t done) const;
 
     const ParallelInputs &task_;
     DataOutput &output_;
     const Work &work_;
     Progress progress_;
     sigset_t mask_before_{};
-    std::size_t jobs_;
-    std::size_t running_ = 0;
-    std::size_t ended_ = 0;
-    std::size_t handed_on_ = 0;
+    size_t jobs_;
+    size_t running_ = 0;
+    size_t ended_ = 0;
+    size_t handed_on_ = 0;
     std::deque<std::unique_ptr<Worker>> workers_; // of the inputs from handed_on_ on
     bool has_header_ = false;                     // the output so far
     int status_ = kDone;
@@ -179,7 +179,7 @@ private:
     double done_bytes_ = 0.0;
 };
 
-std::size_t default_jobs()
+size_t default_jobs()
 {
     return std::clamp(std::thread::hardware_concurrency(), 1u, unsigned{kMostJobs});
 }
@@ -187,7 +187,7 @@ std::size_t default_jobs()
 // The end of a worker, SIGCHLD, is only looked for in wait().
 Crew::Crew(const ParallelInputs &task, DataOutput &output, const Work &work)
     : task_(task), output_(output), work_(work), progress_(!task.quiet),
-      jobs_(task.jobs > 0 ? static_cast<std::size_t>(task.jobs) : default_jobs())
+      jobs_(task.jobs > 0 ? static_cast<size_t>(task.jobs) : default_jobs())
 {
     std::signal(SIGCHLD, SIG_DFL); // where it was ignored, nobody could wait for a worker
     sigset_t child;
@@ -204,7 +204,7 @@ Crew::~Crew()
     sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
 }
 
-int Crew::run(std::size_t &done)
+int Crew::run(size_t &done)
 {
     while (has_more()) {
         start();
@@ -238,7 +238,7 @@ void Crew::wait()
     sigemptyset(&child);
     sigaddset(&child, SIGCHLD);
     sigtimedwait(&child, nullptr, &kPatience); // ends with an interrupt, too
-    for (std::size_t i = 0; i < workers_.size(); ++i) {
+    for (size_t i = 0; i < workers_.size(); ++i) {
         if (!workers_[i]->has_just_ended())
             continue;
         --running_;
@@ -247,7 +247,7 @@ void Crew::wait()
     }
 }
 
-void Crew::hand_on(std::size_t &done)
+void Crew::hand_on(size_t &done)
 {
     while (!workers_.empty() && !workers_.front()->is_running()) {
         progress_.clear();
@@ -274,7 +274,7 @@ void Crew::show_progress()
     progress_.show(text);
 }
 
-void Crew::end_interrupted(std::size_t done) const
+void Crew::end_interrupted(size_t done) const
 {
     note(format_text("interrupted with %zu of %s done%s", done,
                      counted(static_cast<long>(task_.inputs.size()), "file").c_str(),
@@ -285,7 +285,7 @@ void Crew::end_interrupted(std::size_t done) const
 } // namespace
 
 int ParallelInputs::run(DataOutput &output, const std::function<void(const std::string &)> &work,
-                        std::size_t &done) const
+                        size_t &done) const
 {
     return Crew(*this, output, work).run(done);
 }

@@ -22,7 +22,7 @@ struct ParallelInputs {
     // Does the work for each input. An input that fails prints nothing to the output, and does not
     // stop the others. Returns the exit status; `done` counts the inputs that did not fail.
     int run(DataOutput &output, const std::function<void(const std::string &)> &work,
-            std::size_t &done) const;
+            size_t &done) const;
 };
 
 #endif

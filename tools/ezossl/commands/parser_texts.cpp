@@ -48,7 +48,7 @@ public:
 private:
     std::string entry(const std::string &name, const std::string &description) const
     {
-        const std::size_t indent = get_column_width();
+        const size_t indent = get_column_width();
         std::string text = "  " + name;
         text += text.size() < indent ? std::string(indent - text.size(), ' ')
                                      : '\n' + std::string(indent, ' ');

@@ -72,7 +72,7 @@ std::vector<float> make_source(const SimulateArguments &options, NoiseSource &no
 {
     const bool is_limited = options.seconds > 0.0;
     const auto wanted =
-        static_cast<std::size_t>((is_limited ? options.seconds : kNoiseSeconds) * options.rate);
+        static_cast<size_t>((is_limited ? options.seconds : kNoiseSeconds) * options.rate);
     if (options.input.empty())
         return make_noise(wanted, noise);
     // Beyond the limit by a second, so that a source that is too long shows.
@@ -83,7 +83,7 @@ std::vector<float> make_source(const SimulateArguments &options, NoiseSource &no
     return source;
 }
 
-void check_length(const SimulateArguments &options, std::size_t source_length, std::size_t count)
+void check_length(const SimulateArguments &options, size_t source_length, size_t count)
 {
     const double seconds = static_cast<double>(source_length) / options.rate;
     if (seconds * static_cast<double>(count) <= kLongestSeconds)
@@ -96,7 +96,7 @@ void check_length(const SimulateArguments &options, std::size_t source_length, s
 }
 
 // The smaller the room, the more often sound goes to and fro in its time.
-void check_echoes(const SceneSettings &settings, std::size_t angles)
+void check_echoes(const SceneSettings &settings, size_t angles)
 {
     if (!settings.room)
         return;
@@ -129,7 +129,7 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
     stream.exceptions(std::ios::badbit); // or without memory it would keep its first part
     stream.precision(9);
     stream << "t_start,t_end,angle_deg\n";
-    for (std::size_t i = 0; i < placements.size(); ++i) {
+    for (size_t i = 0; i < placements.size(); ++i) {
         const Placement &placement = placements[i];
         const bool moves = placement.from != placement.to;
         const int rows = moves ? static_cast<int>(std::ceil(seconds / kWalkStepSeconds)) : 1;

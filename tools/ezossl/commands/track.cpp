@@ -104,7 +104,7 @@ void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_fl
     const std::unique_ptr<Dial> dial = options.tracking.open_dial();
     Report report(options.tracking.report, output, is_flushed, options.inputs.size() > 1,
                   dial.get());
-    std::size_t done = 0;
+    size_t done = 0;
     int status = kDone;
     for (const std::string &input : options.inputs) {
         try {
@@ -141,7 +141,7 @@ void track_in_parallel(const TrackArguments &options, DataOutput &output)
         Report report(of_worker.tracking.report, output, false, true);
         track_input(of_worker, input, report);
     };
-    std::size_t done = 0;
+    size_t done = 0;
     const int status =
         ParallelInputs{options.inputs, options.jobs, settings.format->has_header, settings.quiet}
             .run(output, track_one, done);

@@ -31,7 +31,7 @@ double percent(double steps)
 }
 
 // The library counts microphones from 0, users and -c count channels from 1.
-std::string microphone(std::size_t index, const DiagnosisSettings &settings)
+std::string microphone(size_t index, const DiagnosisSettings &settings)
 {
     return format_text("microphone %zu (channel %d)", index, settings.channels[index]);
 }
@@ -87,7 +87,7 @@ bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSett
                         Diagnosis &diagnosis)
 {
     const ChannelStatistics(&channels)[2] = diagnosis.channels;
-    const std::size_t fainter = channels[0].rms <= channels[1].rms ? 0 : 1;
+    const size_t fainter = channels[0].rms <= channels[1].rms ? 0 : 1;
     const double low = channels[fainter].rms;
     const double high = channels[1 - fainter].rms;
     if (high > kFullScale * ratio_of(settings.gate_db) &&

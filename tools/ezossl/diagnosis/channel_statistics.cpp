@@ -11,16 +11,15 @@
 
 namespace {
 
-constexpr std::size_t kShortestClippedRun = 3; // two equal samples happen at the top of any wave
-constexpr int kLeastClippedPeak = 1000;        // faint sounds repeat values without being clipped
+constexpr size_t kShortestClippedRun = 3; // two equal samples happen at the top of any wave
+constexpr int kLeastClippedPeak = 1000;   // faint sounds repeat values without being clipped
 
 // Clipping may have happened before a later gain: so at the channel's own ends, not at full scale.
-std::size_t count_clipped(const std::vector<int16_t> &samples, std::size_t channel, int lowest,
-                          int highest)
+size_t count_clipped(const std::vector<int16_t> &samples, size_t channel, int lowest, int highest)
 {
-    std::size_t clipped = 0;
-    std::size_t run = 0;
-    for (std::size_t i = channel; i < samples.size(); i += 2) {
+    size_t clipped = 0;
+    size_t run = 0;
+    for (size_t i = channel; i < samples.size(); i += 2) {
         const int sample = samples[i];
         const bool goes_on = run > 0 && sample == samples[i - 2];
         const bool at_end = sample == lowest || sample == highest;
@@ -35,14 +34,14 @@ std::size_t count_clipped(const std::vector<int16_t> &samples, std::size_t chann
 
 } // namespace
 
-ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, std::size_t channel)
+ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, size_t channel)
 {
     const auto count = static_cast<double>(samples.size()) / 2.0;
     double sum = 0.0;
     double squares = 0.0;
     int lowest = samples[channel];
     int highest = lowest;
-    for (std::size_t i = channel; i < samples.size(); i += 2) {
+    for (size_t i = channel; i < samples.size(); i += 2) {
         const int sample = samples[i];
         sum += sample;
         squares += static_cast<double>(sample) * sample;
@@ -52,7 +51,7 @@ ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, std::s
     const double mean = sum / count;
     const int peak = std::max(std::abs(lowest), std::abs(highest));
     const bool can_clip = highest - lowest > kLeastClippedPeak;
-    const std::size_t clipped = can_clip ? count_clipped(samples, channel, lowest, highest) : 0;
+    const size_t clipped = can_clip ? count_clipped(samples, channel, lowest, highest) : 0;
     return {mean, std::sqrt(std::max(0.0, squares / count - mean * mean)), peak,
             static_cast<double>(clipped) / count};
 }
@@ -62,7 +61,7 @@ CopyFit fit_copy(const std::vector<int16_t> &samples, const ChannelStatistics &f
 {
     const auto count = static_cast<double>(samples.size()) / 2.0;
     double product = 0.0;
-    for (std::size_t i = 0; i + 1 < samples.size(); i += 2)
+    for (size_t i = 0; i + 1 < samples.size(); i += 2)
         product += (samples[i] - first.mean) * (samples[i + 1] - second.mean);
     const double power = first.rms * first.rms;
     const double factor = power > 0.0 ? product / count / power : 0.0;

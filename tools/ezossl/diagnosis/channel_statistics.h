@@ -23,7 +23,7 @@ struct CopyFit {
 };
 
 // `samples` are interleaved by two channels, and not empty.
-ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, std::size_t channel);
+ChannelStatistics channel_statistics(const std::vector<int16_t> &samples, size_t channel);
 CopyFit fit_copy(const std::vector<int16_t> &samples, const ChannelStatistics &first,
                  const ChannelStatistics &second);
 

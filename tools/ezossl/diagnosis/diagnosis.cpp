@@ -33,15 +33,15 @@ DiagnosisSettings diagnosis_settings(const FrameSource &source, double spacing_c
             source.band_limit().value_or(0)};
 }
 
-std::size_t shortest_input(int rate)
+size_t shortest_input(int rate)
 {
-    return static_cast<std::size_t>(kSegmentSeconds * rate);
+    return static_cast<size_t>(kSegmentSeconds * rate);
 }
 
 Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings)
 {
     Diagnosis diagnosis{};
-    for (std::size_t c = 0; c < 2; ++c)
+    for (size_t c = 0; c < 2; ++c)
         diagnosis.channels[c] = channel_statistics(samples, c);
     diagnosis.longest_lag =
         PairGeometry(settings.spacing_cm, settings.rate, settings.temperature).longest_lag();

@@ -43,7 +43,7 @@ DiagnosisSettings diagnosis_settings(const FrameSource &source, double spacing_c
                                      int gate_db);
 
 // Least number of samples per channel that can be judged.
-std::size_t shortest_input(int rate);
+size_t shortest_input(int rate);
 
 // `samples` are interleaved and no fewer than that. Failure if the library refuses the settings.
 Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings);

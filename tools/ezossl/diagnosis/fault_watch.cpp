@@ -10,10 +10,10 @@
 
 namespace {
 
-constexpr std::size_t kDiagnosedSeconds = 10;
-constexpr std::size_t kBlocks = 40;       // that are looked back on
-constexpr std::size_t kFewestBlocks = 10; // of a kind, to say something about them
-constexpr std::size_t kFewestAtEnd = 4;
+constexpr size_t kDiagnosedSeconds = 10;
+constexpr size_t kBlocks = 40;       // that are looked back on
+constexpr size_t kFewestBlocks = 10; // of a kind, to say something about them
+constexpr size_t kFewestAtEnd = 4;
 constexpr double kFewShare = 0.2;    // with an angle, of those above the gate
 constexpr double kBeyondShare = 0.1; // of those above the gate
 constexpr double kStuckShare = 0.9;  // of those with an angle
@@ -23,13 +23,13 @@ constexpr int kEndOfScale = 89;      // degrees
 
 FaultWatch::FaultWatch(const DiagnosisSettings &settings)
     : settings_(settings),
-      frames_(kDiagnosedSeconds * static_cast<std::size_t>(settings.rate) / EZOSSL_FRAME_LENGTH)
+      frames_(kDiagnosedSeconds * static_cast<size_t>(settings.rate) / EZOSSL_FRAME_LENGTH)
 {
 }
 
 void FaultWatch::add(const Frame &frame)
 {
-    const std::size_t place = next_frame_ * kFrameSamples;
+    const size_t place = next_frame_ * kFrameSamples;
     samples_.resize(std::max(samples_.size(), place + kFrameSamples));
     std::copy(std::begin(frame), std::end(frame),
               samples_.begin() + static_cast<std::ptrdiff_t>(place));
@@ -56,23 +56,23 @@ std::vector<Finding> FaultWatch::finish()
     return diagnose_anew();
 }
 
-bool FaultWatch::is_odd(std::size_t least) const
+bool FaultWatch::is_odd(size_t least) const
 {
     const auto count = [this](auto has) {
-        return static_cast<std::size_t>(std::count_if(blocks_.begin(), blocks_.end(), has));
+        return static_cast<size_t>(std::count_if(blocks_.begin(), blocks_.end(), has));
     };
-    const std::size_t heard =
+    const size_t heard =
         count([](const Block &block) { return block.status != BlockStatus::quiet; });
-    const std::size_t decided =
+    const size_t decided =
         count([](const Block &block) { return block.status == BlockStatus::ok; });
-    const std::size_t beyond =
+    const size_t beyond =
         count([](const Block &block) { return block.status == BlockStatus::beyond; });
-    const std::size_t at_ends = count([](const Block &block) {
+    const size_t at_ends = count([](const Block &block) {
         return block.status == BlockStatus::ok && std::abs(block.angle) >= kEndOfScale;
     });
-    const std::size_t at_zero = count(
+    const size_t at_zero = count(
         [](const Block &block) { return block.status == BlockStatus::ok && block.angle == 0; });
-    const auto has_share = [](std::size_t part, double share, std::size_t whole) {
+    const auto has_share = [](size_t part, double share, size_t whole) {
         return static_cast<double>(part) >= share * static_cast<double>(whole);
     };
     return (heard >= least && !has_share(decided, kFewShare, heard)) ||
@@ -84,7 +84,7 @@ bool FaultWatch::is_odd(std::size_t least) const
 std::vector<Finding> FaultWatch::diagnose_anew()
 {
     std::vector<Finding> news;
-    const std::size_t oldest = next_frame_ * kFrameSamples % samples_.size();
+    const size_t oldest = next_frame_ * kFrameSamples % samples_.size();
     std::vector<int16_t> in_order(samples_.size());
     std::rotate_copy(samples_.begin(), samples_.begin() + static_cast<std::ptrdiff_t>(oldest),
                      samples_.end(), in_order.begin());

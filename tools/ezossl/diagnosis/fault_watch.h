@@ -26,13 +26,13 @@ public:
     std::vector<Finding> finish();
 
 private:
-    bool is_odd(std::size_t least) const;
+    bool is_odd(size_t least) const;
     std::vector<Finding> diagnose_anew();
 
     DiagnosisSettings settings_;
-    std::size_t frames_;           // of the last seconds, at most
+    size_t frames_;                // of the last seconds, at most
     std::vector<int16_t> samples_; // of these frames, a ring
-    std::size_t next_frame_ = 0;   // that is overwritten next
+    size_t next_frame_ = 0;        // that is overwritten next
     std::deque<Block> blocks_;     // the last ones
     bool was_heard_ = false;       // whether any block was above the gate
     double next_ = 0.0;            // second of the input from which it may diagnose again

@@ -14,8 +14,8 @@ LagLine fit_lag_line(const std::vector<SegmentCorrelation> &segments)
     if (segments.size() < 3)
         return {0.0, 0.0, 0.0};
     std::vector<double> slopes;
-    for (std::size_t i = 0; i < segments.size(); ++i)
-        for (std::size_t j = i + 1; j < segments.size(); ++j)
+    for (size_t i = 0; i < segments.size(); ++i)
+        for (size_t j = i + 1; j < segments.size(); ++j)
             slopes.push_back((segments[j].strongest().lag - segments[i].strongest().lag) /
                              (segments[j].middle - segments[i].middle));
     const double slope = median(slopes);

@@ -21,10 +21,10 @@ constexpr double kLowestHz = 100.0;         // below are offsets, hum and wind
 // Standard deviations: unrelated voices were seen to reach 9, recordings in a large hall 13.
 constexpr double kCommonSound = 10.0;
 
-std::vector<float> hann_window(std::size_t length)
+std::vector<float> hann_window(size_t length)
 {
     std::vector<float> window(length);
-    for (std::size_t n = 0; n < length; ++n)
+    for (size_t n = 0; n < length; ++n)
         window[n] = static_cast<float>(
             0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) / static_cast<double>(length)));
     return window;
@@ -32,11 +32,11 @@ std::vector<float> hann_window(std::size_t length)
 
 // Power and cross power spectra, summed over frames.
 struct SpectrumSums {
-    explicit SpectrumSums(std::size_t bins) : cross(bins), power0(bins), power1(bins) {}
+    explicit SpectrumSums(size_t bins) : cross(bins), power0(bins), power1(bins) {}
 
     void add(const std::vector<kiss_fft_cpx> &x0, const std::vector<kiss_fft_cpx> &x1)
     {
-        for (std::size_t k = 0; k < cross.size(); ++k) {
+        for (size_t k = 0; k < cross.size(); ++k) {
             const std::complex<double> a(x0[k].r, x0[k].i);
             const std::complex<double> b(x1[k].r, x1[k].i);
             cross[k] += a * std::conj(b);
@@ -54,21 +54,20 @@ class SegmentCorrelator
 {
 public:
     SegmentCorrelator(const std::vector<int16_t> &samples, int rate)
-        : samples_(samples), length_(static_cast<std::size_t>(correlation_length(rate))),
-          lowest_bin_(static_cast<std::size_t>(kLowestHz * static_cast<double>(length_) / rate) +
-                      1),
+        : samples_(samples), length_(static_cast<size_t>(correlation_length(rate))),
+          lowest_bin_(static_cast<size_t>(kLowestHz * static_cast<double>(length_) / rate) + 1),
           window_(hann_window(length_)), forward_(length_, false), inverse_(length_, true)
     {
     }
 
     // Values over the lag, 0 first, the negative ones behind.
-    std::vector<float> correlate(std::size_t start, std::size_t end) const
+    std::vector<float> correlate(size_t start, size_t end) const
     {
-        const std::size_t bins = length_ / 2 + 1;
+        const size_t bins = length_ / 2 + 1;
         SpectrumSums sums(bins);
         std::vector<kiss_fft_cpx> spectrum[2] = {std::vector<kiss_fft_cpx>(bins),
                                                  std::vector<kiss_fft_cpx>(bins)};
-        for (std::size_t frame = start; frame + length_ <= end; frame += length_ / 2) {
+        for (size_t frame = start; frame + length_ <= end; frame += length_ / 2) {
             transform(frame, 0, spectrum[0]);
             transform(frame, 1, spectrum[1]);
             sums.add(spectrum[0], spectrum[1]);
@@ -77,11 +76,10 @@ public:
     }
 
 private:
-    void transform(std::size_t frame, std::size_t channel,
-                   std::vector<kiss_fft_cpx> &spectrum) const
+    void transform(size_t frame, size_t channel, std::vector<kiss_fft_cpx> &spectrum) const
     {
         std::vector<float> windowed(length_);
-        for (std::size_t n = 0; n < length_; ++n)
+        for (size_t n = 0; n < length_; ++n)
             windowed[n] = window_[n] * static_cast<float>(samples_[2 * (frame + n) + channel]);
         forward_.forward(windowed, spectrum);
     }
@@ -92,7 +90,7 @@ private:
         const double scale =
             1.0 / (static_cast<double>(length_) - 2.0 * static_cast<double>(lowest_bin_));
         std::vector<kiss_fft_cpx> coherence(sums.cross.size());
-        for (std::size_t k = lowest_bin_; k + 1 < coherence.size(); ++k) {
+        for (size_t k = lowest_bin_; k + 1 < coherence.size(); ++k) {
             const double power = std::sqrt(sums.power0[k] * sums.power1[k]);
             const auto value = power > 0.0 ? sums.cross[k] * (scale / power) : 0.0;
             coherence[k].r = static_cast<float>(value.real());
@@ -104,8 +102,8 @@ private:
     }
 
     const std::vector<int16_t> &samples_;
-    const std::size_t length_;
-    const std::size_t lowest_bin_;
+    const size_t length_;
+    const size_t lowest_bin_;
     const std::vector<float> window_;
     const RealTransform forward_;
     const RealTransform inverse_;
@@ -116,7 +114,7 @@ Extreme extreme_at(const std::vector<float> &values, std::ptrdiff_t lag)
 {
     const auto length = static_cast<std::ptrdiff_t>(values.size());
     const auto at = [&](std::ptrdiff_t l) {
-        return double{values[static_cast<std::size_t>((l + length) % length)]};
+        return double{values[static_cast<size_t>((l + length) % length)]};
     };
     const double bend = at(lag - 1) - 2.0 * at(lag) + at(lag + 1);
     const double beside = bend == 0.0 ? 0.0 : 0.5 * (at(lag - 1) - at(lag + 1)) / bend;
@@ -140,7 +138,7 @@ SegmentCorrelation describe(const std::vector<float> &values, double middle)
     std::ptrdiff_t highest = 0;
     std::ptrdiff_t lowest = 0;
     const auto at = [&](std::ptrdiff_t lag) {
-        return values[static_cast<std::size_t>((lag + length) % length)];
+        return values[static_cast<size_t>((lag + length) % length)];
     };
     for (std::ptrdiff_t lag = -length / 4; lag <= length / 4; ++lag) {
         highest = at(lag) > at(highest) ? lag : highest;
@@ -149,10 +147,10 @@ SegmentCorrelation describe(const std::vector<float> &values, double middle)
     return {middle, extreme_at(values, highest), extreme_at(values, lowest), noise_of(values)};
 }
 
-double mean_power(const std::vector<int16_t> &samples, std::size_t start, std::size_t end)
+double mean_power(const std::vector<int16_t> &samples, size_t start, size_t end)
 {
     double sum = 0.0;
-    for (std::size_t i = 2 * start; i < 2 * end; ++i)
+    for (size_t i = 2 * start; i < 2 * end; ++i)
         sum += (samples[i] / kFullScale) * (samples[i] / kFullScale);
     return sum / static_cast<double>(2 * (end - start));
 }
@@ -176,9 +174,9 @@ std::vector<SegmentCorrelation> correlate_segments(const std::vector<int16_t> &s
                                                    double least_power)
 {
     const SegmentCorrelator correlator(samples, rate);
-    const auto segment = static_cast<std::size_t>(kSegmentSeconds * rate);
+    const auto segment = static_cast<size_t>(kSegmentSeconds * rate);
     std::vector<SegmentCorrelation> result;
-    for (std::size_t start = 0; start + segment <= samples.size() / 2; start += segment / 2) {
+    for (size_t start = 0; start + segment <= samples.size() / 2; start += segment / 2) {
         if (mean_power(samples, start, start + segment) <= least_power)
             continue;
         const double middle =

@@ -22,8 +22,8 @@ constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert w
 
 struct SampleForm {
     snd_pcm_format_t format;
-    std::size_t bytes;
-    std::size_t upper; // place of its upper 16 bits among these
+    size_t bytes;
+    size_t upper; // place of its upper 16 bits among these
 };
 
 namespace {
@@ -35,8 +35,7 @@ constexpr SampleForm kForms[] = {
     {SND_PCM_FORMAT_S24_LE, 4, 1},
 };
 
-void take_upper_bits(const unsigned char *from, const SampleForm &form, std::size_t count,
-                     int16_t *to)
+void take_upper_bits(const unsigned char *from, const SampleForm &form, size_t count, int16_t *to)
 {
     for (from += form.upper; count > 0; --count, from += form.bytes)
         *to++ = static_cast<int16_t>(from[0] | from[1] << 8);
@@ -173,10 +172,10 @@ void AlsaCapture::set_buffer(snd_pcm_hw_params_t *hardware)
             "offers no buffer");
 }
 
-std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
+size_t AlsaCapture::read(int16_t *samples, size_t count)
 {
     const bool is_wide = form_ != std::begin(kForms);
-    const auto width = static_cast<std::size_t>(channels_);
+    const auto width = static_cast<size_t>(channels_);
     wide_.resize(is_wide ? count * width * form_->bytes : 0);
     void *const place = is_wide ? static_cast<void *>(wide_.data()) : samples;
     snd_pcm_sframes_t got = snd_pcm_readi(pcm_.get(), place, count);
@@ -189,11 +188,11 @@ std::size_t AlsaCapture::read(int16_t *samples, std::size_t count)
     if (got < 0)
         recover(static_cast<int>(got));
     if (is_wide && got > 0)
-        take_upper_bits(wide_.data(), *form_, static_cast<std::size_t>(got) * width, samples);
+        take_upper_bits(wide_.data(), *form_, static_cast<size_t>(got) * width, samples);
     attempts_ = got > 0 ? 0 : attempts_ + 1;
     if (attempts_ > kPatience)
         throw Failure(device_ + ": delivers no sound; check the microphones and -D");
-    return got > 0 ? static_cast<std::size_t>(got) : 0;
+    return got > 0 ? static_cast<size_t>(got) : 0;
 }
 
 void AlsaCapture::recover(int error)

@@ -33,7 +33,7 @@ public:
     // Waits for sound, and gives at most `count` samples per channel, of wider ones the upper 16
     // bits. 0 if none came for a moment,
     // or a signal interrupted the wait. Failure if the device delivers nothing for long.
-    std::size_t read(int16_t *samples, std::size_t count);
+    size_t read(int16_t *samples, size_t count);
 
 private:
     void configure(int wanted_rate, int wanted_channels);

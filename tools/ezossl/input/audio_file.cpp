@@ -30,7 +30,7 @@ constexpr float kLoudest = 1e6f;
 constexpr int kSlowest = 1000; // Hz
 constexpr int kFastest = 384000;
 // Samples per channel of a pipe that are read at once. Its writer may be live.
-constexpr std::size_t kPipeChunk = 512;
+constexpr size_t kPipeChunk = 512;
 constexpr int kMostChannels = 1024; // of libsndfile
 constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
 // An Ogg file whose end is missing gets a length near the largest number from libsndfile.
@@ -172,7 +172,7 @@ void AudioReader::refuse_file(const std::string &start) const
 }
 
 // The bytes of a header would be heard as samples.
-void AudioReader::refuse_header(const float *samples, std::size_t count) const
+void AudioReader::refuse_header(const float *samples, size_t count) const
 {
     std::vector<int16_t> words(count);
     to_int16(samples, words.data(), count);
@@ -274,7 +274,7 @@ std::string AudioReader::length_remark(int64_t there) const
                        static_cast<double>(there) / rate());
 }
 
-std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
+std::optional<size_t> AudioReader::read(float *samples, size_t count)
 {
     const sf_count_t wanted =
         std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(info_.frames - position_, 0));
@@ -282,16 +282,16 @@ std::optional<std::size_t> AudioReader::read(float *samples, std::size_t count)
     const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
     if (got < wanted)
         check_system();
-    const std::size_t frames = static_cast<std::size_t>(std::max<sf_count_t>(got, 0));
+    const size_t frames = static_cast<size_t>(std::max<sf_count_t>(got, 0));
     // A file that is damaged further on ends there, and length_remark() says so.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
         throw Failure(path_ + ": is damaged from its first sample on; record it again");
-    float *const end = samples + frames * static_cast<std::size_t>(channels());
+    float *const end = samples + frames * static_cast<size_t>(channels());
     if (!is_sound(samples, end))
         throw Failure(path_ + ": holds samples that are not a number, or far beyond full scale; "
                               "write it again");
     if (is_raw_ && position_ == 0)
-        refuse_header(samples, static_cast<std::size_t>(end - samples));
+        refuse_header(samples, static_cast<size_t>(end - samples));
     position_ += static_cast<sf_count_t>(frames);
     return frames > 0 ? std::optional(frames) : std::nullopt;
 }

@@ -33,13 +33,13 @@ public:
     // Gives fewer samples than asked for only at the end, or where the file is damaged. Refuses
     // samples that are not a number. (Read as 16-bit integers, the samples of a float file would
     // wrap around or be scaled, depending on its peak.)
-    std::optional<std::size_t> read(float *samples, std::size_t count) override;
+    std::optional<size_t> read(float *samples, size_t count) override;
 
     const std::string &name() const override { return path_; }
     SoundOrigin origin() const override { return SoundOrigin::file; }
     int rate() const override { return info_.samplerate; }
     int channels() const override { return info_.channels; }
-    std::size_t chunk() const override { return chunk_; }
+    size_t chunk() const override { return chunk_; }
     std::optional<int64_t> length() const override;
     std::string encoding_remark() const override;
     std::string header_remark() const override;
@@ -50,7 +50,7 @@ private:
     void check_layout(int64_t rate, int channels) const;
     [[noreturn]] void refuse_pipe(const std::string &start) const;
     [[noreturn]] void refuse_file(const std::string &start) const;
-    void refuse_header(const float *samples, std::size_t count) const;
+    void refuse_header(const float *samples, size_t count) const;
     std::string conversion() const;
     void open_samples(const WavHeader &header);
     bool is_pipe() const; // sets errno
@@ -62,7 +62,7 @@ private:
     SoundFile file_;          // closed before the descriptor
     sf_count_t promised_ = 0; // samples per channel that the header says; 0 if it does not say
     sf_count_t position_ = 0;
-    std::size_t chunk_ = 4096;
+    size_t chunk_ = 4096;
     bool is_raw_ = false;
     bool lacks_end_ = false;
 };

@@ -20,15 +20,15 @@ constexpr double kBinWidth = 62.5;     // Hz, about
 constexpr double kEmptyDb = -38.0;     // the power above the edge against that just below
 constexpr double kLeastSeconds = 2.0;  // of sound
 constexpr double kDenseSeconds = 10.0; // of sound in which every window counts, then one of these
-constexpr std::size_t kSparse = 13;
+constexpr size_t kSparse = 13;
 constexpr double kSettledSeconds = 30.0; // of sound
 constexpr double kSettledDb = -28.0;     // as kEmptyDb
 constexpr double kSilence = 1e-8;        // mean square, full scale 1: the library's lowest gate
 constexpr int kEdges[] = {4000, 8000};   // Hz: half of the lower rates that the library takes
 
-std::size_t transform_length(int rate)
+size_t transform_length(int rate)
 {
-    std::size_t length = 1;
+    size_t length = 1;
     while (static_cast<double>(length) * kBinWidth < rate)
         length *= 2;
     return length;
@@ -40,7 +40,7 @@ BandLimit::BandLimit(int rate)
     : rate_(rate), length_(transform_length(rate)), transform_(length_, false), window_(length_),
       windowed_(length_), spectrum_(length_ / 2 + 1), power_(length_ / 2 + 1)
 {
-    for (std::size_t n = 0; n < length_; ++n) // Hann
+    for (size_t n = 0; n < length_; ++n) // Hann
         window_[n] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) /
                                                              static_cast<double>(length_)));
     for (const int edge : kEdges) {
@@ -58,12 +58,12 @@ void BandLimit::add(const Frame &frame)
     samples_.insert(samples_.end(), std::begin(frame), std::end(frame));
     if (samples_.size() < length_ * EZOSSL_MIC_COUNT)
         return;
-    const std::size_t weight = heard_ < kDenseSeconds ? 1 : kSparse;
+    const size_t weight = heard_ < kDenseSeconds ? 1 : kSparse;
     double energy = 0.0;
     for (const double sample : samples_)
         energy += sample * sample / (kFullScale * kFullScale);
     const bool is_heard = energy / static_cast<double>(samples_.size()) > kSilence;
-    for (std::size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel) {
+    for (size_t channel = 0; channel < EZOSSL_MIC_COUNT; ++channel) {
         transform_channel(channel);
         add_spectrum(static_cast<double>(weight));
         for (MirrorImage &image : images_) {
@@ -79,26 +79,26 @@ void BandLimit::add(const Frame &frame)
     is_settled_ = heard_ >= kSettledSeconds && !edge_below(kSettledDb);
 }
 
-void BandLimit::transform_channel(std::size_t channel)
+void BandLimit::transform_channel(size_t channel)
 {
-    for (std::size_t n = 0; n < length_; ++n)
+    for (size_t n = 0; n < length_; ++n)
         windowed_[n] = window_[n] * static_cast<float>(samples_[EZOSSL_MIC_COUNT * n + channel]);
     transform_.forward(windowed_, spectrum_);
 }
 
 void BandLimit::add_spectrum(double weight)
 {
-    for (std::size_t k = 0; k < power_.size(); ++k)
+    for (size_t k = 0; k < power_.size(); ++k)
         power_[k] += weight * std::norm(std::complex<double>(spectrum_[k].r, spectrum_[k].i));
 }
 
 double BandLimit::mean_power(double from, double to) const
 {
     const double bin = static_cast<double>(rate_) / static_cast<double>(length_);
-    const auto first = static_cast<std::size_t>(std::ceil(from / bin));
-    const auto last = static_cast<std::size_t>(to / bin);
+    const auto first = static_cast<size_t>(std::ceil(from / bin));
+    const auto last = static_cast<size_t>(to / bin);
     double sum = 0.0;
-    for (std::size_t k = first; k <= last; ++k)
+    for (size_t k = first; k <= last; ++k)
         sum += power_[k];
     return sum / static_cast<double>(last - first + 1);
 }

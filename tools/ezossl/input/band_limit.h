@@ -32,13 +32,13 @@ public:
     bool is_settled() const { return is_settled_; }
 
 private:
-    void transform_channel(std::size_t channel);
+    void transform_channel(size_t channel);
     void add_spectrum(double weight);
     std::optional<int> edge_below(double db) const;
     double mean_power(double from, double to) const; // of the bins between two frequencies in Hz
 
     int rate_;
-    std::size_t length_; // of the transform
+    size_t length_; // of the transform
     RealTransform transform_;
     std::vector<float> window_;
     std::vector<int16_t> samples_; // pairs, until there are enough
@@ -46,9 +46,9 @@ private:
     std::vector<kiss_fft_cpx> spectrum_;
     std::vector<double> power_; // of each bin, summed
     std::vector<MirrorImage> images_;
-    std::size_t windows_ = 0;       // before the first that is passed over
-    double heard_ = 0.0;            // seconds above silence
-    std::size_t unseen_frames_ = 0; // that are passed over before the next window
+    size_t windows_ = 0;       // before the first that is passed over
+    double heard_ = 0.0;       // seconds above silence
+    size_t unseen_frames_ = 0; // that are passed over before the next window
     bool is_settled_ = false;
 };
 

@@ -62,14 +62,14 @@ Microphones find_microphones(const ChannelChoice &choice, const std::string &inp
     return microphones;
 }
 
-void pick_pairs(const float *samples, std::size_t count, int channels,
-                const Microphones &microphones, std::vector<float> &pairs)
+void pick_pairs(const float *samples, size_t count, int channels, const Microphones &microphones,
+                std::vector<float> &pairs)
 {
     const float *const first = samples + microphones[0];
     const float *const second = samples + microphones[1];
-    const auto step = static_cast<std::size_t>(channels);
+    const auto step = static_cast<size_t>(channels);
     pairs.resize(count * EZOSSL_MIC_COUNT);
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         pairs[EZOSSL_MIC_COUNT * i] = first[i * step];
         pairs[EZOSSL_MIC_COUNT * i + 1] = second[i * step];
     }

@@ -31,7 +31,7 @@ Microphones parse_channels(const std::string &text);
 Microphones find_microphones(const ChannelChoice &choice, const std::string &input, int channels);
 
 // Fills `pairs` with the microphones' samples; `samples` has `count` of each channel, interleaved.
-void pick_pairs(const float *samples, std::size_t count, int channels,
-                const Microphones &microphones, std::vector<float> &pairs);
+void pick_pairs(const float *samples, size_t count, int channels, const Microphones &microphones,
+                std::vector<float> &pairs);
 
 #endif

@@ -10,11 +10,11 @@ DeviceStream::DeviceStream(const std::string &device, int rate, int channels)
 {
 }
 
-std::optional<std::size_t> DeviceStream::read(float *samples, std::size_t count)
+std::optional<size_t> DeviceStream::read(float *samples, size_t count)
 {
-    const auto width = static_cast<std::size_t>(channels());
+    const auto width = static_cast<size_t>(channels());
     captured_.resize(count * width);
-    const std::size_t got = capture_.read(captured_.data(), count);
+    const size_t got = capture_.read(captured_.data(), count);
     if (recorder_)
         recorder_(captured_.data(), got);
     to_float(captured_.data(), samples, got * width);
@@ -30,7 +30,7 @@ std::string DeviceStream::header_remark() const
 }
 
 // What the device has in a period of 10 ms, so that no sample waits longer.
-std::size_t DeviceStream::chunk() const
+size_t DeviceStream::chunk() const
 {
-    return static_cast<std::size_t>(rate() / 100);
+    return static_cast<size_t>(rate() / 100);
 }

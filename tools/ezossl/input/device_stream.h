@@ -16,19 +16,19 @@ class DeviceStream : public SampleStream
 {
 public:
     // Takes interleaved samples of all channels, and their number per channel.
-    using Recorder = std::function<void(const int16_t *, std::size_t)>;
+    using Recorder = std::function<void(const int16_t *, size_t)>;
 
     // Opens the device as AlsaCapture does.
     DeviceStream(const std::string &device, int rate, int channels);
 
     void record(Recorder recorder) { recorder_ = std::move(recorder); }
 
-    std::optional<std::size_t> read(float *samples, std::size_t count) override;
+    std::optional<size_t> read(float *samples, size_t count) override;
     const std::string &name() const override { return name_; }
     SoundOrigin origin() const override { return SoundOrigin::device; }
     int rate() const override { return capture_.rate(); }
     int channels() const override { return capture_.channels(); }
-    std::size_t chunk() const override;
+    size_t chunk() const override;
     std::string header_remark() const override;
     LostSound lost() const override { return {capture_.overruns(), capture_.suspends()}; }
 

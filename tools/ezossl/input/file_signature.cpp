@@ -32,13 +32,13 @@ constexpr FileSignature kSignatures[] = {
     {0, "#!AMR"sv, "an AMR file", false},
 };
 
-unsigned byte_at(std::string_view bytes, std::size_t place)
+unsigned byte_at(std::string_view bytes, size_t place)
 {
     return static_cast<uint8_t>(bytes[place]);
 }
 
 // 0 if this is not the beginning of a frame of layer III.
-std::size_t mp3_frame_length(std::string_view frame)
+size_t mp3_frame_length(std::string_view frame)
 {
     constexpr unsigned kKilobits[2][16] = {
         {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160, 0},
@@ -58,7 +58,7 @@ std::size_t mp3_frame_length(std::string_view frame)
 }
 
 // 0 if this is not the beginning of a frame with an ADTS header.
-std::size_t aac_frame_length(std::string_view frame)
+size_t aac_frame_length(std::string_view frame)
 {
     if (byte_at(frame, 0) != 0xff || (byte_at(frame, 1) & 0xf6) != 0xf0)
         return 0;
@@ -66,7 +66,7 @@ std::size_t aac_frame_length(std::string_view frame)
 }
 
 // 0 if this is not the beginning of a frame of AC-3 or E-AC-3.
-std::size_t ac3_frame_length(std::string_view frame)
+size_t ac3_frame_length(std::string_view frame)
 {
     constexpr unsigned kKilobits[] = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
                                       192, 224, 256, 320, 384, 448, 512, 576, 640};
@@ -86,12 +86,12 @@ std::size_t ac3_frame_length(std::string_view frame)
 }
 
 // Two bytes could be a sample. So another frame has to follow the first.
-bool begins_with_frames(std::string_view start, std::size_t (*length_of)(std::string_view))
+bool begins_with_frames(std::string_view start, size_t (*length_of)(std::string_view))
 {
-    constexpr std::size_t kHeader = 6;
+    constexpr size_t kHeader = 6;
     if (start.size() < kHeader)
         return false;
-    const std::size_t length = length_of(start);
+    const size_t length = length_of(start);
     return length > 0 && length + kHeader <= start.size() &&
            start.substr(length, 2) == start.substr(0, 2);
 }
@@ -114,9 +114,9 @@ bool begins_with_ac3(std::string_view start)
 // Only half a byte is the same in all frames, so there have to be many.
 bool begins_with_gsm(std::string_view start)
 {
-    constexpr std::size_t kLength = 33;
-    constexpr std::size_t kFrames = 20;
-    for (std::size_t i = 0; i < kFrames; ++i) {
+    constexpr size_t kLength = 33;
+    constexpr size_t kFrames = 20;
+    for (size_t i = 0; i < kFrames; ++i) {
         if (i * kLength >= start.size() || byte_at(start, i * kLength) >> 4 != 0xd)
             return false;
     }

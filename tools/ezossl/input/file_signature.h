@@ -9,7 +9,7 @@
 #include <string_view>
 
 struct FileSignature {
-    std::size_t offset; // of the bytes
+    size_t offset; // of the bytes
     std::string_view bytes;
     const char *name; // "a FLAC file"
     bool is_readable; // by libsndfile

@@ -52,7 +52,7 @@ bool FrameSource::refill()
         return false;
     ready_.erase(ready_.begin(), ready_.begin() + static_cast<std::ptrdiff_t>(used_));
     used_ = 0;
-    const std::size_t kept = ready_.size();
+    const size_t kept = ready_.size();
     ready_.resize(kept + pairs->size());
     clamped_ += static_cast<int64_t>(to_int16(pairs->data(), ready_.data() + kept, pairs->size()));
     read_pairs_ += static_cast<int64_t>(pairs->size() / EZOSSL_MIC_COUNT);

@@ -53,7 +53,7 @@ public:
     bool is_cut() { return pairs_.is_cut(); }
 
     int64_t read_pairs() const { return read_pairs_; } // so far, with those unread
-    std::size_t unread_pairs() const { return (ready_.size() - used_) / EZOSSL_MIC_COUNT; }
+    size_t unread_pairs() const { return (ready_.size() - used_) / EZOSSL_MIC_COUNT; }
     int64_t clamped() const { return clamped_; } // samples beyond full scale
 
     // Notes for the user before and after reading; empty ones are left out.
@@ -71,7 +71,7 @@ private:
     int rate_;
     PairSource pairs_;
     std::vector<int16_t> ready_;
-    std::size_t used_ = 0; // samples of these
+    size_t used_ = 0; // samples of these
     int64_t read_pairs_ = 0;
     int64_t clamped_ = 0;
 };

@@ -30,29 +30,26 @@ std::complex<double> phase_of(const kiss_fft_cpx &bin)
 
 } // namespace
 
-MirrorImage::MirrorImage(int rate, std::size_t length, int edge)
-    : rate_(rate), sampled_at_(2 * edge)
+MirrorImage::MirrorImage(int rate, size_t length, int edge) : rate_(rate), sampled_at_(2 * edge)
 {
     const double bins_per_hz = static_cast<double>(length) / rate;
-    first_ = static_cast<std::size_t>(std::ceil(kFirst * edge * bins_per_hz));
-    mirror_ = static_cast<std::size_t>(std::lround(sampled_at_ * bins_per_hz));
-    const auto last = static_cast<std::size_t>(kLast * edge * bins_per_hz);
+    first_ = static_cast<size_t>(std::ceil(kFirst * edge * bins_per_hz));
+    mirror_ = static_cast<size_t>(std::lround(sampled_at_ * bins_per_hz));
+    const auto last = static_cast<size_t>(kLast * edge * bins_per_hz);
     same_window_.resize(last - first_ + 1);
     other_window_.resize(same_window_.size());
     for (auto &above : above_)
         above.resize(same_window_.size());
 }
 
-void MirrorImage::add(std::size_t channel, std::size_t start,
-                      const std::vector<kiss_fft_cpx> &spectrum)
+void MirrorImage::add(size_t channel, size_t start, const std::vector<kiss_fft_cpx> &spectrum)
 {
     // Where the window starts between two old sampling instants.
-    const std::size_t turn = start % static_cast<std::size_t>(rate_) *
-                             static_cast<std::size_t>(sampled_at_) %
-                             static_cast<std::size_t>(rate_);
+    const size_t turn = start % static_cast<size_t>(rate_) * static_cast<size_t>(sampled_at_) %
+                        static_cast<size_t>(rate_);
     const std::complex<double> back =
         std::polar(1.0, -2.0 * kPi * static_cast<double>(turn) / rate_);
-    for (std::size_t i = 0; i < same_window_.size(); ++i) {
+    for (size_t i = 0; i < same_window_.size(); ++i) {
         const std::complex<double> below = phase_of(spectrum[first_ + i]) * back;
         std::complex<double> &before = above_[channel][i];
         const std::complex<double> above = phase_of(spectrum[mirror_ - first_ - i]);

@@ -19,10 +19,10 @@ class MirrorImage
 public:
     // Of spectra with length / 2 + 1 bins up to half the rate; the edge in Hz is at most half of
     // that.
-    MirrorImage(int rate, std::size_t length, int edge);
+    MirrorImage(int rate, size_t length, int edge);
 
     // The spectrum of a channel in a window, which starts this many samples after the first one.
-    void add(std::size_t channel, std::size_t start, const std::vector<kiss_fft_cpx> &spectrum);
+    void add(size_t channel, size_t start, const std::vector<kiss_fft_cpx> &spectrum);
 
     bool is_found() const;
     int edge() const { return sampled_at_ / 2; }
@@ -34,12 +34,12 @@ private:
 
     int rate_;
     int sampled_at_; // Hz, before the rate was raised
-    std::size_t first_;
-    std::size_t mirror_; // bin k has its image in bin mirror_ - k
-    Sums same_window_;   // of each bin from first_ on
+    size_t first_;
+    size_t mirror_;    // bin k has its image in bin mirror_ - k
+    Sums same_window_; // of each bin from first_ on
     Sums other_window_;
     std::vector<std::complex<double>> above_[EZOSSL_MIC_COUNT]; // phases of the window before
-    std::size_t spectra_ = 0;
+    size_t spectra_ = 0;
 };
 
 #endif

@@ -17,7 +17,7 @@ constexpr std::ptrdiff_t kFlagsAt = 5;
 constexpr unsigned kLastPage = 0x04;
 constexpr std::ptrdiff_t kSegmentsAt = 26; // how many there are, at most 255
 constexpr std::ptrdiff_t kHeaderBytes = 27;
-constexpr std::size_t kMostBytes = 27 + 255 + 255 * 255;
+constexpr size_t kMostBytes = 27 + 255 + 255 * 255;
 
 // The last bytes of a file, as many as a page may have.
 std::vector<unsigned char> tail_of(int descriptor)
@@ -25,11 +25,11 @@ std::vector<unsigned char> tail_of(int descriptor)
     struct stat status = {};
     if (fstat(descriptor, &status) != 0 || status.st_size < 0)
         return {};
-    const std::size_t size = static_cast<std::size_t>(status.st_size);
+    const size_t size = static_cast<size_t>(status.st_size);
     std::vector<unsigned char> tail(std::min(size, kMostBytes));
     const ssize_t got = pread(descriptor, tail.data(), tail.size(),
                               status.st_size - static_cast<off_t>(tail.size()));
-    tail.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    tail.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
     return tail;
 }
 

@@ -13,7 +13,7 @@
 PairSource::PairSource(std::unique_ptr<SampleStream> stream, const Microphones &microphones,
                        int rate)
     : stream_(std::move(stream)), microphones_(microphones),
-      chunk_(stream_->chunk() * static_cast<std::size_t>(stream_->channels()))
+      chunk_(stream_->chunk() * static_cast<size_t>(stream_->channels()))
 {
     if (stream_->rate() != rate)
         resampler_.emplace(stream_->rate(), rate);
@@ -38,7 +38,7 @@ const std::vector<float> *PairSource::read()
 {
     if (is_over_)
         return nullptr;
-    const std::optional<std::size_t> count = read_until(limit_);
+    const std::optional<size_t> count = read_until(limit_);
     is_over_ = !count || interrupts() >= interrupts_to_end_;
     if (interrupts() >= interrupts_to_end_)
         return nullptr;
@@ -54,12 +54,12 @@ bool PairSource::is_cut()
 }
 
 // Nothing at the end of the stream, or where `end` is reached.
-std::optional<std::size_t> PairSource::read_until(int64_t end)
+std::optional<size_t> PairSource::read_until(int64_t end)
 {
     const auto wanted = std::min(static_cast<int64_t>(stream_->chunk()), end - position_);
     if (wanted == 0)
         return std::nullopt;
-    const auto count = stream_->read(chunk_.data(), static_cast<std::size_t>(wanted));
+    const auto count = stream_->read(chunk_.data(), static_cast<size_t>(wanted));
     position_ += static_cast<int64_t>(count.value_or(0));
     return count;
 }

@@ -43,7 +43,7 @@ public:
     bool is_cut();
 
 private:
-    std::optional<std::size_t> read_until(int64_t end);
+    std::optional<size_t> read_until(int64_t end);
     int64_t samples_in(double seconds) const;
 
     std::unique_ptr<SampleStream> stream_;

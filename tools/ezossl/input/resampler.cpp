@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::size_t kChannels = 2;
+constexpr size_t kChannels = 2;
 
 // Chosen by measurement. From 48000 to 16000 Hz this takes a tenth of the time of a windowed sinc
 // of like length. Its pass band is flat to 0.01 dB up to 92 % of the lower Nyquist frequency; from
@@ -33,11 +33,11 @@ Resampler::Resampler(int from_rate, int to_rate) : ratio_(static_cast<double>(to
     require(error);
 }
 
-const std::vector<float> &Resampler::process(const float *samples, std::size_t pairs, bool is_last)
+const std::vector<float> &Resampler::process(const float *samples, size_t pairs, bool is_last)
 {
     result_.clear();
     while (pairs > 0) {
-        const std::size_t used = convert(samples, pairs).used;
+        const size_t used = convert(samples, pairs).used;
         samples += kChannels * used;
         pairs -= used;
     }
@@ -46,10 +46,10 @@ const std::vector<float> &Resampler::process(const float *samples, std::size_t p
     return result_;
 }
 
-Resampler::Progress Resampler::convert(const float *samples, std::size_t pairs)
+Resampler::Progress Resampler::convert(const float *samples, size_t pairs)
 {
-    constexpr std::size_t kSpare = 4096;
-    const std::size_t room = static_cast<std::size_t>(static_cast<double>(pairs) * ratio_) + kSpare;
+    constexpr size_t kSpare = 4096;
+    const size_t room = static_cast<size_t>(static_cast<double>(pairs) * ratio_) + kSpare;
     if (made_.size() < kChannels * room)
         made_.resize(kChannels * room);
     Progress progress{};

@@ -19,18 +19,18 @@ public:
     // Takes pairs and returns those that they complete. The filter's delay is taken out: pair n of
     // the whole output belongs to the time n / to_rate. The output lags the input by up to 40 ms;
     // with `is_last`, what was held back comes out too, and nothing may follow.
-    const std::vector<float> &process(const float *samples, std::size_t pairs, bool is_last);
+    const std::vector<float> &process(const float *samples, size_t pairs, bool is_last);
 
 private:
     struct Delete {
         void operator()(soxr *state) const { soxr_delete(state); }
     };
     struct Progress { // in pairs
-        std::size_t used;
-        std::size_t made;
+        size_t used;
+        size_t made;
     };
     // Appends to result_; without samples, what was held back.
-    Progress convert(const float *samples, std::size_t pairs);
+    Progress convert(const float *samples, size_t pairs);
 
     double ratio_;
     std::unique_ptr<soxr, Delete> state_;

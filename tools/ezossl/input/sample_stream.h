@@ -30,13 +30,13 @@ public:
 
     // Up to `count` samples per channel, interleaved, full scale 1. Nothing at the end; 0 if there
     // is none for a moment. Failure if they cannot be read.
-    virtual std::optional<std::size_t> read(float *samples, std::size_t count) = 0;
+    virtual std::optional<size_t> read(float *samples, size_t count) = 0;
 
     virtual const std::string &name() const = 0; // as messages show it
     virtual SoundOrigin origin() const = 0;
     virtual int rate() const = 0; // Hz
     virtual int channels() const = 0;
-    virtual std::size_t chunk() const = 0; // samples per channel that are best read at once
+    virtual size_t chunk() const = 0; // samples per channel that are best read at once
 
     // Samples per channel in all, if that is known.
     virtual std::optional<int64_t> length() const { return std::nullopt; }

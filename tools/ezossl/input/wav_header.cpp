@@ -15,9 +15,9 @@
 namespace {
 
 constexpr uint32_t kExtensible = 0xfffe; // the tag stands at the beginning of a longer identifier
-constexpr std::size_t kStartBytes = 12;
-constexpr std::size_t kFormatBytes = 16;
-constexpr std::size_t kExtensibleBytes = 26;
+constexpr size_t kStartBytes = 12;
+constexpr size_t kFormatBytes = 16;
+constexpr size_t kExtensibleBytes = 26;
 
 struct Encoding {
     uint32_t tag;
@@ -31,21 +31,21 @@ constexpr Encoding kEncodings[] = {
 };
 
 // Fewer bytes at the end only.
-std::size_t read_up_to(int descriptor, unsigned char *bytes, std::size_t count)
+size_t read_up_to(int descriptor, unsigned char *bytes, size_t count)
 {
-    std::size_t done = 0;
+    size_t done = 0;
     while (done < count) {
         const ssize_t got = read(descriptor, bytes + done, count - done);
         if (got < 0 && errno == EINTR && interrupts() == 0)
             continue;
         if (got <= 0)
             break;
-        done += static_cast<std::size_t>(got);
+        done += static_cast<size_t>(got);
     }
     return done;
 }
 
-bool read_all(int descriptor, unsigned char *bytes, std::size_t count)
+bool read_all(int descriptor, unsigned char *bytes, size_t count)
 {
     return read_up_to(descriptor, bytes, count) == count;
 }
@@ -54,7 +54,7 @@ bool skip(int descriptor, uint64_t count)
 {
     unsigned char ignored[4096];
     for (uint64_t left = count; left > 0;) {
-        const auto now = static_cast<std::size_t>(std::min<uint64_t>(left, sizeof ignored));
+        const auto now = static_cast<size_t>(std::min<uint64_t>(left, sizeof ignored));
         if (!read_all(descriptor, ignored, now))
             return false;
         left -= now;
@@ -70,7 +70,7 @@ uint32_t little_endian(const unsigned char *bytes, int count)
     return value;
 }
 
-WavHeader parse_format(const unsigned char *format, std::size_t size)
+WavHeader parse_format(const unsigned char *format, size_t size)
 {
     uint32_t tag = little_endian(format, 2);
     if (tag == kExtensible && size >= kExtensibleBytes)
@@ -92,7 +92,7 @@ WavHeader parse_format(const unsigned char *format, std::size_t size)
 std::string read_start(int descriptor)
 {
     unsigned char start[kStartBytes];
-    const std::size_t count = read_up_to(descriptor, start, sizeof start);
+    const size_t count = read_up_to(descriptor, start, sizeof start);
     return {start, start + count};
 }
 
@@ -114,7 +114,7 @@ std::optional<WavHeader> read_wav_header(int descriptor, const std::string &star
         }
         if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= kFormatBytes) {
             unsigned char format[kExtensibleBytes];
-            const std::size_t length = std::min<std::size_t>(size, sizeof format);
+            const size_t length = std::min<size_t>(size, sizeof format);
             if (!read_all(descriptor, format, length))
                 return std::nullopt;
             header = parse_format(format, length);

@@ -74,7 +74,7 @@ void DataOutput::print(const char *format, ...)
         fail();
 }
 
-void DataOutput::write(const char *bytes, std::size_t count)
+void DataOutput::write(const char *bytes, size_t count)
 {
     if (std::fwrite(bytes, 1, count, file_.get()) != count)
         fail();

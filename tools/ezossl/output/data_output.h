@@ -32,7 +32,7 @@ public:
     // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a
     // pipe is gone, the program ends without a message.
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
-    void write(const char *bytes, std::size_t count);
+    void write(const char *bytes, size_t count);
     void flush();
     void finish();
     // Whether there is a file that only appears with finish().

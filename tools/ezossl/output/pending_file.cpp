@@ -28,7 +28,7 @@ constexpr int kMostLinks = 40; // as Linux follows
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kWritable = 0222;
 constexpr char kEnding[] = ".XXXXXX.part";
-constexpr std::size_t kLongestName = 255 - (sizeof kEnding - 1);
+constexpr size_t kLongestName = 255 - (sizeof kEnding - 1);
 
 // Never destroyed: a file that is a static object ends after any list made later than itself.
 std::vector<const PendingFile *> &pending_files()
@@ -178,13 +178,13 @@ Descriptor PendingFile::duplicate() const
 
 void PendingFile::write(const std::string &text) const
 {
-    for (std::size_t done = 0; done < text.size();) {
+    for (size_t done = 0; done < text.size();) {
         const ssize_t now = ::write(descriptor_, text.data() + done, text.size() - done);
         if (now < 0 && errno != EINTR)
             fail();
         if (now < 0 && working_path_.empty())
             end_if_interrupted(); // a reader of the pipe may never come
-        done += static_cast<std::size_t>(std::max<ssize_t>(now, 0));
+        done += static_cast<size_t>(std::max<ssize_t>(now, 0));
     }
 }
 

@@ -16,7 +16,7 @@
 SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length length,
                          int standard_output)
     : target_(path, PendingFile::Appears::whole, standard_output),
-      update_after_(static_cast<std::size_t>(rate))
+      update_after_(static_cast<size_t>(rate))
 {
     const bool is_flac = std::filesystem::path(path).extension() == ".flac";
     keeps_header_ = !is_flac && length == Length::open;
@@ -40,7 +40,7 @@ SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length
         sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 }
 
-void SoundWriter::write(const int16_t *samples, std::size_t count)
+void SoundWriter::write(const int16_t *samples, size_t count)
 {
     const auto wanted = static_cast<sf_count_t>(count);
     errno = 0;
@@ -66,7 +66,7 @@ void SoundWriter::finish()
 
 void SoundWriter::pour()
 {
-    std::string bytes(std::size_t{1} << 16, '\0');
+    std::string bytes(size_t{1} << 16, '\0');
     ssize_t got = 0;
     for (off_t place = 0;; place += got) {
         errno = 0;
@@ -74,7 +74,7 @@ void SoundWriter::pour()
         require(got >= 0);
         if (got == 0)
             return;
-        target_.write(bytes.substr(0, static_cast<std::size_t>(got)));
+        target_.write(bytes.substr(0, static_cast<size_t>(got)));
     }
 }
 

@@ -27,7 +27,7 @@ public:
                 int standard_output = PendingFile::kNoStandardOutput);
 
     // Interleaved; `count` per channel.
-    void write(const int16_t *samples, std::size_t count);
+    void write(const int16_t *samples, size_t count);
     void finish();
 
 private:
@@ -38,8 +38,8 @@ private:
     SoundFile file_;
     Descriptor memory_; // holds what goes into a pipe, as libsndfile goes back to the header
     bool keeps_header_ = false; // true to the samples
-    std::size_t update_after_;  // samples per channel: a second of them
-    std::size_t since_update_ = 0;
+    size_t update_after_;       // samples per channel: a second of them
+    size_t since_update_ = 0;
 };
 
 #endif

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr std::size_t kPiece = 65536; // bytes
+constexpr size_t kPiece = 65536; // bytes
 
 [[noreturn]] void fail(const std::string &what)
 {
@@ -50,10 +50,10 @@ bool Spool::read(bool skip_first_line, const Take &take) const
         const char *const end = piece.data() + count;
         const char *begin = piece.data();
         if (is_skipping) {
-            const void *const line_end = std::memchr(begin, '\n', static_cast<std::size_t>(count));
+            const void *const line_end = std::memchr(begin, '\n', static_cast<size_t>(count));
             is_skipping = line_end == nullptr;
             begin = is_skipping ? end : static_cast<const char *>(line_end) + 1;
         }
-        take(begin, static_cast<std::size_t>(end - begin));
+        take(begin, static_cast<size_t>(end - begin));
     }
 }

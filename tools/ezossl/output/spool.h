@@ -18,7 +18,7 @@ public:
     // To write to.
     int descriptor() const { return file_.get(); }
 
-    using Take = std::function<void(const char *bytes, std::size_t count)>;
+    using Take = std::function<void(const char *bytes, size_t count)>;
     // The text from the beginning, in pieces, if wanted without its first line. False if it is
     // empty.
     bool read(bool skip_first_line, const Take &take) const;

@@ -52,7 +52,7 @@ int Summary::nth_angle(int64_t n) const
     const auto *count = count_of_angle_.begin();
     for (int64_t passed = *count; passed <= n;)
         passed += *++count;
-    return angle_at(static_cast<std::size_t>(count - count_of_angle_.begin()));
+    return angle_at(static_cast<size_t>(count - count_of_angle_.begin()));
 }
 
 std::string to_text(const std::string &path, const Summary &summary)

@@ -26,10 +26,10 @@ constexpr double kRowHeight = 14.0;
 constexpr double kLevelTop = kRowsTop + kRowHeight * (kStatusCount - 1) + 16.0;
 constexpr double kLevelBottom = kLevelTop + 74.0;
 constexpr double kHeight = kLevelBottom + 50.0;
-constexpr std::size_t kTitleCharacters = 70;
+constexpr size_t kTitleCharacters = 70;
 
 // With more blocks than this, only thin marks stay apart.
-constexpr std::size_t kManyBlocks = 300;
+constexpr size_t kManyBlocks = 300;
 
 // Places that differ by less than half a unit look the same.
 double on_grid(double x)

@@ -16,9 +16,9 @@ std::string angle_text(double degrees)
     return sign + svg_number(std::fabs(degrees)) + "°";
 }
 
-std::size_t count_of(const std::vector<Block> &blocks, BlockStatus status)
+size_t count_of(const std::vector<Block> &blocks, BlockStatus status)
 {
-    return static_cast<std::size_t>(
+    return static_cast<size_t>(
         std::count_if(blocks.begin(), blocks.end(),
                       [status](const Block &block) { return block.status == status; }));
 }
@@ -35,7 +35,7 @@ double median_angle(const std::vector<Block> &blocks)
 
 std::string result_text(const std::vector<Block> &blocks)
 {
-    const std::size_t decided = count_of(blocks, BlockStatus::ok);
+    const size_t decided = count_of(blocks, BlockStatus::ok);
     std::string text = std::to_string(decided) + " of " +
                        counted(static_cast<int64_t>(blocks.size()), "block") + " with an angle";
     if (decided == 0)
@@ -46,16 +46,16 @@ std::string result_text(const std::vector<Block> &blocks)
            angle_text(median_angle(blocks));
 }
 
-std::string fitting_title(const std::string &title, std::size_t most_characters)
+std::string fitting_title(const std::string &title, size_t most_characters)
 {
     const auto starts_character = [](char byte) {
         return (static_cast<unsigned char>(byte) & 0xC0u) != 0x80;
     };
     const auto characters =
-        static_cast<std::size_t>(std::count_if(title.begin(), title.end(), starts_character));
+        static_cast<size_t>(std::count_if(title.begin(), title.end(), starts_character));
     if (characters <= most_characters)
         return title;
-    std::size_t to_drop = characters - most_characters + 1; // one for the ellipsis
+    size_t to_drop = characters - most_characters + 1; // one for the ellipsis
     const auto kept = std::find_if(title.begin(), title.end(), [&](char byte) {
         return starts_character(byte) && to_drop-- == 0;
     });

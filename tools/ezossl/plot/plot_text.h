@@ -13,7 +13,7 @@
 // "+30°", "−7.5°", "0°"; with a true minus sign.
 std::string angle_text(double degrees);
 
-std::size_t count_of(const std::vector<Block> &blocks, BlockStatus status);
+size_t count_of(const std::vector<Block> &blocks, BlockStatus status);
 
 // Of the blocks with an angle; there must be one. Of an even number, the mean of the two in the
 // middle.
@@ -23,6 +23,6 @@ double median_angle(const std::vector<Block> &blocks);
 std::string result_text(const std::vector<Block> &blocks);
 
 // Shortens a title at its start to fit its line, because the end of a path says more.
-std::string fitting_title(const std::string &title, std::size_t most_characters);
+std::string fitting_title(const std::string &title, size_t most_characters);
 
 #endif

@@ -21,22 +21,22 @@ constexpr double kMargin = 28.0;
 constexpr SvgPoint kCentre = {360.0, 394.0};
 constexpr double kHub = 40.0; // radius left to the microphones
 constexpr double kRim = 280.0;
-constexpr std::size_t kTitleCharacters = 64;
+constexpr size_t kTitleCharacters = 64;
 constexpr double kSectorDegrees = 10.0;
 
 // The angles around a multiple of ten degrees; the outer ones end at ±90.
 struct Sector {
     double from; // degrees
     double to;
-    std::size_t count; // of blocks, not 0
-    double percent;    // of the blocks with an angle
+    size_t count;   // of blocks, not 0
+    double percent; // of the blocks with an angle
 
     double middle() const { return (from + to) / 2.0; }
 };
 
 std::vector<Sector> sectors_of(const std::vector<Block> &blocks)
 {
-    std::map<int64_t, std::size_t> counts;
+    std::map<int64_t, size_t> counts;
     for (const Block &block : blocks) {
         if (block.status == BlockStatus::ok)
             counts[std::llround(block.angle / kSectorDegrees)]++;

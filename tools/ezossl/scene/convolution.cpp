@@ -10,10 +10,10 @@
 
 std::vector<float> convolve(const std::vector<float> &samples, const std::vector<float> &response)
 {
-    std::size_t length = 1024;
+    size_t length = 1024;
     while (length < 2 * response.size())
         length *= 2;
-    const std::size_t step = length - response.size() + 1;
+    const size_t step = length - response.size() + 1;
     const RealTransform forward(length, false);
     const RealTransform inverse(length, true);
     std::vector<kiss_fft_cpx> filter(length / 2 + 1);
@@ -24,19 +24,19 @@ std::vector<float> convolve(const std::vector<float> &samples, const std::vector
 
     const float scale = 1.0f / static_cast<float>(length);
     std::vector<float> result(samples.size());
-    for (std::size_t start = 0; start < samples.size(); start += step) {
-        const std::size_t count = std::min(step, samples.size() - start);
+    for (size_t start = 0; start < samples.size(); start += step) {
+        const size_t count = std::min(step, samples.size() - start);
         std::fill(block.begin(), block.end(), 0.0f);
         std::copy_n(&samples[start], count, block.begin());
         forward.forward(block, spectrum);
-        for (std::size_t k = 0; k < spectrum.size(); ++k) {
+        for (size_t k = 0; k < spectrum.size(); ++k) {
             const kiss_fft_cpx x = spectrum[k];
             spectrum[k].r = x.r * filter[k].r - x.i * filter[k].i;
             spectrum[k].i = x.r * filter[k].i + x.i * filter[k].r;
         }
         inverse.inverse(spectrum, block);
-        const std::size_t reach = std::min(length, samples.size() - start);
-        for (std::size_t n = 0; n < reach; ++n)
+        const size_t reach = std::min(length, samples.size() - start);
+        for (size_t n = 0; n < reach; ++n)
             result[start + n] += scale * block[n];
     }
     return result;

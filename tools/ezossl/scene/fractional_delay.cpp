@@ -43,7 +43,7 @@ Taps make_taps(double fraction)
         const double sinc = x == 0.0 ? 1.0 : std::sin(kPi * x) / (kPi * x);
         const double tap =
             sinc * bessel_i0(kKaiserBeta * std::sqrt(std::max(0.0, 1.0 - edge * edge)));
-        taps[static_cast<std::size_t>(i)] = tap;
+        taps[static_cast<size_t>(i)] = tap;
         sum += tap;
     }
     for (double &tap : taps)
@@ -62,22 +62,22 @@ std::vector<Taps> make_table()
 
 // Calls weigh(index, weight) for every sample of the signal that a place touches.
 template <class Weigh>
-void for_each_tap(std::size_t length, double place, Weigh weigh)
+void for_each_tap(size_t length, double place, Weigh weigh)
 {
     static const std::vector<Taps> table = make_table();
     const double whole = std::floor(place);
     const double row = (place - whole) * kRows;
-    const auto lower = std::min(static_cast<std::size_t>(row), std::size_t{kRows - 1});
+    const auto lower = std::min(static_cast<size_t>(row), size_t{kRows - 1});
     const double part = row - static_cast<double>(lower);
     const auto first = static_cast<std::ptrdiff_t>(whole) - (kInterpolationReach - 1);
     const std::ptrdiff_t begin = std::max<std::ptrdiff_t>(0, -first);
     const std::ptrdiff_t end =
         std::min<std::ptrdiff_t>(kTaps, static_cast<std::ptrdiff_t>(length) - first);
     for (std::ptrdiff_t i = begin; i < end; ++i) {
-        const auto tap = static_cast<std::size_t>(i);
+        const auto tap = static_cast<size_t>(i);
         const double weight =
             table[lower][tap] + part * (table[lower + 1][tap] - table[lower][tap]);
-        weigh(static_cast<std::size_t>(first + i), weight);
+        weigh(static_cast<size_t>(first + i), weight);
     }
 }
 
@@ -87,13 +87,13 @@ double value_at(const std::vector<float> &samples, double place)
 {
     double sum = 0.0;
     for_each_tap(samples.size(), place,
-                 [&](std::size_t index, double weight) { sum += weight * double{samples[index]}; });
+                 [&](size_t index, double weight) { sum += weight * double{samples[index]}; });
     return sum;
 }
 
 void add_impulse(std::vector<float> &samples, double place, double amplitude)
 {
-    for_each_tap(samples.size(), place, [&](std::size_t index, double weight) {
+    for_each_tap(samples.size(), place, [&](size_t index, double weight) {
         samples[index] += static_cast<float>(weight * amplitude);
     });
 }

@@ -44,7 +44,7 @@ void for_each_image(const Point &size, const Point &source, const Point &receive
                     const AtWork &at_work, Visit visit)
 {
     std::vector<AxisImage> axis[3];
-    for (std::size_t i = 0; i < 3; ++i)
+    for (size_t i = 0; i < 3; ++i)
         axis[i] = images_along(size[i], source[i], receiver[i], reach);
     double planes = 0.0;
     for (const AxisImage &x : axis[0]) {
@@ -80,7 +80,7 @@ public:
     double reverberation_time(double reflection) const
     {
         std::vector<double> to_come(energy_.size() + 1, 0.0);
-        for (std::size_t t = energy_.size(); t-- > 0;) {
+        for (size_t t = energy_.size(); t-- > 0;) {
             double factor = 1.0;
             double sum = 0.0;
             for (const double energy : energy_[t]) {
@@ -97,8 +97,8 @@ private:
 
     void add(double time, int reflections, double energy)
     {
-        const auto t = static_cast<std::size_t>(time / kStep);
-        const auto order = static_cast<std::size_t>(reflections);
+        const auto t = static_cast<size_t>(time / kStep);
+        const auto order = static_cast<size_t>(reflections);
         if (energy_.size() <= t)
             energy_.resize(t + 1);
         if (energy_[t].size() <= order)
@@ -109,7 +109,7 @@ private:
     static double time_below(const std::vector<double> &to_come, double db)
     {
         const double limit = to_come.front() * std::pow(10.0, db / 10.0);
-        std::size_t t = 0;
+        size_t t = 0;
         while (t + 1 < to_come.size() && to_come[t] > limit)
             ++t;
         return kStep * static_cast<double>(t);
@@ -170,7 +170,7 @@ Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int
 Point Room::middle_of_pair() const
 {
     Point middle{};
-    for (std::size_t i = 0; i < 3; ++i)
+    for (size_t i = 0; i < 3; ++i)
         middle[i] = kPairPlace[i] * settings_.size[i];
     return middle;
 }
@@ -181,7 +181,7 @@ Point Room::source_at(double angle_deg) const
     Point source = middle_of_pair();
     source[0] -= settings_.distance * std::sin(angle_deg * kPi / 180.0);
     source[1] += settings_.distance * std::cos(angle_deg * kPi / 180.0);
-    for (std::size_t i = 0; i < 2; ++i) {
+    for (size_t i = 0; i < 2; ++i) {
         if (source[i] >= kWallMargin && source[i] <= settings_.size[i] - kWallMargin)
             continue;
         char text[256];
@@ -200,7 +200,7 @@ std::vector<float> Room::response(double angle_deg, int microphone, const AtWork
     Point receiver = middle_of_pair();
     receiver[0] += (microphone == 0 ? -0.5 : 0.5) * spacing_;
     const double reach = reach_of(settings_, sound_speed_);
-    std::vector<float> response(static_cast<std::size_t>(reach / sound_speed_ * rate_) +
+    std::vector<float> response(static_cast<size_t>(reach / sound_speed_ * rate_) +
                                 2 * kInterpolationReach);
     for_each_image(settings_.size, source_at(angle_deg), receiver, reach, at_work,
                    [&](double distance, int reflections) {

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr float kPeak = 0.7f;
-constexpr std::size_t kStride = 8192; // samples from one sign of life to the next
+constexpr size_t kStride = 8192; // samples from one sign of life to the next
 
 // What a microphone hears of a far source without a room: half the delay on either side.
 std::vector<float> hear_far(const std::vector<float> &source, const Placement &placement,
@@ -24,7 +24,7 @@ std::vector<float> hear_far(const std::vector<float> &source, const Placement &p
     const double part = microphone == 0 ? 0.5 : -0.5;
     const auto length = static_cast<double>(source.size());
     std::vector<float> heard(source.size());
-    for (std::size_t n = 0; n < source.size(); ++n) {
+    for (size_t n = 0; n < source.size(); ++n) {
         if (n % kStride == 0)
             at_work(static_cast<double>(n) / length);
         const double angle = placement.at(static_cast<double>(n) / length);
@@ -59,7 +59,7 @@ double NoiseSource::uniform()
     return (static_cast<double>(generator_()) + 0.5) / 4294967296.0;
 }
 
-std::vector<float> make_noise(std::size_t length, NoiseSource &noise)
+std::vector<float> make_noise(size_t length, NoiseSource &noise)
 {
     std::vector<float> samples(length);
     for (float &sample : samples)
@@ -75,18 +75,18 @@ double far_field_delay(double angle, const SceneSettings &settings)
 
 double active_rms(const std::vector<float> &source, int rate)
 {
-    const std::size_t segment = static_cast<std::size_t>(rate) / 100;
+    const size_t segment = static_cast<size_t>(rate) / 100;
     std::vector<double> powers;
-    for (std::size_t start = 0; start < source.size(); start += segment) {
-        const std::size_t end = std::min(start + segment, source.size());
+    for (size_t start = 0; start < source.size(); start += segment) {
+        const size_t end = std::min(start + segment, source.size());
         double energy = 0.0;
-        for (std::size_t i = start; i < end; ++i)
+        for (size_t i = start; i < end; ++i)
             energy += double{source[i]} * double{source[i]};
         powers.push_back(energy / static_cast<double>(end - start));
     }
     const double limit = *std::max_element(powers.begin(), powers.end()) * 1e-4;
     double sum = 0.0;
-    std::size_t active = 0;
+    size_t active = 0;
     for (const double power : powers) {
         if (power > limit) {
             sum += power;
@@ -123,7 +123,7 @@ std::vector<int16_t> make_scene(const std::vector<float> &source,
     for (const Placement &placement : placements) {
         const std::vector<float> first = hear(placement, 0);
         const std::vector<float> second = hear(placement, 1);
-        for (std::size_t i = 0; i < source.size(); ++i) {
+        for (size_t i = 0; i < source.size(); ++i) {
             if (i % kStride == 0)
                 at_step(static_cast<double>(i) / static_cast<double>(source.size()));
             scene.push_back(first[i] + noise_level * noise.next());

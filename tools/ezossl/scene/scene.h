@@ -43,7 +43,7 @@ private:
     std::mt19937 generator_;
 };
 
-std::vector<float> make_noise(std::size_t length, NoiseSource &noise);
+std::vector<float> make_noise(size_t length, NoiseSource &noise);
 
 // Arrival time at microphone 0 less that at microphone 1, in samples: negative on the side of
 // microphone 0, where the angle is positive.

@@ -19,7 +19,7 @@ std::vector<float> read_source(const std::string &path, double seconds, int rate
     pairs.end_after(seconds);
     std::vector<float> source;
     while (const std::vector<float> *const next = pairs.read()) {
-        for (std::size_t i = 0; i < next->size(); i += EZOSSL_MIC_COUNT)
+        for (size_t i = 0; i < next->size(); i += EZOSSL_MIC_COUNT)
             source.push_back((*next)[i]);
     }
     end_if_interrupted();
@@ -28,10 +28,10 @@ std::vector<float> read_source(const std::string &path, double seconds, int rate
     return source;
 }
 
-void repeat_to(std::vector<float> &samples, std::size_t length)
+void repeat_to(std::vector<float> &samples, size_t length)
 {
-    const std::size_t period = samples.size();
+    const size_t period = samples.size();
     samples.resize(length);
-    for (std::size_t i = period; i < length; ++i)
+    for (size_t i = period; i < length; ++i)
         samples[i] = samples[i - period];
 }

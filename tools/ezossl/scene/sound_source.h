@@ -12,6 +12,6 @@
 std::vector<float> read_source(const std::string &path, double seconds, int rate);
 
 // Repeats the samples, or cuts them, to this length.
-void repeat_to(std::vector<float> &samples, std::size_t length);
+void repeat_to(std::vector<float> &samples, size_t length);
 
 #endif

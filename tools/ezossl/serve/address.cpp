@@ -46,8 +46,8 @@ struct HostAndPort {
 
 HostAndPort split(const std::string &text)
 {
-    const std::size_t bracket = text.rfind(']');
-    const std::size_t colon = text.find(':', bracket == std::string::npos ? 0 : bracket);
+    const size_t bracket = text.rfind(']');
+    const size_t colon = text.find(':', bracket == std::string::npos ? 0 : bracket);
     HostAndPort parts = {text.substr(0, colon), ""};
     if (colon != std::string::npos)
         parts.port = text.substr(colon + 1);
@@ -113,7 +113,7 @@ Address parse_address(const std::string &text)
     const std::string serve = "--serve: '" + text + "' ";
     if (is_number(text, ":0123456789abcdefABCDEF") && std::count(text.begin(), text.end(), ':') > 1)
         throw UsageFailure(serve + "is an IPv6 address without brackets; write [::1]:8080");
-    const std::size_t colon = text.rfind(':');
+    const size_t colon = text.rfind(':');
     const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
     if (!is_number(port) || colon == 0)
         throw UsageFailure(serve + "is not [HOST:]PORT; write 8080, or 0.0.0.0:8080 for all "

@@ -9,7 +9,7 @@
 namespace {
 
 constexpr auto kLongest = std::chrono::minutes(1);
-constexpr std::size_t kMost = 512;
+constexpr size_t kMost = 512;
 
 } // namespace
 

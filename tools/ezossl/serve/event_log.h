@@ -54,7 +54,7 @@ private:
     std::deque<Entry> entries_;
     uint64_t next_ = 0; // number
     uint64_t opening_ = 0;
-    std::size_t passing_ = 0;
+    size_t passing_ = 0;
     uint64_t lost_ = 0;
 };
 

@@ -29,14 +29,14 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-constexpr std::size_t kMostReaders = 32;
+constexpr size_t kMostReaders = 32;
 constexpr unsigned kMostConnections = 64; // beside readers: pages, and readers that are refused
 constexpr auto kRequestTime = seconds(5); // from the connection to the end of the answer
 constexpr auto kBeat = seconds(5);        // at which a stream shows that it is alive
 constexpr unsigned kStalled = 10;         // seconds after which a reader that takes nothing is gone
 constexpr auto kFarewell = milliseconds(200);
 constexpr int kSendBuffer = 1 << 15; // bytes that the system holds for a connection
-constexpr std::size_t kPiece = 1024; // bytes of a stream at once
+constexpr size_t kPiece = 1024;      // bytes of a stream at once
 
 constexpr const char *kEvents = "text/event-stream";
 
@@ -91,7 +91,7 @@ private:
         EventLog::Reader reader;
         unsigned long beats;
         std::string text{}; // on its way
-        std::size_t sent = 0;
+        size_t sent = 0;
         bool is_suspended = false;
     };
 
@@ -107,7 +107,7 @@ private:
     MHD_Result respond(MHD_Connection *connection, const std::string &path,
                        const std::string &method);
     MHD_Result respond_with_stream(MHD_Connection *connection, bool is_head);
-    ssize_t read(Stream &stream, char *bytes, std::size_t most);
+    ssize_t read(Stream &stream, char *bytes, size_t most);
     bool find_text(Stream &stream);
     void wake_streams();
     void keep_house();
@@ -235,7 +235,7 @@ try {
     return MHD_CONTENT_READER_END_WITH_ERROR;
 }
 
-ssize_t Server::State::read(Stream &stream, char *bytes, std::size_t most)
+ssize_t Server::State::read(Stream &stream, char *bytes, size_t most)
 {
     const std::lock_guard lock(mutex_);
     if (stream.sent == stream.text.size() && !find_text(stream)) {
@@ -245,7 +245,7 @@ ssize_t Server::State::read(Stream &stream, char *bytes, std::size_t most)
         MHD_suspend_connection(stream.connection);
         return 0;
     }
-    const std::size_t count = stream.text.copy(bytes, most, stream.sent);
+    const size_t count = stream.text.copy(bytes, most, stream.sent);
     stream.sent += count;
     return static_cast<ssize_t>(count);
 }

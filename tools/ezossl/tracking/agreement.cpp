@@ -41,10 +41,10 @@ BlockStatus reason_of_undecided(const std::vector<int> &delays, const PairGeomet
     const std::vector<int> clear = clear_delays(delays);
     if (4 * clear.size() < delays.size())
         return BlockStatus::few_clear;
-    std::array<std::size_t, kDirectionCount> votes{};
+    std::array<size_t, kDirectionCount> votes{};
     for (const int delay : clear)
-        ++votes[static_cast<std::size_t>(geometry.direction_of_lag(delay))];
-    const std::size_t most = *std::max_element(votes.begin(), votes.end());
-    const std::size_t rejected = delays.size() - clear.size();
+        ++votes[static_cast<size_t>(geometry.direction_of_lag(delay))];
+    const size_t most = *std::max_element(votes.begin(), votes.end());
+    const size_t rejected = delays.size() - clear.size();
     return 4 * most >= 3 * rejected ? BlockStatus::near_miss : BlockStatus::disagree;
 }

@@ -41,11 +41,11 @@ constexpr StatusDisplay kStatuses[] = {
      "check the spacing that -s states; run ezossl check"},
     {BlockStatus::undecided, "undecided", "undecided", "#57606a", "#8b949e", ""},
 };
-constexpr std::size_t kStatusCount = sizeof kStatuses / sizeof kStatuses[0];
+constexpr size_t kStatusCount = sizeof kStatuses / sizeof kStatuses[0];
 
-constexpr std::size_t index_of(BlockStatus status)
+constexpr size_t index_of(BlockStatus status)
 {
-    return static_cast<std::size_t>(status);
+    return static_cast<size_t>(status);
 }
 
 constexpr const StatusDisplay &display_of(BlockStatus status)
@@ -55,7 +55,7 @@ constexpr const StatusDisplay &display_of(BlockStatus status)
 
 constexpr bool statuses_are_in_order()
 {
-    for (std::size_t i = 0; i < kStatusCount; ++i) {
+    for (size_t i = 0; i < kStatusCount; ++i) {
         if (index_of(kStatuses[i].status) != i)
             return false;
     }

@@ -18,20 +18,20 @@ constexpr int kQuorumPercent = 14;      // of the frames in the window
 constexpr int kLeastQuorum = 10;        // frames, while the window fills and at low rates
 constexpr double kNearMissShare = 0.75; // of the quorum
 
-double sine_at(std::size_t index)
+double sine_at(size_t index)
 {
     return std::sin(angle_at(index) * kPi / 180.0);
 }
 
 } // namespace
 
-DirectionVote::DirectionVote(std::size_t window_frames)
+DirectionVote::DirectionVote(size_t window_frames)
     : window_frames_(window_frames),
       least_quorum_(std::min(kLeastQuorum, static_cast<int>(window_frames + 1) / 2))
 {
     window_.reserve(window_frames);
-    std::size_t end = 0;
-    for (std::size_t start = 0; start < kAngleCount; ++start) {
+    size_t end = 0;
+    for (size_t start = 0; start < kAngleCount; ++start) {
         while (end < kAngleCount && sine_at(end) <= sine_at(start) + kRangeOfSines)
             ++end;
         range_end_[start] = end;
@@ -58,11 +58,11 @@ void DirectionVote::add(const FrameVote &vote)
 
 DirectionVote::Range DirectionVote::fullest_range() const
 {
-    std::vector<std::size_t> starts; // of the ranges that are equally full
+    std::vector<size_t> starts; // of the ranges that are equally full
     Range fullest;
     int inside = 0; // votes from start to before end
-    std::size_t end = 0;
-    for (std::size_t start = 0; start < kAngleCount; ++start) {
+    size_t end = 0;
+    for (size_t start = 0; start < kAngleCount; ++start) {
         while (end < range_end_[start])
             inside += votes_[end++];
         if (votes_[start] > 0 && inside >= fullest.agreeing) {
@@ -75,7 +75,7 @@ DirectionVote::Range DirectionVote::fullest_range() const
     }
     if (starts.empty())
         return fullest;
-    std::size_t index = starts[starts.size() / 2];
+    size_t index = starts[starts.size() / 2];
     for (int below = (fullest.agreeing - 1) / 2; below >= votes_[index]; ++index)
         below -= votes_[index];
     fullest.angle = angle_at(index);

@@ -29,7 +29,7 @@ class DirectionVote
 {
 public:
     // Counts the last `window_frames` frames.
-    explicit DirectionVote(std::size_t window_frames);
+    explicit DirectionVote(size_t window_frames);
 
     void add(const FrameVote &vote);
 
@@ -51,13 +51,13 @@ private:
     int quorum() const;
     Range fullest_range() const;
 
-    std::size_t window_frames_;
+    size_t window_frames_;
     int least_quorum_;              // half the frames of a window that is too short for more
     std::vector<FrameVote> window_; // a ring
-    std::size_t next_ = 0;
+    size_t next_ = 0;
     int beyond_ = 0;
     std::array<int, kAngleCount> votes_{};
-    std::array<std::size_t, kAngleCount> range_end_{}; // behind the range that starts at this one
+    std::array<size_t, kAngleCount> range_end_{}; // behind the range that starts at this one
 };
 
 #endif

@@ -28,7 +28,7 @@ PairGeometry::PairGeometry(double spacing_cm, int rate, int temperature)
       limit_(library_limit(spacing_cm, rate, temperature)), expected_delays_()
 {
     const int voting_limit = library_limit(spacing_cm, rate, kVotingTemperature);
-    for (std::size_t k = 0; k < expected_delays_.size(); ++k)
+    for (size_t k = 0; k < expected_delays_.size(); ++k)
         expected_delays_[k] = static_cast<float>(
             voting_limit * std::cos(static_cast<double>(k) / (kDirectionCount - 1) * kPi));
 }
@@ -68,7 +68,7 @@ std::array<bool, kDirectionCount> PairGeometry::reachable_directions() const
 {
     std::array<bool, kDirectionCount> reachable{};
     for (int lag = -longest_possible_lag(); lag <= longest_possible_lag(); ++lag)
-        reachable[static_cast<std::size_t>(direction_of_lag(lag))] = true;
+        reachable[static_cast<size_t>(direction_of_lag(lag))] = true;
     return reachable;
 }
 

@@ -31,7 +31,7 @@ Smoother::Smoother(const LocalizerSettings &settings, double seconds, std::optio
     : settings_(settings),
       longest_lag_(PairGeometry(settings.spacing_cm, settings.sample_rate, settings.temperature)
                        .longest_lag()),
-      gate_(gate_db), vote_(static_cast<std::size_t>(frames_in(seconds, settings.sample_rate)))
+      gate_(gate_db), vote_(static_cast<size_t>(frames_in(seconds, settings.sample_rate)))
 {
 }
 

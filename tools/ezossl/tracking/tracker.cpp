@@ -49,8 +49,8 @@ std::optional<TrackedBlock> Tracker::complete_block(Maker &maker) const
     return tracked;
 }
 
-std::size_t Tracker::open_samples() const
+size_t Tracker::open_samples() const
 {
     const int frames = smoother_ ? smoother_->frames() : localizer_.frames();
-    return static_cast<std::size_t>(frames) * EZOSSL_FRAME_LENGTH;
+    return static_cast<size_t>(frames) * EZOSSL_FRAME_LENGTH;
 }

@@ -34,7 +34,7 @@ public:
     std::optional<TrackedBlock> add(const Frame &frame);
 
     // Samples per microphone of the block that is open.
-    std::size_t open_samples() const;
+    size_t open_samples() const;
     int64_t wrapped() const { return localizer_.wrapped(); }
     // The gate that the tool applies itself; nullptr where the library applies one.
     const NoiseGate *gate() const { return smoother_ ? &smoother_->gate() : nullptr; }
