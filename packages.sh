@@ -45,7 +45,7 @@ try() {
     done
     export EMULATOR='' LD_LIBRARY_PATH=$work/root/$libdir PKG_CONFIG_SYSROOT_DIR=$work/root
     export PKG_CONFIG_LIBDIR=$work/root/$libdir/pkgconfig:/$libdir/pkgconfig:/usr/share/pkgconfig
-    [ "$architecture" = "$native" ] || EMULATOR="qemu-$DEB_HOST_GNU_CPU -L /usr/$DEB_HOST_GNU_TYPE"
+    [ "$architecture" = "$native" ] || EMULATOR=qemu-$DEB_HOST_GNU_CPU
     mkdir "$work/bin"
     printf '#!/bin/sh\nexec %s "%s" "$@"\n' "$EMULATOR" "$work/root/usr/bin/ezossl" \
         >"$work/bin/ezossl"

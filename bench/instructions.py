@@ -24,8 +24,8 @@ NATIVE = {'x86_64': 'x86-64', 'aarch64': 'arm64'}.get(platform.machine(), platfo
 # Preset: machine, emulator.
 MACHINES = {
     'release': (NATIVE, [f'qemu-{platform.machine()}']),
-    'arm64': ('arm64', ['qemu-aarch64', '-L', '/usr/aarch64-linux-gnu']),
-    'armhf': ('armhf', ['qemu-arm', '-L', '/usr/arm-linux-gnueabihf']),
+    'arm64': ('arm64', ['qemu-aarch64']),
+    'armhf': ('armhf', ['qemu-arm']),
 }
 # The library's own cases: how long they get is up to this project.
 OWN = ('run', 'signal/', 'call/', 'stage/', 'forward/own', 'inverse/own')

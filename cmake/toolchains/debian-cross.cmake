@@ -8,7 +8,9 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${EZOSSL_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${EZOSSL_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${EZOSSL_TRIPLET})
-set(CMAKE_CROSSCOMPILING_EMULATOR ${EZOSSL_EMULATOR_NAME} -L /usr/${EZOSSL_TRIPLET})
+# Without -L: the loader then comes from those packages, too. With that of the cross compiler, which
+# is of another release, a program that forks does not survive.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${EZOSSL_EMULATOR_NAME})
 
 # The target's .pc files only: those of this machine would name its own libraries.
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${EZOSSL_TRIPLET}/pkgconfig:/usr/share/pkgconfig)
