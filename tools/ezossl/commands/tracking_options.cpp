@@ -183,7 +183,7 @@ TrackerSettings TrackingOptions::settings(int sample_rate) const
     if (block_ms > 0.0)
         frames = frames_in(block_ms / 1000.0, sample_rate);
     const LocalizerSettings localizer = {
-        sample_rate, array.spacing_cm, array.temperature, library_gate_db(), frames, mode, gain_db};
+        sample_rate, array.spacing_cm, array.temperature, fixed_gate_db(), frames, mode, gain_db};
     return {localizer, is_raw ? std::nullopt : std::optional<double>(smooth_seconds),
             is_raw ? localizer.gate_db : gate_db};
 }

@@ -38,7 +38,7 @@ struct TrackingOptions {
     void warn() const;
 
     // The gate that follows the noise is the tool's; the library's is then the lowest there is.
-    int library_gate_db() const { return gate_db.value_or(static_cast<int>(kLowestGateDb)); }
+    int fixed_gate_db() const { return gate_db.value_or(static_cast<int>(kLowestGateDb)); }
     TrackerSettings settings(int sample_rate) const;
     // The dial that the user wants, if any.
     std::unique_ptr<Dial> open_dial() const;

@@ -31,7 +31,7 @@ void amplify(const Frame &from, int gain_db, Frame &to)
 TrackingRun::TrackingRun(const TrackingOptions &options, FrameSource &source, Report &report)
     : options_(options), source_(source), report_(report), band_limit_(source.band_limit()),
       watch_(diagnosis_settings(source, options.array.spacing_cm, options.array.temperature,
-                                options.library_gate_db())),
+                                options.fixed_gate_db())),
       tracker_(options.settings(source.rate()), source.start())
 {
     if (!band_limit_)
