@@ -12,6 +12,7 @@
 #include "base/sample_format.h"
 #include "input/band_limit.h"
 #include "input/resampler.h"
+#include "output/advice.h"
 #include "output/summary.h"
 #include "plot/time_axis.h"
 #include "tracking/agreement.h"
@@ -426,6 +427,32 @@ TEST(BandLimit, OfLongSoundIsThatOfAllOfIt)
     }
 }
 
+// The library draws random numbers for each frame; the sound leads by two and a half samples.
+TEST(Localizer, GivesTheSameBlocksBesideAnother)
+{
+    const LocalizerSettings settings = {16000, 8.6, 20, -80, 4};
+    const std::vector<float> sound = noise(2 * 128 * 100, 0.4f);
+    const auto angles = [&](bool has_others) {
+        Localizer localizer(settings);
+        std::vector<int> result;
+        Frame frame;
+        for (size_t start = 0; start + 2 * 128 + 8 < sound.size(); start += 2 * 128) {
+            for (size_t n = 0; n < 2 * 128; n += 2) {
+                const float *const sample = &sound[start + n];
+                frame[n] = static_cast<int16_t>(16000 * (sample[4] + sample[6]));
+                frame[n + 1] = static_cast<int16_t>(32000 * sample[0]);
+            }
+            if (has_others)
+                Localizer(settings).add_frame(frame);
+            localizer.add_frame(frame);
+            if (localizer.is_block_complete())
+                result.push_back(localizer.finish_block().angle);
+        }
+        return result;
+    };
+    EXPECT_EQ(angles(true), angles(false));
+}
+
 TEST(Median, OfAnEvenCountIsTheMeanOfTheTwoInTheMiddle)
 {
     const std::pair<std::vector<double>, double> cases[] = {
@@ -440,6 +467,43 @@ TEST(Median, OfAnEvenCountIsTheMeanOfTheTwoInTheMiddle)
         EXPECT_EQ(median(values), expected) << ::testing::PrintToString(values);
     }
     EXPECT_EQ(median({}), 0.0);
+}
+
+TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
+{
+    const TrackerSettings usual = {{16000, 5.8, 20, -80, 32}, 1.024, std::nullopt};
+    TrackerSettings fast = usual, raw = usual, delay = usual;
+    fast.localizer.sample_rate = 48000;
+    raw.smooth_seconds.reset();
+    delay.localizer.mode = DelayMode::time_domain;
+    using S = BlockStatus;
+    const struct {
+        TrackerSettings settings;
+        int ok, others;
+        S other;
+        const char *step; // empty for no advice
+    } cases[] = {
+        {usual, 4, 5, S::disagree, "'disagree': move the source nearer, or lessen"},
+        {usual, 4, 4, S::disagree, ""},
+        {usual, 3, 4, S::disagree, ""}, // too few to tell
+        {usual, 0, 8, S::near_miss, "'near miss': move the source nearer, or try a longer --sm"},
+        {usual, 0, 1, S::quiet, "too quiet: lower the gate with -g"},
+        {usual, 1, 90, S::quiet, ""},
+        {fast, 4, 5, S::disagree, "at 48000 Hz few blocks get an angle: omit -r"},
+        {raw, 4, 5, S::near_miss, "omit --raw-blocks"},
+        {delay, 0, 0, S::undecided, "omit it to get angles"},
+    };
+    for (const auto &c : cases) {
+        Summary summary;
+        for (int i = 0; i < c.ok + c.others; ++i)
+            summary.add(a_frame(i < c.ok ? S::ok : c.other, -20, 0));
+        const InputInfo input = {"x", {}, c.settings};
+        const std::string advice = advice_on(summary, input);
+        EXPECT_EQ(advice.empty(), *c.step == '\0') << advice;
+        EXPECT_NE(advice.find(c.step), std::string::npos) << advice;
+        summary.faults = {"a fault"};
+        EXPECT_EQ(advice_on(summary, input).empty(), c.settings.localizer.mode == DelayMode::vote);
+    }
 }
 
 TEST(TimeAxis, HasAtMostTenStepsWithLabelsOfOneUnit)

@@ -29,6 +29,8 @@ std::string advice_on(const Summary &summary, const InputInfo &input)
     if (settings.sample_rate > kBestRate)
         return name +
                format_text("at %d Hz few blocks get an angle: omit -r", settings.sample_rate);
+    if (!input.settings.smooth_seconds)
+        return name + "few blocks get an angle from their own frames: omit --raw-blocks";
     const StatusDisplay &reason = display_of(summary.main_reason());
     return name + "few blocks get an angle, mostly '" + reason.words + "': " + reason.next_step;
 }

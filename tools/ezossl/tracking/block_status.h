@@ -36,7 +36,7 @@ constexpr StatusDisplay kStatuses[] = {
     {BlockStatus::disagree, "disagree", "disagree", "#bf8700", "#d29922",
      "move the source nearer, or lessen echo and noise"},
     {BlockStatus::near_miss, "near_miss", "near miss", "#0969da", "#58a6ff",
-     "move the source nearer, or try --smooth 2"},
+     "move the source nearer, or try a longer --smooth"},
     {BlockStatus::beyond, "beyond", "too late", "#bc4c00", "#f0883e",
      "check the spacing that -s states; run ezossl check"},
     {BlockStatus::undecided, "undecided", "undecided", "#57606a", "#8b949e", ""},

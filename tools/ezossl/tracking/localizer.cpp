@@ -78,7 +78,6 @@ Localizer::Localizer(const LocalizerSettings &settings)
                                 std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
       buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
 {
-    std::srand(1); // the library draws from rand(): the same frames give the same angles
     const SslConfig config = {settings.temperature, settings.gate_db, settings.block_frames};
     require("EzoSsl_Config", EzoSsl_Config(handle_, &config));
     require("EzoSsl_Set_Shape", EzoSsl_Set_Shape(handle_, 0));
@@ -98,7 +97,10 @@ void Localizer::add_frame(const int16_t (&frame)[kFrameSamples])
         amplify(amplified);
     energy_ += energy_of(amplified);
     int32_t delay = EZOSSL_REJECTED_FRAME;
-    require("EzoSsl_Run", EzoSsl_Run(handle_, amplified, &delay));
+    {
+        const RandomNumbers::Use in_this_call(random_numbers_);
+        require("EzoSsl_Run", EzoSsl_Run(handle_, amplified, &delay));
+    }
     delays_.push_back(delay);
 }
 

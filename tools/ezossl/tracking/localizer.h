@@ -12,6 +12,7 @@
 #include "base/frame.h"
 #include "tracking/block.h"
 #include "tracking/pair_geometry.h"
+#include "tracking/random_numbers.h"
 
 // The library's bf_mode.
 enum class DelayMode { vote = 0, time_domain = 1 };
@@ -38,7 +39,7 @@ struct LocalizerSettings {
 class Localizer
 {
 public:
-    // Restarts the random numbers that the library draws. Failure if it refuses the settings.
+    // The same frames give the same blocks. Failure if the library refuses the settings.
     explicit Localizer(const LocalizerSettings &settings);
     ~Localizer();
     Localizer(const Localizer &) = delete;
@@ -66,6 +67,7 @@ private:
     int loudest_; // sample that the gain leaves within 16 bits
     std::vector<std::byte> buffer_;
     SslHandle *handle_;
+    RandomNumbers random_numbers_; // that the library draws
     std::vector<int> delays_;
     double energy_ = 0.0; // of the block, full scale 1
     int64_t blocks_ = 0;
