@@ -132,8 +132,14 @@ int Worker::hand_on(DataOutput &output, bool skip_header, bool &has_results) con
         has_results = results_.read(
             skip_header, [&](const char *bytes, size_t count) { output.write(bytes, count); });
     output.flush();
-    messages_.read(false,
-                   [](const char *bytes, size_t count) { std::fwrite(bytes, 1, count, stderr); });
+    char last = '\0';
+    messages_.read(false, [&last](const char *bytes, size_t count) {
+        std::fwrite(bytes, 1, count, stderr);
+        last = bytes[count - 1];
+    });
+    if (WIFEXITED(*wait_status_) && status != kDone && last != '\n')
+        note(input_ + ": its process failed without saying why; is there room for temporary files? "
+                      "TMPDIR chooses their directory");
     if (WIFSIGNALED(*wait_status_)) {
         const int signal = WTERMSIG(*wait_status_);
         note(format_text("%s: its process was ended by signal %d (%s)%s", input_.c_str(), signal,
