@@ -51,6 +51,8 @@ try() {
         >"$work/bin/ezossl"
     chmod +x "$work/bin/ezossl"
     PATH=$work/bin:$PATH debian/tests/examples
+    OBJDUMP=$DEB_HOST_GNU_TYPE-objdump tests/test_hardening.sh "$work/root" 0 1 \
+        "$work/root/usr/bin/ezossl" "$work/root/$libdir/libezossl.so.1"
     [ "$architecture" != "$native" ] || PATH=$work/bin:$PATH \
         PYTHONPATH=$work/root/usr/lib/python3/dist-packages debian/tests/python
 }

@@ -1,9 +1,10 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_hardening.sh BUILD_DIR HARDENED FILE... - no program or library in the folder looks for
-# libraries in the current folder; the FILEs have a read-only table of relocations that is complete
-# at the start, guards on the stack and around buffers, probes of the stack and marked targets of
-# jumps, if they are built with them (HARDENED 1).
+# test_hardening.sh FOLDER PATHS HARDENED FILE... - no program or library in the folder, of which at
+# least PATHS have a path, looks for libraries in the current folder; the FILEs have a read-only
+# table of relocations that is complete at the start, guards on the stack and around buffers, probes
+# of the stack and marked targets of jumps, if they are built with them (HARDENED 1). OBJDUMP
+# disassembles them.
 set -euo pipefail
 fail() {
     echo "$*" >&2
@@ -23,22 +24,26 @@ while read -r file; do
     done <<<"$paths:"
     checked=$((checked + 1))
 done < <(find "$1" -type f \( -perm -u+x -o -name '*.so*' \) ! -path '*/CMakeFiles/*')
-[ "$checked" -ge 2 ] || fail "only $checked files with a path in $1"
+[ "$checked" -ge "$2" ] || fail "only $checked files with a path in $1"
 
-[ "$2" = 1 ] || exit 0
-for file in "${@:3}"; do
+[ "$3" = 1 ] || exit 0
+for file in "${@:4}"; do
     readelf -lW "$file" | grep -q GNU_RELRO || fail "$file: no RELRO"
     readelf -dW "$file" | grep -qE '\((FLAGS|FLAGS_1)\).*NOW' || fail "$file: no BIND_NOW"
     symbols=$(readelf --dyn-syms -W "$file")
     for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
         grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
     done
-    # Some flags leave nothing but instructions, which are looked for on x86-64.
-    readelf -hW "$file" | grep 'Machine:.*X86-64' >/dev/null || continue
-    code=$(objdump -d --no-show-raw-insn "$file")
-    [ "$(grep -c endbr64 <<<"$code")" -gt 10 ] || # the C library's own start has a few
+    # Some flags leave nothing but instructions.
+    code=$("${OBJDUMP:-objdump}" -d --no-show-raw-insn "$file")
+    case $(readelf -hW "$file" | grep Machine:) in
+    *X86-64*) mark=endbr64 probe='[^0-9a-f]0x0,.*%rsp' page='sub .*[^0-9a-f]0x1000,%rsp' ;;
+    *AArch64*) mark='paciasp|bti' probe='str.*xzr, \[sp' page='sub.*sp, sp, #0x10, lsl #12' ;;
+    *) continue ;;
+    esac
+    [ "$(grep -cE "$mark" <<<"$code")" -gt 10 ] || # the C library's own start has a few
         fail "$file: jumps may go anywhere"
     [[ $file != *.so* ]] || continue # the library has no frame of a page
-    grep -A 1 'sub .*[^0-9a-f]0x1000,%rsp' <<<"$code" | grep '[^0-9a-f]0x0,.*%rsp' >/dev/null ||
+    grep -A 1 "$page" <<<"$code" | grep "$probe" >/dev/null ||
         fail "$file: does not touch every page of the stack"
 done
