@@ -75,5 +75,7 @@ file(${change})")
     install(FILES tools/completion/ezossl
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     install(FILES docs/ezossl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES docs/accuracy.md docs/accuracy-direction.svg docs/accuracy-snr.svg
+        docs/accuracy-truth.svg TYPE DOC)
 endif()
 install(FILES LICENSE NOTICE CHANGELOG.md TYPE DOC)

@@ -37,6 +37,10 @@ sort >expected.txt <<END
 ./share/doc/ezossl/CHANGELOG.md
 ./share/doc/ezossl/LICENSE
 ./share/doc/ezossl/NOTICE
+./share/doc/ezossl/accuracy-direction.svg
+./share/doc/ezossl/accuracy-snr.svg
+./share/doc/ezossl/accuracy-truth.svg
+./share/doc/ezossl/accuracy.md
 ./share/man/man1/ezossl.1
 END
 diff expected.txt found.txt || fail 'the files are not those that should be installed'

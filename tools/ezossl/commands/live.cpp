@@ -117,6 +117,8 @@ RunCommand add_live(CLI::App &parser)
         ->capture_default_str();
     parser.add_flag("-l,--list", options->list, "List the devices and exit");
     options->tracking.add_to(parser);
+    parser.get_option("--output")
+        ->description("Write to this file, which grows by a line per block; - is standard output");
     CLI::Option *const spacing = parser.get_option("--spacing");
     spacing->required(false)->description("Needed unless --list is given. " +
                                           spacing->get_description());
