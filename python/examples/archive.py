@@ -21,6 +21,7 @@ import collections
 import csv
 import fcntl
 import glob
+import importlib.util
 import json
 import os
 import pathlib
@@ -170,6 +171,8 @@ def main():
     paths = list(dict.fromkeys(paths))
     if not paths:
         sys.exit(f"{' '.join(asked.recordings)}: no sound files there")
+    if is_parquet and importlib.util.find_spec("pyarrow") is None:
+        sys.exit(f"{asked.output}: needs pyarrow: pip install pyarrow; or choose a .csv file")
     options += ["-s", asked.spacing]
     archive = Archive(rows, options)
     if asked.scheduler:

@@ -94,7 +94,12 @@ def test_a_killed_worker_and_a_killed_run_lose_nothing_and_repeat_nothing(folder
 
 
 def test_parquet_has_the_rows_of_csv(folder):
-    parquet = pytest.importorskip("pyarrow.parquet")
+    try:
+        from pyarrow import parquet
+    except ImportError:
+        status, errors = run("-o", "out.parquet")
+        assert (status, logged(folder)) == (1, []) and "needs pyarrow" in errors
+        pytest.skip("there is no pyarrow")
     assert run("-o", "out.parquet", "--workers", "2")[0] == 1
     table = parquet.read_table("out.parquet")
     assert table.num_rows == in_turn(folder).count(b"\n") - 1
