@@ -10,10 +10,12 @@ namespace {
 
 TEST_F(Tool, ScenesHoldTheDelayOfTheAngle)
 {
-    // Sound needs 8 samples for 34.3 cm at 20 degrees Celsius. At +90 degrees microphone 0 is
-    // first.
-    for (const auto &[angle, lead_of_0] : {std::pair("90", 8), std::pair("-30", -4)}) {
-        run(std::string("simulate -r 8000 -s 343mm --snr 120 -d 1 -o x.wav -a ") + angle);
+    // Sound needs 8 samples for 34.3 cm at 20 degrees Celsius, and for 33.1 cm at 0. At +90
+    // degrees microphone 0 is first.
+    for (const auto &[angle, lead_of_0] :
+         {std::pair("90 -s 343mm", 8), std::pair("-30 -s 343mm", -4),
+          std::pair("90 -s 331mm -t 0", 8)}) {
+        run(std::string("simulate -r 8000 --snr 120 -d 1 -o x.wav -a ") + angle);
         int16_t scene[8000][2];
         ASSERT_EQ(SndfileHandle("x.wav").readf(scene[0], 8000), 8000) << contents("err");
         int peak = 0;
@@ -105,6 +107,8 @@ TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
     EXPECT_EQ(contents("x.csv"), "t_start,t_end,angle_deg\n0,1,-60\n1,2,0\n2,3,30\n");
     run("simulate -a -60,0,30 -s 58MM -d 1 --snr 0 -o same.wav");
     EXPECT_EQ(contents("same.wav"), contents("x.wav"));
+    run("simulate -a -60,0,30 -s 5.8cm -d 1 --snr 0 --seed 2 -o other.wav");
+    EXPECT_NE(contents("other.wav"), contents("x.wav"));
     run("track x.wav -s 5.8");
     const std::string out = contents("out"), err = contents("err");
     EXPECT_NE(out.find(" deg "), std::string::npos) << out << err;

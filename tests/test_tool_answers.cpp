@@ -191,6 +191,7 @@ TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
         {"-t 30", "start", "temperature_c", "30"},
         {"", "start", "gate_dbfs", "\"auto\""},
         {"-g -50", "start", "gate_dbfs", "-50"},
+        {"", "summary", "gate_highest_dbfs", "-22.01"}, // 10 dB below 20 lg 1/4 and what is clamped
         {"-G -3", "start", "gain_db", "-3"},
         {"--mode delay", "start", "mode", "\"delay\""},
         {"--swap", "start", "channels", "[2,1]"},

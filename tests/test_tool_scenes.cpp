@@ -94,6 +94,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         {"4.9cm", "verdict     UNUSABLE: long lag, contradiction\n"},
         {"5.6cm", "more than 5.6 cm allow (2.61):\n"}, // 0.35 are missing
         {"5.75cm", "verdict     usable\n"},
+        {"5.75cm -g 0", "verdict     UNUSABLE: too quiet\n"},
     };
     for (const auto &[spacing, expected] : spacings) {
         run(std::string("check wide.wav -s ") + spacing);
@@ -147,6 +148,7 @@ TEST_F(Tool, GeometryAndDemoShowWhatThePairDoes)
         {"5cm", "20 deg Celsius: sound takes 145.8 us at 343.0 m/s"},
         {"5cm", "16000         2.33     3      5 of 9    25.4 deg    90.0 deg        272.3 cm"},
         {"5cm", "48000         7.00     7      7 of 9     8.2 deg    90.0 deg         90.8 cm"},
+        {"5cm -t 0", "0 deg Celsius: sound takes 151.1 us at 331.0 m/s"},
         {"3m", "48000       419.83   420      3 of 9     0.1 deg    17.6 deg         90.8 cm"},
         {"5.8cm -r 16000", "   +2        -47.7  2 (-45)\n"},
         {"5.8cm -r 16000", "   -3        +90.0  8 (+90)  longer than the longest lag: rounded up"},

@@ -139,6 +139,8 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
     const std::tuple<int, std::string, std::string, std::string> cases[] = {
         {0, "", "track -c 2,4 four.wav", found},
         {0, "", "track two.raw --raw", found},
+        {0, "", "track two.raw --raw --raw-rate 8000", ": 4 blocks, 4 decided (100 %), median +"},
+        {0, "", "track two.raw --raw --raw-channels 4 -c 1,2 -b 16", "(100 %), median +14 deg"},
         {0, "", "fast.wav -r 16000", found},
         {0, "", "stream.wav", found},
         {0, "cat stream.wav |", "track -", found},
@@ -210,6 +212,39 @@ TEST_F(Track, LiveLogsTheTimeAndTheGaps)
     EXPECT_EQ(contents("out"), "x\ttwo\n");
     run("two.wav -s 8.6 -f csv"); // files have neither
     EXPECT_EQ(contents("out").find("input,t_start,"), 0u) << contents("out");
+}
+
+// A meter of 9 to 25 columns stands behind 51 of the table, and three are left free.
+TEST_F(Track, TheTableFitsTheTerminalAndHasColoursIfTheyAreWanted)
+{
+    const struct {
+        int columns;
+        const char *environment, *options;
+        int widest;
+        bool has_colours;
+    } cases[] = {
+        {200, "TERM=xterm", "", 76, true},
+        {79, "TERM=xterm", "", 76, true},
+        {78, "TERM=xterm", "--no-color", 74, false},
+        {63, "TERM=dumb", "", 60, false},
+        {62, "TERM=xterm NO_COLOR=1", "", 49, false},
+        {20, "TERM=xterm NO_COLOR=", "", 49, true},
+    };
+    for (const auto &c : cases) {
+        std::ofstream("command") << "stty cols " << c.columns << "; unset NO_COLOR; LC_ALL=C "
+                                 << c.environment << " '" EZOSSL_TOOL "' two.wav -s 8.6 -q "
+                                 << c.options;
+        EXPECT_EQ(std::system("script -qec 'sh command' /dev/null >seen"), 0);
+        std::string seen = contents("seen");
+        EXPECT_EQ(seen.find('\033') != std::string::npos, c.has_colours) << c.columns << seen;
+        for (size_t at = 0; (at = seen.find('\033')) != std::string::npos;)
+            seen.erase(at, seen.find('m', at) - at + 1);
+        std::istringstream lines(seen);
+        size_t widest = 0;
+        for (std::string line; std::getline(lines, line);)
+            widest = std::max(widest, line.find_last_not_of("\r ") + 1);
+        EXPECT_EQ(static_cast<int>(widest), c.widest) << c.columns << '\n' << seen;
+    }
 }
 
 TEST_F(Track, NamesOfFilesCommandNoTerminal)
