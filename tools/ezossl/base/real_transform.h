@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
-// real_transform.h - Fourier transform of real samples, through KISS FFT.
+// real_transform.h - Fourier transform of real samples, through KISS FFT, and the window before it.
 
 #ifndef EZOSSL_TOOL_REAL_TRANSFORM_H
 #define EZOSSL_TOOL_REAL_TRANSFORM_H
 
+#include <cmath>
 #include <cstddef>
 #include <new>
 #include <vector>
 
 #include <kiss_fftr.h>
+
+#include "base/pi.h"
 
 // The length is even; a spectrum has length / 2 + 1 bins. A forward and then an inverse transform
 // multiply the samples by the length.
@@ -37,5 +40,14 @@ public:
 private:
     kiss_fftr_cfg plan_;
 };
+
+inline std::vector<float> hann_window(size_t length)
+{
+    std::vector<float> window(length);
+    for (size_t n = 0; n < length; ++n)
+        window[n] = static_cast<float>(
+            0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) / static_cast<double>(length)));
+    return window;
+}
 
 #endif

@@ -81,6 +81,7 @@ void find_mismatch(const DiagnosisSettings &settings, Diagnosis &diagnosis)
                          std::fabs(difference), difference > 0.0 ? "above" : "below",
                          microphone(0, settings).c_str())});
 }
+
 } // namespace
 
 bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // diagnosis.h - what keeps two channels of samples from giving directions, if anything does.
-// Samples in, findings out: where they come from is the caller's.
 
 #ifndef EZOSSL_TOOL_DIAGNOSIS_H
 #define EZOSSL_TOOL_DIAGNOSIS_H

@@ -18,7 +18,6 @@
 namespace {
 
 constexpr double kContradictionLag = 0.5; // samples between the lag and that of the directions
-constexpr double kFewShare = 0.2;         // of the blocks with sound
 constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
 
 std::vector<int16_t> at_rate(const std::vector<int16_t> &samples, int from, int to)

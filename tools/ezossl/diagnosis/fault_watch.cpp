@@ -14,7 +14,6 @@ constexpr size_t kDiagnosedSeconds = 10;
 constexpr size_t kBlocks = 40;       // that are looked back on
 constexpr size_t kFewestBlocks = 10; // of a kind, to say something about them
 constexpr size_t kFewestAtEnd = 4;
-constexpr double kFewShare = 0.2;    // with an angle, of those above the gate
 constexpr double kBeyondShare = 0.1; // of those above the gate
 constexpr double kStuckShare = 0.9;  // of those with an angle
 constexpr int kEndOfScale = 89;      // degrees

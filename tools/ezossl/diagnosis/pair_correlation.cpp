@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// pair_correlation.cpp - the smoothed coherence transform: the cross power
-// spectrum, averaged over the frames of a segment, each bin divided by the root of the two power
-// spectra (G. C. Carter, A. H. Nuttall and P. G. Cable, "The smoothed coherence transform", Proc.
-// IEEE 61, 1973). Bins without common sound count little, however loud they are.
+// pair_correlation.cpp - the smoothed coherence transform: the cross power spectrum, averaged over
+// the frames of a segment, each bin divided by the root of the two power spectra (G. C. Carter, A.
+// H. Nuttall and P. G. Cable, "The smoothed coherence transform", Proc. IEEE 61, 1973). Bins
+// without common sound count little, however loud they are.
 
 #include "diagnosis/pair_correlation.h"
 
@@ -10,7 +10,6 @@
 #include <cmath>
 #include <complex>
 
-#include "base/pi.h"
 #include "base/real_transform.h"
 #include "base/sample_format.h"
 
@@ -20,15 +19,6 @@ constexpr double kLeastFrameSeconds = 0.17; // lags of 40 ms are a quarter of it
 constexpr double kLowestHz = 100.0;         // below are offsets, hum and wind
 // Standard deviations: unrelated voices were seen to reach 9, recordings in a large hall 13.
 constexpr double kCommonSound = 10.0;
-
-std::vector<float> hann_window(size_t length)
-{
-    std::vector<float> window(length);
-    for (size_t n = 0; n < length; ++n)
-        window[n] = static_cast<float>(
-            0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) / static_cast<double>(length)));
-    return window;
-}
 
 // Power and cross power spectra, summed over frames.
 struct SpectrumSums {

@@ -12,10 +12,11 @@
 
 namespace {
 
-constexpr unsigned kPeriodMicroseconds = 10000;  // how long a sample waits at most
-constexpr unsigned kBufferMicroseconds = 500000; // longest pause in reading that loses no sound
-constexpr int kWaitMilliseconds = 200;           // how long a signal may go unnoticed
-constexpr int kPatience = 25;                    // attempts in a row without sound
+constexpr unsigned kPeriodMicroseconds = 10000; // how long a sample waits at most
+// The longest pause in reading that loses no sound: a slow processor may look for faults so long.
+constexpr unsigned kBufferMicroseconds = 2000000;
+constexpr int kWaitMilliseconds = 200;                     // how long a signal may go unnoticed
+constexpr int kPatience = 25;                              // attempts in a row without sound
 constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert well
 
 } // namespace

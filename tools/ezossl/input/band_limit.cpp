@@ -10,7 +10,6 @@
 #include <cmath>
 #include <complex>
 
-#include "base/pi.h"
 #include "base/sample_format.h"
 #include "base/text.h"
 
@@ -37,12 +36,10 @@ size_t transform_length(int rate)
 } // namespace
 
 BandLimit::BandLimit(int rate)
-    : rate_(rate), length_(transform_length(rate)), transform_(length_, false), window_(length_),
-      windowed_(length_), spectrum_(length_ / 2 + 1), power_(length_ / 2 + 1)
+    : rate_(rate), length_(transform_length(rate)), transform_(length_, false),
+      window_(hann_window(length_)), windowed_(length_), spectrum_(length_ / 2 + 1),
+      power_(length_ / 2 + 1)
 {
-    for (size_t n = 0; n < length_; ++n) // Hann
-        window_[n] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * kPi * static_cast<double>(n) /
-                                                             static_cast<double>(length_)));
     for (const int edge : kEdges) {
         if (4 * edge <= rate)
             images_.emplace_back(rate, length_, edge);

@@ -36,6 +36,7 @@ int meter_width(int columns)
     const int width = std::min(columns - kOtherColumns, kWidest);
     return width < kNarrowest ? 0 : width - (width + 1) % 2;
 }
+
 } // namespace
 
 Report::Report(const ReportSettings &settings, DataOutput &output, bool is_flushed,

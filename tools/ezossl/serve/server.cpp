@@ -123,7 +123,7 @@ private:
     std::map<int, Clock::time_point> deadlines_; // of connections that are not streams
     unsigned long beats_ = 0;
     bool is_ending_ = false;
-    MHD_Daemon *daemon_ = nullptr;
+    std::unique_ptr<MHD_Daemon, decltype(&MHD_stop_daemon)> daemon_{nullptr, MHD_stop_daemon};
     std::thread housekeeper_;
 };
 
@@ -131,12 +131,12 @@ Server::State::State(ListeningSocket &socket, std::string page)
     : page_(std::move(page)), names_(socket.names())
 {
     const NoSignals in_these_threads;
-    daemon_ = MHD_start_daemon(MHD_USE_POLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr,
-                               nullptr, on_request, this, MHD_OPTION_LISTEN_SOCKET,
-                               socket.release(), MHD_OPTION_CONNECTION_LIMIT, kMostConnections,
-                               MHD_OPTION_CONNECTION_TIMEOUT, kStalled,
-                               MHD_OPTION_NOTIFY_CONNECTION, on_connection, this, MHD_OPTION_END);
-    if (daemon_ == nullptr)
+    daemon_.reset(MHD_start_daemon(
+        MHD_USE_POLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, on_request,
+        this, MHD_OPTION_LISTEN_SOCKET, socket.release(), MHD_OPTION_CONNECTION_LIMIT,
+        kMostConnections, MHD_OPTION_CONNECTION_TIMEOUT, kStalled, MHD_OPTION_NOTIFY_CONNECTION,
+        on_connection, this, MHD_OPTION_END));
+    if (!daemon_)
         throw Failure("--serve: the web server cannot start; omit --serve");
     housekeeper_ = std::thread([this] { keep_house(); });
 }
@@ -151,7 +151,7 @@ Server::State::~State()
     }
     is_over_.notify_all();
     housekeeper_.join();
-    MHD_stop_daemon(daemon_);
+    daemon_.reset(); // whose thread uses the rest
 }
 
 void Server::State::add(EventLog::Kind kind, const std::string &text)
