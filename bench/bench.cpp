@@ -12,7 +12,7 @@
 
 namespace {
 
-// The library prints what it sets up, unless its level file says otherwise.
+// The library prints messages during set-up, unless its level file says otherwise.
 void print_errors_only()
 {
     const std::string level = "{\"debug_level\": 1}\n";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// cases.h - everything that is measured, in one list: ezossl_bench takes its time, ezossl_count its
-// instructions.
+// cases.h - everything that is measured, in one list: ezossl_bench measures its time, ezossl_count
+// counts its instructions.
 
 #ifndef EZOSSL_BENCH_CASES_H
 #define EZOSSL_BENCH_CASES_H
@@ -12,15 +12,15 @@
 using Call = std::function<void()>;
 
 struct Case {
-    std::string name; // group/what, which docs/performance.md is made from
+    std::string name; // group/case, as docs/performance.md shows it
     Call (*prepare)();
 };
 
 // The library as its users call it, and the steps of a frame.
 extern const std::vector<Case> kLibraryCases;
-// The library's transform of 256 real points beside those of other libraries.
+// The library's transform of 256 real points, and those of other libraries.
 extern const std::vector<Case> kTransformCases;
-// Other ways from a frame to a delay.
+// Other estimators of a frame's delay.
 extern const std::vector<Case> kPeerCases;
 
 std::vector<Case> all_cases();

@@ -2,11 +2,11 @@
 // count.cpp - calls a case between marks, for count_instructions.c to count its instructions.
 //
 //   ezossl_count_FFT list           the names of the cases
-//   ezossl_count_FFT CASE [CALLS]   so many calls of a case (32)
-//   ezossl_count_FFT frames CALLS   so many different frames, and a direction after each block
+//   ezossl_count_FFT CASE [CALLS]   CALLS calls of a case (32)
+//   ezossl_count_FFT frames CALLS   CALLS different frames, and a direction after each block
 //   ezossl_count_FFT nothing        what the marks themselves take
-//   ezossl_count_FFT memory         prints the bytes of an instance, and those of stack that a
-//                                   frame and a direction use
+//   ezossl_count_FFT memory         the bytes of an instance, and the bytes of stack that a frame
+//                                   and a direction use
 
 #include <cstdio>
 #include <cstdlib>
@@ -46,7 +46,7 @@ void counted(Function function)
 void count_case(const Case &measured, long calls)
 {
     const Call call = measured.prepare();
-    call(); // the first loads the functions of other libraries
+    call(); // the first call binds functions of other libraries
     for (long i = 0; i < calls; ++i)
         counted(call);
 }
@@ -67,11 +67,11 @@ void count_frames(long frames)
     }
 }
 
-// Ne10 looks for NEON in /proc/cpuinfo, where an emulator shows what its host has.
+// Ne10 looks for NEON in /proc/cpuinfo, but an emulator shows that of its host.
 void assume_neon()
 {
 #if defined(EZOSSL_BENCH_NE10) && !defined(__aarch64__)
-    fft_start(); // chooses once, so that this stays
+    fft_start(); // chooses once, so that later calls keep this choice
     ne10_init_dsp(NE10_OK);
 #endif
 }
@@ -118,7 +118,7 @@ size_t touched(void *(*work)(void *), void *data)
 void print_memory()
 {
     Instance instance(0, 16000);
-    run_block(&instance); // functions of other libraries are looked up on the stack, once
+    run_block(&instance); // the first call binds functions of other libraries, which uses stack
     std::printf("%u %zu\n", EzoSsl_GetBufferSize(),
                 touched(run_block, &instance) - touched(do_nothing, nullptr));
 }
@@ -161,6 +161,6 @@ int main(int argc, char **argv)
     }
     std::fprintf(stderr,
                  "usage: ezossl_count_FFT list | memory | nothing | CASE [CALLS] | frames CALLS\n"
-                 "`list` prints the names of the cases; CALLS is a number from 1\n");
+                 "`list` prints the names of the cases; CALLS is 1 or more\n");
     return 2;
 }

@@ -1,14 +1,14 @@
 /* SPDX-License-Identifier: MIT
- * count_instructions.c - a plugin of QEMU's user-mode emulators: how many instructions a program
- * executes between its marks, for whatever machine it is. The marks are system calls with kBegin or
+ * count_instructions.c - a plugin for QEMU's user-mode emulators: counts the instructions that a
+ * program executes between its marks, for any machine. The marks are system calls with kBegin or
  * kEnd as first argument.
  *
  * On exit it writes one line to the file that the argument out= names:
  *   CALLS LEAST MEDIAN MOST PLACE
  * where PLACE is the number of the call that took most, from 0.
  *
- * The emulator has no package with the header of its plugin interface; what is used of version 1
- * is declared here.
+ * No package has the header of the emulator's plugin interface, so the parts of version 1 that are
+ * used are declared here.
  */
 
 #include <stdint.h>
@@ -100,7 +100,7 @@ int qemu_plugin_install(uint64_t id, const void *info, int argc, char **argv)
 {
     (void)info;
     if (argc != 1 || strncmp(argv[0], "out=", 4) != 0) {
-        fprintf(stderr, "count_instructions: wants out=FILE\n");
+        fprintf(stderr, "count_instructions: needs out=FILE\n");
         return 1;
     }
     out_path = strdup(argv[0] + 4);

@@ -20,7 +20,7 @@ public:
         set_up();
     }
 
-    // From the buffer on; may be called again.
+    // All calls from Init on; may be called again.
     void set_up()
     {
         const SslConfig config = {20, -80, kBlock};

@@ -4,9 +4,9 @@
 
 usage: bench/instructions.py [--update] [PRESET...]
 
-Counts in the builds of the presets (all: release arm64 armhf), under an emulator, so that the
-figures are the same on every computer. Fails when a case takes over 3 % more instructions than
-bench/instructions.txt has; with --update, writes that file anew.
+Counts in the builds of the presets (by default release, arm64 and armhf), under an emulator, so
+that the figures are the same on every computer. Fails if a case takes over 3 % more instructions
+than bench/instructions.txt says; with --update, rewrites that file.
 """
 
 import pathlib
@@ -27,7 +27,7 @@ MACHINES = {
     'arm64': ('arm64', ['qemu-aarch64']),
     'armhf': ('armhf', ['qemu-arm']),
 }
-# The library's own cases: how long they get is up to this project.
+# The library's own cases; those of other libraries are not this project's to limit.
 OWN = ('run', 'signal/', 'call/', 'stage/', 'forward/own', 'inverse/own')
 
 
@@ -53,7 +53,7 @@ class Counter:
         emulator = shutil.which(self.emulator[0]) or self.emulator[0]
         command = [emulator, *self.emulator[1:], *emulator_options, self.program,
                    *map(str, arguments)]
-        # Nothing else: the library looks into the environment, and the longer it is, the longer.
+        # Nothing else: the library searches the environment, which takes longer if it is larger.
         environment = {'DML_PATH': str(self.folder / 'level.json')}
         try:
             return subprocess.run(command, env=environment, check=True, text=True,
@@ -74,7 +74,7 @@ class Counter:
         return calls, *(count - self.marks for count in counts)
 
     def cases(self):
-        """The median of each of the library's own cases."""
+        """The median instructions of each of the library's own cases."""
         names = [name for name in self.run('list').split() if name.startswith(OWN)]
         return {name: self.count(name)[1] for name in names}
 
@@ -133,9 +133,9 @@ def main(arguments):
             faults += 1
         elif count < known * (1 - ALLOWED_GROWTH):
             print(f'{machine} {case}: {count} instructions, {100 * (1 - count / known):.1f} % '
-                  f'fewer than {known}: well done, now record it')
+                  f'fewer than {known}; record it with --update')
     if faults:
-        print('If that is meant: bench/instructions.py --update')
+        print('If that is intended: bench/instructions.py --update')
         return 1
     print(f'{len(counted)} cases take no more than 3 % over the recorded instructions')
     return 0

@@ -29,7 +29,7 @@ Call run()
     return for_each_frame(kind, [instance](const int16_t *frame) { instance->run(frame); });
 }
 
-// A block that is complete; every call decides anew on the same votes.
+// A complete block; every call decides again on the same votes.
 Call get_direction()
 {
     const auto instance = std::make_shared<Instance>(0, 16000);

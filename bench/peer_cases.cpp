@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// peer_cases.cpp - other ways from a frame to a delay. Each must find that of its signal, so that
-// what is compared does the same.
+// peer_cases.cpp - other estimators of a frame's delay. Each must find the delay of its signal, so
+// that the comparison is fair.
 
 #include "cases.h"
 
@@ -27,7 +27,7 @@ void require_delay(int delay)
 Call practical_limit()
 {
     const auto limit = std::make_shared<PracticalLimit>();
-    limit->run(make_signal(Signal::noise).data()); // the older half is there from now on
+    limit->run(make_signal(Signal::noise).data()); // fills the older half
     return [limit, signal = make_signal(Signal::noise), frame = size_t{0}]() mutable {
         const int delay = limit->run(signal.data() + frame * kFrameSamples);
         if (frame > 0)
@@ -37,7 +37,7 @@ Call practical_limit()
 }
 #endif
 
-// Frames of 256 samples that overlap by half, as the library has them.
+// Frames of 256 samples that overlap by half, as in the library.
 Call textbook()
 {
     return [signal = make_signal(Signal::noise), frame = size_t{0}]() mutable {

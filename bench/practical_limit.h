@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// practical_limit.h - how fast the work of a frame can be in practice: the steps of the library,
-// by a fast transform (FFTW, planned by measurement), in float, in any order of operations, and
-// without what nobody reads.
+// practical_limit.h - how fast the work of a frame can be in practice: the steps of the library
+// with a fast transform (FFTW, planned by measurement), in float, in any order of operations, and
+// without results that nobody reads.
 
 #ifndef EZOSSL_BENCH_PRACTICAL_LIMIT_H
 #define EZOSSL_BENCH_PRACTICAL_LIMIT_H

@@ -5,8 +5,8 @@
 usage: bench/report.py [--frames NUMBER]
 
 Builds the presets release, arm64 and armhf, counts instructions under an emulator, and takes times
-on this computer, which should have nothing else to do. --frames is for the search of the worst
-frame (1000000, which takes an hour).
+on this computer, which should have nothing else to do. --frames is the number of frames among which
+the worst is searched (1000000, which takes an hour).
 """
 
 import datetime
@@ -24,11 +24,11 @@ REPETITIONS = 25
 FRAME_LENGTH = 128
 RATES = (8000, 16000, 32000, 48000)
 
-# Of version 1.4.0 on x86-64, counted in the same way.
+# Instructions of version 1.4.0 on x86-64, counted in the same way.
 BEFORE = {'run/16000': 68898, 'run_bf_mode_1/16000': 5544, 'run_bf_mode_1/48000': 11878,
           'call/get_direction': 364, 'call/reset_mapping': 94, 'call/set_up': 88117}
-# The quickest of the programs of others that were compared, SMP-PHAT, took 1.8 us for a delay where
-# the three transforms of a frame by KISS FFT took 2.8.
+# In an earlier comparison the fastest other program, SMP-PHAT, took 1.8 us for a delay, and the
+# three transforms of a frame by KISS FFT took 2.8 us.
 QUICKEST_PEER = 1.8 / 2.8
 
 STAGES = {
@@ -63,7 +63,7 @@ def build():
 
 
 def times():
-    """The shortest processor time of a call of every case, in ns; all cases in turns."""
+    """The shortest processor time of a call of every case, in ns; the cases take turns."""
     text = run('build/release/bench/ezossl_bench', '--benchmark_format=json',
                '--benchmark_min_time=0.02', f'--benchmark_repetitions={REPETITIONS}',
                '--benchmark_enable_random_interleaving=true')
@@ -103,7 +103,7 @@ class Measured:
         return self.times[case] / self.times[base]
 
     def share(self, name, rate):
-        """Of a core that executes 1e9 instructions a second, in percent."""
+        """The share of a core that executes 1e9 instructions a second, in percent."""
         return self.counts[name][f'run/{rate}'] * rate / FRAME_LENGTH / 1e9 * 100
 
 
@@ -114,7 +114,7 @@ def table(head, rows):
 
 
 def bars(m):
-    """Rows of: what, wanted, measured, whether it holds."""
+    """Rows of: what, target, measured, whether the target is met."""
     own = m.counts[f'{NATIVE}/builtin']
     calls, least, median, most = m.frames
 
@@ -127,17 +127,17 @@ def bars(m):
     rows = [row(f'Instructions of a frame, {machine}', 'at most 20,000',
                 m.counts[f'{machine}/builtin']['run/16000'], 20000)
             for machine in (NATIVE, 'arm64')]
-    rows.append(row('Time of a frame, of the practical limit', 'at most 1.7', limit, 1.7))
-    rows.append(row('Time of a frame, of three transforms by KISS FFT',
+    rows.append(row('Time of a frame / practical limit', 'at most 1.7', limit, 1.7))
+    rows.append(row('Time of a frame / three transforms by KISS FFT',
                     f'less than {QUICKEST_PEER:.2f}', peer, QUICKEST_PEER))
     for case, before in BEFORE.items():
         rows.append(row(f'Instructions of `{case}`, {NATIVE}', f'at most {before:,}, as in 1.4.0',
                         own[case], before))
-    rows.append(row(f'Instructions of the worst of {calls:,} frames, of the median', 'at most 3',
+    rows.append(row(f'Instructions of the worst of {calls:,} frames / median', 'at most 3',
                     most / median, 3))
     for case, signal in SIGNALS.items():
         if case != 'run/16000':
-            rows.append(row(f'Time of a frame, of that for noise: {signal}', 'at most 1.05',
+            rows.append(row(f'Time of a frame / that of noise: {signal}', 'at most 1.05',
                             m.ratio(case), 1.05))
     return rows
 
@@ -150,29 +150,29 @@ def document(m):
     own = f'{NATIVE}/builtin'
     return f'''# Performance
 
-How much work a frame of 128 samples is. `bench/report.py` measures and writes this page.
+The cost of a frame of 128 samples. `bench/report.py` measures it and writes this page.
 
 Measured on {datetime.date.today()}, {processor}, {compiler}, with the flags of the preset `release`,
-which ask for no more than the base of each architecture. Times are of that computer; instructions
-are the same on every computer that compiles the same.
+which use only the baseline of each architecture. Times hold for that computer; instruction counts
+are the same on every computer with the same compiler and libraries.
 
-## What is asked for, and what is there
+## Targets
 
-{table(('', 'wanted', 'measured', 'holds'), bars(m))}
+{table(('', 'target', 'measured', 'met'), bars(m))}
 
-The practical limit does the same steps by FFTW (which uses the wider vectors of the computer), in
-any order of operations, and leaves out what nobody reads; the library's results are fixed to the bit
-instead. In an earlier comparison the quickest program of others, SMP-PHAT, took
-{QUICKEST_PEER:.2f} of the time of three transforms by KISS FFT. Times within 5 % of each other are
-not told apart.
+The practical limit does the same steps with FFTW, which uses the wider vectors of the computer, in
+any order of operations, and omits results that nobody reads. The library's results, in contrast,
+are fixed to the bit. In an earlier comparison the fastest other program, SMP-PHAT, took
+{QUICKEST_PEER:.2f} of the time of three transforms by KISS FFT. Times within 5 % of each other
+count as equal.
 
-On x86-64 the marks of control-flow protection, one at the entry of each function, are 18 of a
-frame's instructions, 8 of those of `EzoSsl_Get_Direction` and 3 of those of `EzoSsl_Reset_Mapping`;
-1.4.0 had none.
+On x86-64, control-flow protection marks the entry of each function. These marks are 18 of a frame's
+instructions, 8 of those of `EzoSsl_Get_Direction` and 3 of those of `EzoSsl_Reset_Mapping`; 1.4.0
+had none.
 
-## Instructions of a call
+## Instructions per call
 
-The FFT is built in, or Ne10 with its NEON code.
+The FFT is the built-in one, or Ne10 with its NEON code.
 
 {table(('', *m.names), [(f'`{case}`', *(f'{m.counts[name][case]:,}' for name in m.names))
                         for case in m.counts[own] if case.startswith(('run', 'signal', 'call'))])}
@@ -180,7 +180,7 @@ The FFT is built in, or Ne10 with its NEON code.
 `run` is a frame of noise, by sample rate; `call/set_up` is `EzoSsl_Init`,
 `EzoSsl_Config`, `EzoSsl_Set_Shape` and `EzoSsl_Cal_Params`.
 
-## Where a frame spends them
+## Instructions per step of a frame
 
 {table(('step', *m.names), [(f'{what}', *(f'{m.counts[name][case]:,}' for name in m.names))
                             for case, what in STAGES.items()])}
@@ -196,11 +196,11 @@ One transform of 256 real points. Time is relative to a whole frame of the libra
            for name in m.names))
         for case, label in TRANSFORMS.items()])}
 
-FFTW chooses its plan by time, so its instructions are not counted.
+FFTW chooses its plan by timing, so its instructions are not counted.
 
-## Beside other ways to a delay
+## Compared with other estimators
 
-Time of a frame with everything it takes, relative to the library's.
+Time of a complete frame, relative to the library's.
 
 {table(('', 'time'), [('the library', '1.00'),
        ('practical limit', f"{m.ratio('peer/practical_limit'):.2f}"),
@@ -209,15 +209,15 @@ Time of a frame with everything it takes, relative to the library's.
 
 ## Times
 
-{m.times['run/16000'] / 1000:.2f} us a frame of noise at 16000 Hz; relative to it:
+A frame of noise at 16000 Hz takes {m.times['run/16000'] / 1000:.2f} us. Relative to it:
 
 {table(('', 'time'), [(f'`{case}`', f'{m.ratio(case):.2f}') for case in m.times
                       if case.startswith(('run', 'signal', 'call', 'stage'))])}
 
 ## Share of a core
 
-Percent of a core that executes 10^9 instructions a second, `bf_mode` 0; the last column is percent
-of a core of the computer above.
+Percent of a core that executes 10^9 instructions a second, in `bf_mode` 0. The last column is
+percent of a core of the computer above.
 
 {table(('Hz', *m.names, 'by time'),
        [(rate, *(f'{m.share(name, rate):.2f}' for name in m.names),
@@ -225,8 +225,8 @@ of a core of the computer above.
 
 ## Memory
 
-Bytes. The instance is the caller's buffer, stack is what a frame and a direction use at most of it,
-code is the section .text of the shared library. A frame uses no heap.
+In bytes. *Instance* is the caller's buffer, *stack* the most that EzoSsl_Run and
+EzoSsl_Get_Direction use, *code* the section .text of the shared library. A frame uses no heap.
 
 {table(('', 'instance', 'stack', 'code'),
        [(name, *m.memory[name],
@@ -234,23 +234,23 @@ code is the section .text of the shared library. A frame uses no heap.
 
 ## The worst frame
 
-{calls:,} frames on {NATIVE}, every 32 of them of another kind: noise at levels from 1 to full, at
-lags from 0 to 31 samples, silence, full scale, sounds that die away. Instructions of a frame: least
-{least:,}, median {median:,}, most {most:,}, which is {most / median:.2f} times the median. That an
-instruction may take longer for some values, such as denormal ones, does not show here; it would in
-the times for silence, full scale and a sound that dies away.
+{calls:,} frames on {NATIVE}, of a different kind every 32 frames: noise at levels from 1 to full
+scale and lags from 0 to 31 samples, silence, full scale, sounds that die away. Instructions of a
+frame: minimum {least:,}, median {median:,}, maximum {most:,}, which is {most / median:.2f} times the
+median. Counts do not show that instructions may take longer for some values, such as denormal ones;
+the times for silence, full scale and a sound that dies away would.
 
 ## How it is measured
 
-- Instructions: an emulator (QEMU, user mode) counts what `ezossl_count_<fft>` executes between two
-  marks, by the plugin `bench/count_instructions.c`, less what the marks themselves take. The median
-  of 32 calls. Twice the same build gives twice the same number. `bench/instructions.txt` keeps
-  them, and `bench/instructions.py` fails when one grows by more than 3 %; so does CI.
-- Times: `ezossl_bench` (Google Benchmark), {REPETITIONS} rounds with all cases in random order, and
-  the shortest processor time of each, so that other programs disturb little. Only ratios within one
-  run mean something on another computer.
-- Stack: the bytes of a painted stack that a thread which runs a block has changed, less those of a
-  thread that does nothing.
+- Instructions: the plugin `bench/count_instructions.c` of an emulator (QEMU, user mode) counts what
+  `ezossl_count_<fft>` executes between two marks, less what the marks themselves take. The number is
+  the median of 32 calls; the same build always gives the same number. `bench/instructions.txt` keeps
+  the numbers, and `bench/instructions.py`, which CI runs, fails if one grows by more than 3 %.
+- Times: `ezossl_bench` (Google Benchmark) runs all cases in random order, {REPETITIONS} times. The
+  shortest processor time of each case counts, so that other programs disturb little. On another
+  computer only ratios within one run are comparable.
+- Stack: a thread runs a block on a stack filled with a pattern. Counted are the bytes that it
+  changes, less those of a thread that does nothing.
 '''
 
 

@@ -12,19 +12,19 @@
 #include "EzoSsl.h"
 
 constexpr size_t kFrameSamples = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT;
-constexpr size_t kFrames = 1024; // in a signal; whoever needs more begins again
+constexpr size_t kFrames = 1024; // in a signal; callers that need more start over
 
 enum class Signal {
-    noise,      // reaches microphone 0 two samples later, with a tenth of noise of its own on each
-    far_lag,    // the same 16 samples later: too late for the spacing, so frames are rejected
+    noise,      // two samples later at microphone 0, plus a tenth of independent noise on each
+    far_lag,    // the same, 16 samples later: too late for the spacing, so frames are rejected
     silence,    // zeros
-    full_scale, // noise, every sample at one end of the range or the other
+    full_scale, // noise in which every sample is the largest or the smallest value
     decay,      // noise that dies away to zeros
 };
 
 std::vector<int16_t> make_signal(Signal kind);
 
-// Frames without end that hardly repeat: every 32 frames one of the kinds above, a lag and a level.
+// Endless frames that hardly repeat: every 32 frames another of the kinds above, lag and level.
 class EndlessSignal
 {
 public:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// textbook.h - GCC-PHAT as textbooks and first programs have it: complex numbers in double, a
-// transform of radix 2, the whole correlation padded to twice its length.
+// textbook.h - GCC-PHAT as in textbooks: complex numbers in double, a transform of radix 2, the
+// whole correlation padded to twice its length.
 
 #ifndef EZOSSL_BENCH_TEXTBOOK_H
 #define EZOSSL_BENCH_TEXTBOOK_H

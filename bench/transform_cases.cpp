@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// transform_cases.cpp - the library's transform of 256 real points beside those of other libraries,
-// where they are installed: there and back, in the place where a frame has them.
+// transform_cases.cpp - the library's transform of 256 real points, and those of other libraries
+// where they are installed: forward and inverse, in place as in a frame.
 
 #include "cases.h"
 
@@ -32,7 +32,7 @@ struct Arrays {
     alignas(64) std::array<float, kSpectrumFloats> spectrum;
 };
 
-// Noise, also in the spectrum: transforms of it stay small.
+// Noise, used as samples and as a spectrum: its transforms stay small.
 std::shared_ptr<Arrays> noise()
 {
     auto arrays = std::make_shared<Arrays>();

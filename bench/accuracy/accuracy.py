@@ -3,8 +3,8 @@
 """Measures how well ezossl localises, and writes docs/accuracy.md with its tables and drawings.
 
 Every figure comes from scenes of `ezossl simulate`, whose directions are known, and from the
-recordings of a folder, if one is given. Beside the tool, two textbook estimators see the same
-frames. The text around the tables is in accuracy.md.in.
+recordings of a folder, if one is given. Two textbook estimators get the same frames as the tool.
+The text around the tables is in accuracy.md.in.
 """
 
 import argparse
@@ -29,8 +29,8 @@ from scenes import Line, Outcome, Scene, Tool
 
 HERE = Path(__file__).resolve().parent
 NEAR = 10  # degrees
-CLEAR_SNR = 20  # dB; from here on speech is clear
-CLEAR_RT60 = 0.4  # s; up to here
+CLEAR_SNR = 20  # dB, at least, for clear speech
+CLEAR_RT60 = 0.4  # s, at most, for clear speech
 WIDEST_CLEAR = 75  # degrees
 METHOD_NAMES = {
     "smoothed": "`ezossl`, smoothed (default)",
@@ -40,11 +40,11 @@ METHOD_NAMES = {
     "GCC-PHAT block": "GCC-PHAT, same blocks",
     "SRP-PHAT block": "SRP-PHAT, same blocks",
 }
-BEST = "smoothed"  # that tables of one method show
+BEST = "smoothed"  # shown in tables of one method
 
 ALSA = "/usr/share/sounds/alsa"
 POCKETSPHINX = "/usr/share/pocketsphinx/test/data"
-# Real voices of Debian packages; what is joined is one voice.
+# Real voices from Debian packages; the files of a row are one voice.
 VOICES = {
     "words": [f"{ALSA}/{place}.wav" for place in
               ("Front_Center", "Rear_Left", "Side_Right", "Front_Left", "Rear_Center")],
@@ -65,7 +65,7 @@ class Grid:
 
 
 def join_voice(paths, target):
-    """The files one after another, as often as it takes."""
+    """The files one after another, repeated to the length of a scene."""
     pieces = []
     for path in paths:
         with wave.open(path) as file:
@@ -148,7 +148,7 @@ def table(head, rows):
 
 
 def figure_table(head, groups):
-    """A row per group, a pair of its labels and its outcomes; empty ones are left out."""
+    """A row per group, a pair of labels and outcomes; groups without outcomes are omitted."""
     return table([*head, *FIGURES],
                  [[*labels, *figures(outcomes)] for labels, outcomes in groups if outcomes])
 
@@ -174,7 +174,7 @@ def median_angle(outcomes):
 
 
 class Report:
-    """Tables and drawings by name, for the places of the same name in accuracy.md.in."""
+    """The tables and drawings; the tables are named as their places in accuracy.md.in."""
 
     def __init__(self, outcomes, grid):
         self.outcomes = outcomes
@@ -258,11 +258,11 @@ class Report:
              for spacing in self.grid.spacings])
 
 
-# ---- Measurements of their own -----------------------------------------------------------------
+# ---- Further measurements ----------------------------------------------------------------------
 
 
 def side_scenes(grid, sources, rate=16000):
-    """A small set at one spacing, from the source with the widest band."""
+    """A few scenes at one spacing, from the source with the widest band."""
     signal = "speech" if "speech" in sources else "noise"
     return [Scene(signal, sources[signal][0], 5.8, angle, 30, rt60, 10000 + number, rate)
             for number, (angle, rt60) in enumerate(product(grid.side_angles, (0, 0.4)))]
@@ -285,7 +285,7 @@ def rates_table(tool, grid, sources):
 
 
 def blocks_table(tool, grid, sources, folder):
-    """Also what each finds in two noises that have nothing in common."""
+    """Includes what each kind of block finds in independent noise."""
     noise = str(folder / "unrelated.wav")
     samples = 0.1 * np.random.default_rng(1).standard_normal((60 * 16000, 2))
     scenes.write_pair(noise, samples, 16000)
@@ -302,7 +302,7 @@ def blocks_table(tool, grid, sources, folder):
 
 
 def talkers_table(tool, sources, folder):
-    """Two sources at once, each pair of voices in both orders: whose angle comes out."""
+    """Which of two simultaneous talkers is found, for each pair of voices in both orders."""
     signal = "speech" if "speech" in sources else "noise"
     voices = sources[signal]
     path = str(folder / "talkers.wav")
@@ -328,7 +328,7 @@ def talkers_table(tool, sources, folder):
 
 
 def limit_row(sound, options, lines, expected):
-    """A row of the table of limits; the angles expected are one for each line."""
+    """A row of the table of limits; `expected` has an angle for each line."""
     errors = [line.angle - angle for line, angle in zip(lines, expected) if line.angle is not None]
     return [sound, f"`{' '.join(options)}`" if options else "default", str(len(lines)),
             answered_share(lines), share(sum(abs(e) <= NEAR for e in errors), len(errors))]
@@ -347,7 +347,7 @@ def raised_rows(tool, sources, folder):
     """Sound of 8 kHz in a file of 16 kHz."""
     signal = "speech" if "speech" in sources else "noise"
     path = str(folder / "raised.wav")
-    ways = [("a filter", raise_by_filter), ("lines", raise_by_lines)]
+    ways = [("by a filter", raise_by_filter), ("linearly", raise_by_lines)]
     for (way, raise_rate), options in product(ways, ([], ["-r", "16000"])):
         lines, expected = [], []
         for angle in (-60, -30, 30, 60):
@@ -358,11 +358,11 @@ def raised_rows(tool, sources, folder):
             dry = scenes.dry_sound(tool, scene)
             lines += [line for line in tool.track(path, 5.8, *options) if dry.sounds(line)]
             expected += [angle] * (len(lines) - len(expected))
-        yield limit_row(f"{signal} of 8 kHz, raised by {way}", options, lines, expected)
+        yield limit_row(f"{signal} of 8 kHz, upsampled {way}", options, lines, expected)
 
 
 def fan_rows(tool, sources, folder):
-    """A talker, a pause of twice the time, the talker again; all the while a fan elsewhere."""
+    """A talker, a pause twice as long, and the talker again, while a fan runs elsewhere."""
     signal = "speech" if "speech" in sources else "noise"
     path = str(folder / "fan.wav")
 
@@ -381,7 +381,7 @@ def fan_rows(tool, sources, folder):
             scenes.write_pair(path, talker + gain * fan, 16000)
             for options in ((), ("-g", "-80")):
                 for line in tool.track(path, 5.8, *options):
-                    # The lines after the talker still look back on him.
+                    # The first lines after the talker still have frames of the talker.
                     alone = scenes.SECONDS + scenes.SMOOTH_SECONDS < line.start and (
                         line.end < 3 * scenes.SECONDS)
                     if alone or dry.sounds(line):
@@ -397,7 +397,7 @@ def limits_table(tool, sources, folder):
 
 
 def diffuse_table(tool, grid, folder):
-    """Noise from 40 directions, as many for each difference of the paths: none is the true one."""
+    """Noise from 40 directions, evenly spaced in path difference: none is the true one."""
     rate, seconds = 16000, 30
     rng = np.random.default_rng(1)
     frequencies = np.fft.rfftfreq(seconds * rate, 1 / rate)
@@ -420,7 +420,7 @@ def diffuse_table(tool, grid, folder):
 
 
 def recording_outcome(row, method, lines):
-    """All of a recording counts, its pauses too."""
+    """The whole recording counts, including its pauses."""
     truth = float(row["angle_deg"])
     scene = Scene("recording", row["file"], float(row["spacing_cm"]), truth, 0, 0, 0)
     return Outcome(scene, method, len(lines),
@@ -428,7 +428,7 @@ def recording_outcome(row, method, lines):
 
 
 def recordings_table(tool, folder):
-    """For the files of recordings.csv: file, spacing_cm and angle_deg are read."""
+    """For the files of recordings.csv, of which file, spacing_cm and angle_deg are read."""
     rows = []
     with open(folder / "recordings.csv", encoding="utf-8") as file:
         for row in csv.DictReader(file):
@@ -444,7 +444,7 @@ def recordings_table(tool, folder):
 
 
 def fill(template, values):
-    """Each {{name}} of the template by its value; a name without one is an error."""
+    """Replaces each {{name}} of the template by its value; an unknown name is an error."""
     parts = template.split("{{")
     result = parts[0]
     for part in parts[1:]:
@@ -496,7 +496,7 @@ def main():
                         help="two-channel recordings, described by the recordings.csv there")
     parser.add_argument("--music", metavar="FILE", help="sound file, as a third kind of signal")
     parser.add_argument("--quick", action="store_true",
-                        help="a handful of scenes of noise: whether all of this works")
+                        help="only a few scenes of noise, to test this program")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory() as folder:
         write_document(Tool(options.tool), options, Path(folder))

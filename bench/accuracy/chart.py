@@ -4,7 +4,7 @@
 from xml.sax.saxutils import escape
 
 WIDTH, HEIGHT = 720, 360
-LEFT, RIGHT, TOP, BOTTOM = 60, 550, 44, 310  # of the frame; the names of the lines stand beside it
+LEFT, RIGHT, TOP, BOTTOM = 60, 550, 44, 310  # of the frame; the lines are named to its right
 STYLE = """
 text{font:12px "Helvetica Neue",Arial,"Liberation Sans",sans-serif;fill:#1f2328}
 .title{font-size:16px;font-weight:600}

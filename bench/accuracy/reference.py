@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Two textbook estimators of the direction, on the frames that the library analyses.
+"""Two textbook estimators of the direction, for the frames that the library analyses.
 
 GCC-PHAT: C. H. Knapp and G. C. Carter, "The generalized correlation method for estimation of time
 delay", IEEE Trans. ASSP 24, 1976; the lag between whole samples by a parabola. SRP-PHAT: J. H.
@@ -12,7 +12,7 @@ Neither rejects anything: every block gets an angle.
 
 import numpy as np
 
-FRAME_SECONDS = 0.016  # two halves, of which the newer one is new to the frame
+FRAME_SECONDS = 0.016  # two halves, of which only the newer one is new
 SPEED_OF_SOUND = 343.0  # m/s, at 20 degrees
 
 
@@ -22,7 +22,7 @@ def hop_of(rate):
 
 
 def phase_spectra(samples, rate):
-    """Cross spectra of all frames with their magnitude taken away, summed from the first frame on.
+    """Cross spectra of all frames without their magnitude, summed from the first frame on.
 
     Row n is the sum over the first n frames, so that any block is the difference of two rows.
     """

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Scenes with a known direction, what the tool and the references find in them, and how far off."""
+"""Scenes with a known direction, and the errors of the tool and the references in them."""
 
 import json
 import os
@@ -35,7 +35,7 @@ class Scene:
 
 @dataclass(frozen=True)
 class Line:
-    """What one estimator says of one piece of time: an angle, or None."""
+    """The result of one estimator for one piece of time: an angle, or None."""
 
     start: float
     end: float
@@ -49,7 +49,7 @@ class Outcome:
     scene: Scene
     method: str
     pieces: int
-    errors: list  # found less true angle of those with an angle, in degrees
+    errors: list  # found minus true angle of those with an angle, in degrees
 
 
 class Tool:
@@ -99,7 +99,7 @@ def write_pair(path, samples, rate):
 
 
 def at_analysis_rate(samples, rate):
-    """Without what lies above the rate at which the tool analyses by default."""
+    """The samples resampled to the rate at which the tool analyses by default, if that is lower."""
     if rate <= ANALYSIS_RATE:
         return samples, rate
     count = len(samples) * ANALYSIS_RATE // rate
@@ -108,7 +108,7 @@ def at_analysis_rate(samples, rate):
 
 
 class DrySound:
-    """When the source sounds, whatever the microphones hear besides."""
+    """When the source itself sounds, without noise and room."""
 
     def __init__(self, samples, rate):
         self.energy = np.concatenate([[0], np.cumsum(samples[:, 0] ** 2)])
