@@ -86,7 +86,7 @@ def test_command_line():
     busy = socket.create_server(("127.0.0.1", 0))
     taken = busy.getsockname()[1]
     for status, address, reason in (
-            (2, "65536", "'65536' has no port of 0 ... 65535"),
+            (2, "65536", "'65536' is out of range: ports are 0 ... 65535"),
             (2, "x", "'x' is not [HOST:]PORT; write 8080"),
             (2, ":8080", "':8080' is not [HOST:]PORT"),
             (2, "127.0.0.1:", "'127.0.0.1:' is not [HOST:]PORT"),
@@ -129,7 +129,7 @@ def test_pages():
                 (moved, "", request("/latest", host="127.0.0.1.evil.example")),
                 (moved, "", request("/events", host="localhost.evil.example:80")),
                 (moved, "", request(host="localhost:80@evil.example")), (moved, "", request(host="")),
-                ("400", "\nA request has one", b"GET / HTTP/1.0\r\n\r\n"),
+                ("400", "\nA request needs exactly one", b"GET / HTTP/1.0\r\n\r\n"),
                 ("400", "", b"GET / HTTP/1.1\r\n\r\n"),  # libmicrohttpd 1.0 refuses it itself
                 ("400", "", request(more="Host: localhost\r\n")),
                 ("403", "", request("/events", more="Sec-Fetch-Site: cross-site\r\n")),

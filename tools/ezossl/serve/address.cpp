@@ -23,7 +23,7 @@
 namespace {
 
 constexpr int kHighestPort = 65535;
-constexpr int kFirstFreePort = 1024; // below, ports are the administrator's
+constexpr int kFirstFreePort = 1024; // lower ones are reserved for the administrator
 constexpr int kBacklog = 64;
 
 bool is_number(const std::string &text, const char *digits = "0123456789")
@@ -84,7 +84,7 @@ int port_of(int descriptor)
     sockaddr_storage storage{};
     socklen_t length = sizeof storage;
     getsockname(descriptor, reinterpret_cast<sockaddr *>(&storage), &length);
-    sockaddr_in four; // the port is at the same place in one of IPv6
+    sockaddr_in four; // an IPv6 address has the port at the same place
     std::memcpy(&four, &storage, sizeof four);
     return ntohs(four.sin_port);
 }
@@ -95,13 +95,13 @@ int port_of(int descriptor)
     const std::string port = "port " + std::to_string(address.port);
     if (error == EADDRINUSE)
         throw Failure(serve + port + " of " + address.host +
-                      " is in use; choose another one, or 0 for any that is free");
+                      " is in use; choose another one, or 0 for a free one");
     if (error == EACCES)
         throw Failure(serve + port + " is reserved for the administrator; choose one from " +
                       std::to_string(kFirstFreePort) + " to " + std::to_string(kHighestPort));
     if (error == EADDRNOTAVAIL)
         throw Failure(serve + address.host +
-                      " is not an address of this computer; `ip address` lists those");
+                      " is not an address of this computer; `ip address` lists its addresses");
     throw Failure(serve + "cannot listen on " + address.host + ", " + port + ": " +
                   std::strerror(error));
 }
@@ -119,7 +119,8 @@ Address parse_address(const std::string &text)
         throw UsageFailure(serve + "is not [HOST:]PORT; write 8080, or 0.0.0.0:8080 for all "
                                    "IPv4 addresses of this computer");
     if (port.size() > 5 || std::stoi(port) > kHighestPort)
-        throw UsageFailure(serve + "has no port of 0 ... " + std::to_string(kHighestPort));
+        throw UsageFailure(serve + "is out of range: ports are 0 ... " +
+                           std::to_string(kHighestPort));
     Address address;
     address.port = std::stoi(port);
     if (colon != std::string::npos)
@@ -141,7 +142,7 @@ ListeningSocket::ListeningSocket(const Address &address)
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> first(list, freeaddrinfo);
     descriptor_ = socket(first->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     const int on = 1;
-    // Connections of a server that has just ended do not keep the next one from its port.
+    // So that old connections of a server that has just ended do not block the port.
     if (descriptor_ < 0 || setsockopt(descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
         bind(descriptor_, first->ai_addr, first->ai_addrlen) != 0 ||
         listen(descriptor_, kBacklog) != 0) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// dial.cpp - makes events of an input.
+// dial.cpp - turns an input into events.
 
 #include "serve/dial.h"
 
@@ -22,7 +22,7 @@ Dial::~Dial()
     server_.add(EventLog::Kind::passing, "{\"type\":\"end\"}", "end");
     if (const uint64_t lost = server_.lost(); lost > 0 && !is_quiet_)
         note(counted(static_cast<long>(lost), "event") +
-             " of the dial were lost to readers that were too slow");
+             " of the dial were lost because readers were too slow");
 }
 
 void Dial::begin(const InputInfo &input)

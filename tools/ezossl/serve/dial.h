@@ -14,7 +14,7 @@
 class Dial : public BlockWriter
 {
 public:
-    // Says where it is and who can see it, unless it is to be quiet. Failure if it cannot be there.
+    // Prints where it is and who can see it, unless it is quiet. Failure if it cannot listen there.
     Dial(const Address &address, const WriterStyle &style, bool is_quiet);
     ~Dial() override;
 

@@ -17,7 +17,7 @@ void EventLog::add(Kind kind, std::string text, Time now)
 {
     if (kind == Kind::opening) {
         opening_ = next_;
-        // Those of the input before are no longer needed by readers that join.
+        // Readers that join no longer need the events of the previous input.
         for (Entry &entry : entries_)
             entry.kind = Kind::passing;
         passing_ = entries_.size();
@@ -52,7 +52,7 @@ std::optional<EventLog::Event> EventLog::take(Reader &reader)
                          [](const Entry &entry, uint64_t number) { return entry.number < number; });
     if (found == entries_.end())
         return std::nullopt;
-    // What was gone when the reader joined is not lost to it.
+    // Events that left the log before the reader joined are not lost to it.
     const uint64_t expected = std::max(reader.next, reader.joined);
     const uint64_t lost = found->number > expected ? found->number - expected : 0;
     lost_ += lost;

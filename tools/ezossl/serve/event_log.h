@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// event_log.h - the events of the last minute, which many readers take at a pace of their own. What
-// a slow reader has not taken when it leaves the log is lost to this reader, and counted.
+// event_log.h - the events of the last minute, which readers take at their own pace. An event that
+// leaves the log before a slow reader has taken it is lost to that reader, and counted.
 
 #ifndef EZOSSL_TOOL_EVENT_LOG_H
 #define EZOSSL_TOOL_EVENT_LOG_H
@@ -16,29 +16,29 @@ class EventLog
 {
 public:
     using Time = std::chrono::steady_clock::time_point;
-    // Which event comes next, and the first one that was not yet there when the reader joined.
+    // The number of the event that comes next, and of the first event after the reader joined.
     struct Reader {
         uint64_t next;
         uint64_t joined;
     };
     struct Event {
         std::string text;
-        uint64_t lost; // events since the one before
+        uint64_t lost; // events between the previous one and this
     };
 
     enum class Kind {
-        opening, // of an input: what came before it is not for readers that join later
-        kept,    // for as long as the input lasts
-        passing, // for a minute, if there are not too many
+        opening, // begins an input; readers that join later get nothing from before it
+        kept,    // stays for as long as the input lasts
+        passing, // stays for a minute, if there are not too many
     };
     void add(Kind kind, std::string text, Time now);
 
-    // Begins with the opening.
+    // A new reader, which begins with the opening.
     Reader join() const;
-    // None: the reader has had them all.
+    // The next event, if the reader has not had them all.
     std::optional<Event> take(Reader &reader);
 
-    // Of all readers.
+    // Lost events of all readers.
     uint64_t lost() const { return lost_; }
 
 private:

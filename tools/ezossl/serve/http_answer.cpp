@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// http_answer.cpp - what protects those who run the server from the pages that their browsers show.
+// http_answer.cpp - protects users of the server from hostile pages in their own browsers.
 
 #include "serve/http_answer.h"
 
@@ -12,9 +12,9 @@
 
 namespace {
 
-// With every answer. There is no header that lets a page of another origin read it.
+// With every answer. No header allows pages of other origins to read it.
 constexpr Header kHeaders[] = {
-    {MHD_HTTP_HEADER_CONNECTION, "close"}, // nobody keeps one for later
+    {MHD_HTTP_HEADER_CONNECTION, "close"}, // so that idle connections do not take places
     {MHD_HTTP_HEADER_CACHE_CONTROL, "no-store"},
     {"Content-Security-Policy", kContentSecurityPolicy},
     {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -35,7 +35,7 @@ std::vector<std::string> hosts(MHD_Connection *connection)
     return found;
 }
 
-// Browsers tell. Such a page could not read the answer, but it could take a reader's place.
+// Browsers say so. Such a page could not read the answer, but it could take a reader's place.
 bool is_of_other_site(MHD_Connection *connection)
 {
     const char *const site =
@@ -73,16 +73,16 @@ Refusal refusal_of(MHD_Connection *connection, const std::string &method, bool i
 {
     const std::vector<std::string> called = hosts(connection);
     if (called.size() != 1)
-        return {MHD_HTTP_BAD_REQUEST, "A request has one Host header.\n"};
+        return {MHD_HTTP_BAD_REQUEST, "A request needs exactly one Host header.\n"};
     if (!is_own_name(called.front(), names))
         return {MHD_HTTP_MISDIRECTED_REQUEST,
-                "This server does not go by the name in the address. Use its number, or start "
+                "The name in the address is not one of this server. Use its IP address, or start "
                 "ezossl with --serve NAME:PORT.\n"};
     if (method != MHD_HTTP_METHOD_GET && method != MHD_HTTP_METHOD_HEAD)
         return {MHD_HTTP_METHOD_NOT_ALLOWED,
-                "There is only something to read here.\n",
+                "Only GET and HEAD are allowed here.\n",
                 {MHD_HTTP_HEADER_ALLOW, "GET, HEAD"}};
     if (!is_link && is_of_other_site(connection))
-        return {MHD_HTTP_FORBIDDEN, "This is not for pages of other sites.\n"};
+        return {MHD_HTTP_FORBIDDEN, "Pages of other sites may not use this server.\n"};
     return {};
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// http_answer.h - requests of a connection of libmicrohttpd that are refused, and answers with the
-// headers that all of them have.
+// http_answer.h - which requests to libmicrohttpd are refused, and answers with the headers that
+// all answers have.
 
 #ifndef EZOSSL_TOOL_HTTP_ANSWER_H
 #define EZOSSL_TOOL_HTTP_ANSWER_H
@@ -27,8 +27,8 @@ struct Refusal {
     const char *text = "";
     Header extra = {};
 };
-// Of a request that does not call the server by one of the names, is made by a page of another
-// site, or asks for more than to read. `is_link` is a page that other sites may link to.
+// Refuses a request that calls the server by none of the names, comes from a page of another site,
+// or uses a method that does more than read. `is_link` is a page that other sites may link to.
 Refusal refusal_of(MHD_Connection *connection, const std::string &method, bool is_link,
                    const std::vector<std::string> &names);
 

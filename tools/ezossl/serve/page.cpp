@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// page.cpp - puts the table of statuses into the page, where the script reads it.
+// page.cpp - inserts the table of statuses into the page, where the script reads it.
 
 #include "serve/page.h"
 

@@ -6,10 +6,10 @@
 
 #include <string>
 
-// Allows the script and the style of the page by their hashes, and nothing from elsewhere.
+// Allows only the page's own script and style, by their hashes.
 extern const char kContentSecurityPolicy[];
 
-// With the words of every block status.
+// The page, with the words of every block status.
 std::string dial_page();
 
 #endif

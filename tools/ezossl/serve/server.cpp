@@ -30,12 +30,12 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr size_t kMostReaders = 32;
-constexpr unsigned kMostConnections = 64; // beside readers: pages, and readers that are refused
+constexpr unsigned kMostConnections = 64; // readers and all others, such as refused ones
 constexpr auto kRequestTime = seconds(5); // from the connection to the end of the answer
-constexpr auto kBeat = seconds(5);        // at which a stream shows that it is alive
+constexpr auto kBeat = seconds(5);        // between signs of life of a silent stream
 constexpr unsigned kStalled = 10;         // seconds after which a reader that takes nothing is gone
 constexpr auto kFarewell = milliseconds(200);
-constexpr int kSendBuffer = 1 << 15; // bytes that the system holds for a connection
+constexpr int kSendBuffer = 1 << 15; // bytes that the system buffers for a connection
 constexpr size_t kPiece = 1024;      // bytes of a stream at once
 
 constexpr const char *kEvents = "text/event-stream";
@@ -45,8 +45,8 @@ std::string event_text(const std::string &json, const std::string &name)
     return (name.empty() ? "" : "event: " + name + '\n') + "data: " + json + "\n\n";
 }
 
-// Threads that are made while this exists get no signals. Those are for the thread that captures,
-// whose blocked calls then return.
+// Threads that are started while this exists get no signals. Signals must go to the thread that
+// captures, so that its blocked calls return.
 class NoSignals
 {
 public:
@@ -201,7 +201,7 @@ MHD_Result Server::State::respond(MHD_Connection *connection, const std::string 
     if (path == "/events")
         return respond_with_stream(connection, method == MHD_HTTP_METHOD_HEAD);
     if (path != "/latest")
-        return answer(connection, MHD_HTTP_NOT_FOUND, "There are /, /events and /latest.\n");
+        return answer(connection, MHD_HTTP_NOT_FOUND, "The pages are /, /events and /latest.\n");
     const std::lock_guard lock(mutex_);
     if (latest_.empty())
         return answer(connection, MHD_HTTP_NO_CONTENT, "");
@@ -215,7 +215,7 @@ MHD_Result Server::State::respond_with_stream(MHD_Connection *connection, bool i
     const std::lock_guard lock(mutex_);
     if (streams_.size() >= kMostReaders)
         return answer(connection, MHD_HTTP_SERVICE_UNAVAILABLE,
-                      "As many readers as can be are here. Try again later.\n", "text/plain",
+                      "There are too many readers. Try again later.\n", "text/plain",
                       {MHD_HTTP_HEADER_RETRY_AFTER, "5"});
     auto stream = std::make_unique<Stream>(Stream{this, connection, log_.join(), beats_});
     MHD_Response *const response = MHD_create_response_from_callback(
@@ -257,7 +257,7 @@ bool Server::State::find_text(Stream &stream)
     if (!event && !is_silent)
         return false;
     stream.sent = 0;
-    stream.text = event ? event->text : ":\n\n"; // a comment, which readers pass over
+    stream.text = event ? event->text : ":\n\n"; // a comment, which readers ignore
     if (event && event->lost > 0)
         stream.text.insert(
             0, event_text("{\"type\":\"lost\",\"events\":" + std::to_string(event->lost) + '}',
@@ -291,8 +291,8 @@ void Server::State::on_connection(void *state, MHD_Connection *connection,
     setsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &gone, sizeof gone);
 }
 
-// Ends requests that take too long, whether they send nothing or a byte now and then; lets silent
-// streams show that they are alive, which also finds readers that are gone.
+// Ends requests that take too long, even if they send a byte now and then. Sends signs of life on
+// silent streams, which also finds readers that are gone.
 void Server::State::keep_house()
 {
     std::unique_lock lock(mutex_);

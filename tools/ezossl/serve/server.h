@@ -16,14 +16,14 @@ class Server
 public:
     // Failure if there cannot be one.
     Server(ListeningSocket &socket, const std::string &page);
-    // Lets the readers have the last events, if they take them at once.
+    // Waits a moment for readers to take the last events.
     ~Server();
     Server(const Server &) = delete;
     Server &operator=(const Server &) = delete;
 
-    // To all readers: a message of JSON, of this name if it is not one that -f jsonl has.
+    // Sends a JSON message to all readers. `name` is empty for the messages of -f jsonl.
     void add(EventLog::Kind kind, const std::string &json, const std::string &name = "");
-    // What /latest is from now on.
+    // Sets the answer to /latest.
     void set_latest(const std::string &json);
 
     // Events that readers were too slow for.
