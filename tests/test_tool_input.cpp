@@ -98,7 +98,8 @@ TEST(Input, MicrophonesAreTheChosenChannelsOrTheOnlyTwo)
         const char *refusal;
     } refused[] = {
         {none, 1, "x: 1 channel; needs 2, one per microphone: record both"},
-        {none, 3, "x: 3 channels; needs 2, one per microphone; pick them like -c 1,2"},
+        {none, 3,
+         "x: 3 channels; needs 2, one per microphone; choose them, for example with -c 1,2"},
         {crossed, 3, "x: has no channel 4, only 3; choose others with -c"},
     };
     for (const auto &c : refused)
@@ -321,9 +322,9 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         {"\x1a\x45\xdf\xa3webm", "x.wav",
          "is a Matroska or WebM file, which ezossl does not read;"},
         {"fLaC" + wav, "x.wav", "is a FLAC" + no_wav},
-        {"fLaC" + wav, "| - ", "is a FLAC file, and a pipe has to carry plain WAV; convert it: "},
+        {"fLaC" + wav, "| - ", "is a FLAC file, but a pipe must carry plain WAV; convert it: "},
         {"no sound", "x.wav", "its format is not known; convert it: ffmpeg -i x.wav x.new.wav, or"},
-        {"no sound", "| -", "carries no WAV; use track --raw for samples without a header"},
+        {"no sound", "| -", "is not WAV; use track --raw for samples without a header"},
         {"", "| -", "standard input: is empty"},
         {spoilt(22, std::string(2, '\0')), "x.wav", "the header says 0 channels; record it again"},
         {spoilt(22, "\1\4"), "| -", "the header says 1025 channels"},
@@ -331,8 +332,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         {spoilt(24, std::string(4, '\0')), "| -", "standard input: 0 Hz; record at 1000"},
         {spoilt(24, "\xff\xff\xff\xff"), "x.wav", "x.wav: 4294967295 Hz; record at 1000"},
         {spoilt(34, std::string(1, '\0')), "x.wav", "is a WAV" + no_wav},
-        {spoilt(34, std::string(1, '\0')), "| -",
-         "is a WAV file, and a pipe has to carry plain WAV"},
+        {spoilt(34, std::string(1, '\0')), "| -", "is a WAV file, but a pipe must carry plain WAV"},
         {spoilt(36, "none"), "x.wav", "is a WAV" + no_wav},
         {wav.substr(0, 30), "x.wav", "is a WAV" + no_wav},
         {wav.substr(0, 44), "x.wav", "holds no samples"},

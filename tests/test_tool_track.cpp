@@ -147,8 +147,8 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         {0, "cat two.raw |", "track - --raw", found},
         {0, "cat law.wav |", "track - --swap", "median -29 deg"},
         {0, "", "two.flac --start 0.3 --duration 0.26", ": 1 block, 1 decided"},
-        {0, "", "track cut.wav", "the header says 0.625 s, there are 0.312 s"},
-        {0, "", "track half.ogg", "is truncated: its end is missing, there are 2.6"},
+        {0, "", "track cut.wav", "the header says 0.625 s, the file has 0.312 s"},
+        {0, "", "track half.ogg", "is truncated: its end is missing after 2.6"},
         {0, "", "two.wav -G 40", "samples wrapped around because the gain is too high"},
         {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
         {1, "", "track two.wav --raw", "is a WAV file; omit --raw"},
@@ -282,9 +282,9 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
     const std::string whole = "x: 3 blocks, 3 decided (100 %), median +29 deg, ";
     const std::string part = "x: 1 block, 1 decided (100 %), median +29 deg, ";
     const std::tuple<int, int, std::string, std::string> cases[] = {
-        {1, 0, "refuse 16", "x: is in use by another program"},       // EBUSY
-        {1, 0, "refuse 13", "x: not permitted; become a member of"},  // EACCES
-        {1, 0, "refuse 6", "x: the device is not there; plug it in"}, // ENXIO
+        {1, 0, "refuse 16", "x: is in use by another program"},           // EBUSY
+        {1, 0, "refuse 13", "x: not permitted; become a member of"},      // EACCES
+        {1, 0, "refuse 6", "x: the device is not connected; plug it in"}, // ENXIO
         {1, 0, "channels 1", "x: is mono"},
         {1, 0, "bits 8", "x: has no samples of 16, 24 or 32 bits; put plug before its name"},
         {0, 16000, "", whole},
@@ -297,7 +297,7 @@ TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
         {0, 16000, "fault 32 after 5000", whole + "1 overrun: sound is missing"}, // EPIPE
         {0, 16000, "fault 86 after 5000", whole + "1 suspend of the machine"},    // ESTRPIPE
         {1, 5120, "fault 19 after 5000", part},                                   // ENODEV
-        {1, 5120, "fault 19 after 5000", "x: the device is not there any more"},
+        {1, 5120, "fault 19 after 5000", "x: the device was removed"},
         {1, 5120, "fault 32 after 5000 forever 1", part + "26 overruns"},
         {1, 5120, "fault 32 after 5000 forever 1", "x: delivers no sound"},
     };

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// alsa_capture.cpp - opens a device with settings near the wanted ones, restarts it after faults.
+// alsa_capture.cpp - opens a device with settings near the wanted ones, and restarts it after
+// faults.
 
 #include "input/alsa_capture.h"
 
@@ -13,11 +14,11 @@
 namespace {
 
 constexpr unsigned kPeriodMicroseconds = 10000; // how long a sample waits at most
-// The longest pause in reading that loses no sound: a slow processor may look for faults so long.
+// The longest pause in reading that loses no sound: a slow processor needs it to find faults.
 constexpr unsigned kBufferMicroseconds = 2000000;
 constexpr int kWaitMilliseconds = 200;                     // how long a signal may go unnoticed
 constexpr int kPatience = 25;                              // attempts in a row without sound
-constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz, that convert well
+constexpr int kGoodRates[] = {48000, 32000, 44100, 96000}; // Hz; easy to convert, best first
 
 } // namespace
 
@@ -48,8 +49,8 @@ struct Advice {
 };
 constexpr Advice kAdvice[] = {
     {ENOENT, "no such device; ezossl live -l lists the devices"},
-    {ENODEV, "the device is not there any more; plug it in, or see ezossl live -l"},
-    {ENXIO, "the device is not there; plug it in, or see ezossl live -l"},
+    {ENODEV, "the device was removed; plug it in again, or see ezossl live -l"},
+    {ENXIO, "the device is not connected; plug it in, or see ezossl live -l"},
     {EBUSY, "is in use by another program; end that, or share the device through a dsnoop device"},
     {EACCES, "not permitted; become a member of the group audio"},
     {EPERM, "not permitted; become a member of the group audio"},
@@ -83,7 +84,7 @@ Text hint(const void *device, const char *name)
 AlsaCapture::AlsaCapture(const std::string &device, int rate, int channels) : device_(device)
 {
     snd_pcm_t *pcm = nullptr;
-    // Non-blocking: otherwise the call would wait for a device that is in use.
+    // Non-blocking, because otherwise the call would wait for a device that is in use.
     require(snd_pcm_open(&pcm, device.c_str(), SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK), nullptr);
     pcm_.reset(pcm);
     configure(rate, channels);
@@ -98,7 +99,7 @@ void AlsaCapture::configure(int wanted_rate, int wanted_channels)
     const std::unique_ptr<snd_pcm_hw_params_t, decltype(&snd_pcm_hw_params_free)> owner(
         hardware, snd_pcm_hw_params_free);
     snd_pcm_t *const pcm = pcm_.get();
-    require(snd_pcm_hw_params_any(pcm, hardware), "offers no way to capture");
+    require(snd_pcm_hw_params_any(pcm, hardware), "cannot capture");
     // Only the rates of the device itself, because ALSA's own resampling is poor.
     snd_pcm_hw_params_set_rate_resample(pcm, hardware, 0);
     require(snd_pcm_hw_params_set_access(pcm, hardware, SND_PCM_ACCESS_RW_INTERLEAVED),
@@ -107,7 +108,7 @@ void AlsaCapture::configure(int wanted_rate, int wanted_channels)
     set_channels(hardware, wanted_channels);
     set_rate(hardware, wanted_rate);
     set_buffer(hardware);
-    require(snd_pcm_hw_params(pcm, hardware), "does not take the settings that it offers");
+    require(snd_pcm_hw_params(pcm, hardware), "rejects the settings that it offers");
 }
 
 void AlsaCapture::set_format(snd_pcm_hw_params_t *hardware)
@@ -131,7 +132,7 @@ std::string AlsaCapture::wide_format() const
 void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
 {
     unsigned most = 0;
-    require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not tell its channels");
+    require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not report its channels");
     if (most < static_cast<unsigned>(wanted))
         throw Failure(device_ + ": " +
                       (most == 1 ? "is mono, and one microphone gives no direction"
@@ -139,9 +140,9 @@ void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
                       "; choose another device with -D");
     auto channels = static_cast<unsigned>(wanted);
     require(snd_pcm_hw_params_set_channels_min(pcm_.get(), hardware, &channels),
-            "does not tell its channels");
+            "does not report its channels");
     require(snd_pcm_hw_params_set_channels_first(pcm_.get(), hardware, &channels),
-            "does not tell its channels");
+            "does not report its channels");
     channels_ = static_cast<int>(channels);
 }
 
@@ -213,7 +214,7 @@ void AlsaCapture::require(int code, const char *what) const
         return;
     if (what == nullptr)
         throw Failure(device_ + ": " + describe(code));
-    // "Invalid argument" would add nothing to `what`.
+    // `what` says more than "Invalid argument" would.
     throw Failure(device_ + ": " + what + (code == -EINVAL ? "" : ": " + describe(code)));
 }
 
@@ -231,11 +232,11 @@ std::vector<std::string> capture_devices()
     bool is_any = false;
     for (void **device = devices; *device != nullptr; ++device) {
         const Text name = hint(*device, "NAME");
-        const Text direction = hint(*device, "IOID"); // none is both
+        const Text direction = hint(*device, "IOID"); // absent for both directions
         const Text description = hint(*device, "DESC");
         if (!name || (direction && std::string(direction.get()) != "Input"))
             continue;
-        is_any = is_any || std::string(name.get()) != "null"; // which hears silence
+        is_any = is_any || std::string(name.get()) != "null"; // "null" captures only silence
         std::string text = description ? description.get() : "";
         std::replace(text.begin(), text.end(), '\n', ' ');
         lines.push_back(std::string(name.get()) + '\t' + text);

@@ -17,7 +17,7 @@ struct SampleForm;
 class AlsaCapture
 {
 public:
-    // Opens the device at this rate or one near it, with this many channels or, if need be, more.
+    // Opens the device at this rate or one near it, with this many channels or, if necessary, more.
     // Failure says what is wrong with the device.
     AlsaCapture(const std::string &device, int rate, int channels);
 
@@ -25,14 +25,14 @@ public:
     int channels() const { return channels_; }
     // Of the samples, if they have more than 16 bits; otherwise "".
     std::string wide_format() const;
-    // Times that the device had to drop sound because nobody took it in time.
+    // How often the device dropped sound because it was not read in time.
     int64_t overruns() const { return overruns_; }
-    // Times that the machine was suspended meanwhile.
+    // How often the machine was suspended meanwhile.
     int64_t suspends() const { return suspends_; }
 
-    // Waits for sound, and gives at most `count` samples per channel, of wider ones the upper 16
-    // bits. 0 if none came for a moment,
-    // or a signal interrupted the wait. Failure if the device delivers nothing for long.
+    // Waits for sound, and gives at most `count` samples per channel, the upper 16 bits of wider
+    // ones. Returns 0 if none came for a moment, or a signal interrupted the wait. Failure if the
+    // device delivers nothing for long.
     size_t read(int16_t *samples, size_t count);
 
 private:
@@ -55,13 +55,13 @@ private:
     int channels_ = 0;
     int64_t overruns_ = 0;
     int64_t suspends_ = 0;
-    int attempts_ = 0; // in a row, without sound
+    int attempts_ = 0; // to read, in a row, without sound
 };
 
 // Whether ALSA's library prints to standard error what it also returns as a code.
 void show_alsa_messages(bool show);
 
-// A line per device that captures: its name, a tab, what it is. A note if there is none.
+// A line per capture device: its name, a tab, its description. Prints a note if there is none.
 std::vector<std::string> capture_devices();
 
 #endif

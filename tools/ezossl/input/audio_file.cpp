@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// audio_file.cpp - opens what libsndfile reads, and streamed WAV that it would misread.
+// audio_file.cpp - opens the formats of libsndfile, and streamed WAV, which it would misread.
 
 #include "input/audio_file.h"
 
@@ -36,7 +36,7 @@ constexpr sf_count_t kUnknownLength = SF_COUNT_MAX;
 // An Ogg file whose end is missing gets a length near the largest number from libsndfile.
 constexpr sf_count_t kUnknownFrom = SF_COUNT_MAX / 4;
 
-// Looks at every sample, as a loop without an early end can handle several at once.
+// No early exit, so that the compiler can check several samples at once.
 bool is_sound(const float *samples, const float *end)
 {
     const auto is_sane = [](float sample) { return std::fabs(sample) <= kLoudest; };
@@ -84,7 +84,7 @@ AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
 
 AudioReader::~AudioReader()
 {
-    end_on_interrupt(-1); // the number will name another file
+    end_on_interrupt(-1); // another file may get the same descriptor
 }
 
 bool AudioReader::is_pipe() const
@@ -152,9 +152,9 @@ void AudioReader::refuse_pipe(const std::string &start) const
     if (start.empty())
         throw Failure(path_ + ": is empty; record it again");
     if (known != nullptr)
-        throw Failure(path_ + ": is " + known->name + ", and a pipe has to carry plain WAV; " +
+        throw Failure(path_ + ": is " + known->name + ", but a pipe must carry plain WAV; " +
                       conversion());
-    throw Failure(path_ + ": carries no WAV; use track --raw for samples without a header");
+    throw Failure(path_ + ": is not WAV; use track --raw for samples without a header");
 }
 
 void AudioReader::refuse_file(const std::string &start) const
@@ -171,7 +171,7 @@ void AudioReader::refuse_file(const std::string &start) const
                   conversion());
 }
 
-// The bytes of a header would be heard as samples.
+// Otherwise the bytes of the header would be taken for samples.
 void AudioReader::refuse_header(const float *samples, size_t count) const
 {
     std::vector<int16_t> words(count);
@@ -226,9 +226,9 @@ void AudioReader::open_samples(const WavHeader &header)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
-// Throws if a system call has failed since errno was set to 0: libsndfile itself says no more than
-// "System error". It repeats interrupted reads, tries to seek in pipes, and looks for further files
-// beside a sound; the errors that these leave behind are harmless.
+// Throws if a system call has failed since errno was set to 0, because libsndfile itself only says
+// "System error". It repeats interrupted reads, tries to seek in pipes, and looks for other files
+// next to a sound file; the errors of these are harmless.
 void AudioReader::check_system() const
 {
     for (const int harmless : {0, EINTR, ESPIPE, ENOENT})
@@ -245,8 +245,8 @@ std::string AudioReader::encoding_remark() const
     const int encoding = info_.format & SF_FORMAT_SUBMASK;
     if (std::find(std::begin(kLossy), std::end(kLossy), encoding) == std::end(kLossy))
         return "";
-    return path_ + ": its compression alters the phase, on which the angle rests; better record "
-                   "WAV or FLAC";
+    return path_ + ": its compression alters the phase, on which the angle depends; record WAV or "
+                   "FLAC if you can";
 }
 
 std::optional<int64_t> AudioReader::length() const
@@ -265,12 +265,12 @@ std::string AudioReader::header_remark() const
 std::string AudioReader::length_remark(int64_t there) const
 {
     if (lacks_end_)
-        return format_text("%s: is truncated: its end is missing, there are %.3f s", path_.c_str(),
+        return format_text("%s: is truncated: its end is missing after %.3f s", path_.c_str(),
                            static_cast<double>(there) / rate());
     if (there >= promised_)
         return "";
-    return format_text("%s: is truncated: the header says %.3f s, there are %.3f s", path_.c_str(),
-                       static_cast<double>(promised_) / rate(),
+    return format_text("%s: is truncated: the header says %.3f s, the file has %.3f s",
+                       path_.c_str(), static_cast<double>(promised_) / rate(),
                        static_cast<double>(there) / rate());
 }
 
@@ -283,7 +283,7 @@ std::optional<size_t> AudioReader::read(float *samples, size_t count)
     if (got < wanted)
         check_system();
     const size_t frames = static_cast<size_t>(std::max<sf_count_t>(got, 0));
-    // A file that is damaged further on ends there, and length_remark() says so.
+    // A file that is damaged later ends there, and length_remark() says so.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)
         throw Failure(path_ + ": is damaged from its first sample on; record it again");
     float *const end = samples + frames * static_cast<size_t>(channels());

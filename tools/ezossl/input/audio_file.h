@@ -26,7 +26,7 @@ struct RawFormat {
 class AudioReader : public SampleStream
 {
 public:
-    // The path - is standard input. A pipe has to carry WAV, or samples without a header.
+    // The path - is standard input. A pipe must carry WAV, or samples without a header.
     explicit AudioReader(const std::string &path, std::optional<RawFormat> raw = std::nullopt);
     ~AudioReader() override;
 

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // band_limit.cpp - compares the power just below a possible edge with the power above it. In dull
 // sound it falls gradually, at a band limit abruptly: by at most 35 dB in 641 wide-band recordings,
-// by at least 41 dB in 320 that were resampled from 8 kHz. Faint ones among these are an exception:
-// rounding to 16 bits fills their upper band again, so their angles are right.
-// Long sound is sampled, because that takes little time and suffices for a mean over minutes.
+// by at least 41 dB in 320 that were resampled from 8 kHz. Faint recordings of these are an
+// exception, but rounding to 16 bits fills their upper band with noise, so their angles are right.
+// Of long sound only some windows are analysed, which saves time and suffices for a mean over
+// minutes.
 
 #include "input/band_limit.h"
 
@@ -16,14 +17,14 @@
 namespace {
 
 constexpr double kBinWidth = 62.5;     // Hz, about
-constexpr double kEmptyDb = -38.0;     // the power above the edge against that just below
+constexpr double kEmptyDb = -38.0;     // power above the edge, relative to that just below it
 constexpr double kLeastSeconds = 2.0;  // of sound
-constexpr double kDenseSeconds = 10.0; // of sound in which every window counts, then one of these
+constexpr double kDenseSeconds = 10.0; // of sound in which every window counts; later, fewer do
 constexpr size_t kSparse = 13;
 constexpr double kSettledSeconds = 30.0; // of sound
-constexpr double kSettledDb = -28.0;     // as kEmptyDb
+constexpr double kSettledDb = -28.0;     // like kEmptyDb
 constexpr double kSilence = 1e-8;        // mean square, full scale 1: the library's lowest gate
-constexpr int kEdges[] = {4000, 8000};   // Hz: half of the lower rates that the library takes
+constexpr int kEdges[] = {4000, 8000};   // Hz: half of the library's rates of 8000 and 16000
 
 size_t transform_length(int rate)
 {
@@ -105,7 +106,7 @@ std::optional<int> BandLimit::edge() const
     return heard_ < kLeastSeconds ? std::nullopt : edge_below(kEmptyDb);
 }
 
-// Where the power above it, against that just below, is less than so many dB, or is an image.
+// The edge above which the power relative to that just below is less than `db`, or is an image.
 std::optional<int> BandLimit::edge_below(double db) const
 {
     for (const MirrorImage &image : images_) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// band_limit.h - whether a sound ends far below half its rate, as after a telephone line, or where
-// it was resampled to a higher rate. The transform of the library gives every bin the same weight,
-// so bins without sound of their own draw the angle to 0.
+// band_limit.h - whether the spectrum of a sound ends far below half its rate, as after a telephone
+// line or upsampling. The library gives every bin of its transform the same weight, so bins without
+// sound of their own draw the angle towards 0.
 
 #ifndef EZOSSL_TOOL_BAND_LIMIT_H
 #define EZOSSL_TOOL_BAND_LIMIT_H
@@ -25,10 +25,10 @@ public:
 
     void add(const Frame &frame);
 
-    // Hz above which there is no sound, or but the image of that below. Nothing if there is sound
-    // up to the top, or too little was heard to tell.
+    // Frequency in Hz above which there is no sound, or only the image of the sound below. Nothing
+    // if there is sound up to half the rate, or too little sound to tell.
     std::optional<int> edge() const;
-    // Whether half a minute had so much sound up to the top that more is unlikely to show an edge.
+    // Whether half a minute had so much sound above every edge that more is unlikely to show one.
     bool is_settled() const { return is_settled_; }
 
 private:
@@ -41,14 +41,14 @@ private:
     size_t length_; // of the transform
     RealTransform transform_;
     std::vector<float> window_;
-    std::vector<int16_t> samples_; // pairs, until there are enough
+    std::vector<int16_t> samples_; // pairs, until they fill a window
     std::vector<float> windowed_;
     std::vector<kiss_fft_cpx> spectrum_;
     std::vector<double> power_; // of each bin, summed
     std::vector<MirrorImage> images_;
-    size_t windows_ = 0;       // before the first that is passed over
+    size_t windows_ = 0;       // counted before the first one is skipped
     double heard_ = 0.0;       // seconds above silence
-    size_t unseen_frames_ = 0; // that are passed over before the next window
+    size_t unseen_frames_ = 0; // to skip before the next window
     bool is_settled_ = false;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// channels.cpp - reads the choice of channels, checks it against an input, picks the samples.
+// channels.cpp - parses the choice of channels, checks it against an input, and picks the samples.
 
 #include "input/channels.h"
 
@@ -49,8 +49,9 @@ Microphones find_microphones(const ChannelChoice &choice, const std::string &inp
     if (!choice.channels && channels == 1)
         throw Failure(input + ": 1 channel; needs 2, one per microphone: record both");
     if (!choice.channels && channels != EZOSSL_MIC_COUNT)
-        throw Failure(input + ": " + count +
-                      " channels; needs 2, one per microphone; pick them like -c 1,2");
+        throw Failure(
+            input + ": " + count +
+            " channels; needs 2, one per microphone; choose them, for example with -c 1,2");
     if (choice.fewest() > channels)
         throw Failure(input + ": has no channel " + std::to_string(choice.fewest()) + ", only " +
                       count + "; choose others with -c");

@@ -16,7 +16,7 @@ using Microphones = std::array<int, EZOSSL_MIC_COUNT>; // a channel for each
 
 // What the user says; channels count from 1.
 struct ChannelChoice {
-    std::optional<Microphones> channels; // none: those of an input that has two
+    std::optional<Microphones> channels; // none: the two channels of a two-channel input
     bool swap = false;
 
     // The number of channels that an input needs.

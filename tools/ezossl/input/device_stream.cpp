@@ -29,7 +29,7 @@ std::string DeviceStream::header_remark() const
                : name_ + ": captures " + format + ", of which the upper 16 bits are used";
 }
 
-// What the device has in a period of 10 ms, so that no sample waits longer.
+// The samples of 10 ms, so that no sample waits longer.
 size_t DeviceStream::chunk() const
 {
     return static_cast<size_t>(rate() / 100);

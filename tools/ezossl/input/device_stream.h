@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// device_stream.h - the samples of an ALSA device, which may be recorded as they come.
+// device_stream.h - the samples of an ALSA device, which can be recorded as they arrive.
 
 #ifndef EZOSSL_TOOL_DEVICE_STREAM_H
 #define EZOSSL_TOOL_DEVICE_STREAM_H

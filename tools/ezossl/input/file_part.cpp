@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// file_part.cpp - opens a file, once for its band and once for its frames.
+// file_part.cpp - opens a file twice: to find its band limit, and to read its frames.
 
 #include "input/file_part.h"
 

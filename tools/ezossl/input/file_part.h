@@ -18,10 +18,10 @@ struct FilePart {
     double duration = 0.0; // seconds; 0 is to the end
 };
 
-// Stands at the start of the part. Reads the part in advance until it is clear whether it has sound
-// in its upper band, which mostly takes half a minute of sound; a part that has none is analysed at
-// a lower rate. An input that can be read only once, such as a pipe, and a part for which the user
-// has chosen a rate are not read in advance.
+// A source that begins at the start of the part. Reads the part in advance until it is clear
+// whether its upper band has sound, which mostly takes half a minute of sound; if it has none, the
+// part is analysed at a lower rate. An input that can be read only once, such as a pipe, and a part
+// for which the user has chosen a rate are not read in advance.
 std::unique_ptr<FrameSource> open_part(const FilePart &part, const InputSettings &settings);
 
 #endif

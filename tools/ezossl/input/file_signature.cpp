@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// file_signature.cpp - the table of signatures, and sound that begins with a frame only.
+// file_signature.cpp - the table of signatures, and formats that begin with a frame.
 
 #include "input/file_signature.h"
 
@@ -85,7 +85,7 @@ size_t ac3_frame_length(std::string_view frame)
                        : 6 * kilobits;
 }
 
-// Two bytes could be a sample. So another frame has to follow the first.
+// The two bytes of a frame's mark could be a sample, so another frame must follow the first.
 bool begins_with_frames(std::string_view start, size_t (*length_of)(std::string_view))
 {
     constexpr size_t kHeader = 6;
@@ -111,7 +111,7 @@ bool begins_with_ac3(std::string_view start)
     return begins_with_frames(start, ac3_frame_length);
 }
 
-// Only half a byte is the same in all frames, so there have to be many.
+// Only half a byte is the same in all frames, so many frames must match.
 bool begins_with_gsm(std::string_view start)
 {
     constexpr size_t kLength = 33;

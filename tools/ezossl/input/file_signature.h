@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// file_signature.h - which kind of file some bytes are the beginning of, for refusals that tell the
-// user what to do.
+// file_signature.h - recognises a kind of file by its first bytes, for refusals that tell the user
+// what to do.
 
 #ifndef EZOSSL_TOOL_FILE_SIGNATURE_H
 #define EZOSSL_TOOL_FILE_SIGNATURE_H

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// frame_source.h - the one way from a sound to the frames that the library takes. Opens nothing: a
-// file or a device is opened as a SampleStream.
+// frame_source.h - converts every kind of input to the frames that the library takes. Opens
+// nothing: a file or a device is opened as a SampleStream.
 
 #ifndef EZOSSL_TOOL_FRAME_SOURCE_H
 #define EZOSSL_TOOL_FRAME_SOURCE_H
@@ -32,7 +32,7 @@ public:
     FrameSource(std::unique_ptr<SampleStream> stream, const InputSettings &settings,
                 std::optional<int> band_limit = std::nullopt);
 
-    // Which part is read, before reading; see PairSource.
+    // Choose the part to read, before reading; see PairSource.
     void skip_to(double seconds) { pairs_.skip_to(seconds); }
     void end_after(double seconds) { pairs_.end_after(seconds); }
     void end_with_interrupts(int count) { pairs_.end_with_interrupts(count); }
@@ -44,19 +44,19 @@ public:
     int rate() const { return rate_; }                  // Hz, of the frames
     std::optional<int> band_limit() const { return band_limit_; }
 
-    // False at the end; what is shorter than a frame then stays unread.
+    // False at the end; a rest that is shorter than a frame stays unread.
     bool read(Frame &frame);
-    // All pairs up to the end, without regard to frames.
+    // All pairs up to the end, including a rest that is shorter than a frame.
     std::vector<int16_t> read_all();
 
-    // At the end: whether end_after() left something. It takes a sample from the stream to see.
+    // At the end: whether end_after() cut something off. Takes a sample from the stream to see.
     bool is_cut() { return pairs_.is_cut(); }
 
-    int64_t read_pairs() const { return read_pairs_; } // so far, with those unread
+    int64_t read_pairs() const { return read_pairs_; } // so far, including the unread rest
     size_t unread_pairs() const { return (ready_.size() - used_) / EZOSSL_MIC_COUNT; }
     int64_t clamped() const { return clamped_; } // samples beyond full scale
 
-    // Notes for the user before and after reading; empty ones are left out.
+    // Notes for the user before and after reading, without empty ones.
     std::vector<std::string> opening_remarks() const;
     std::string length_remark() const;
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// input_layout.h - where the microphones are in an input, as the outputs state it.
+// input_layout.h - rate, channels and microphones of an input, as the outputs state them.
 
 #ifndef EZOSSL_TOOL_INPUT_LAYOUT_H
 #define EZOSSL_TOOL_INPUT_LAYOUT_H

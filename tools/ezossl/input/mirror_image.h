@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// mirror_image.h - whether the sound above an edge is but a mirror image of the sound below it. A
-// program or a driver leaves one where it raises the rate by plain interpolation: by repeating
-// samples, or by joining them with lines or cubics.
+// mirror_image.h - whether the sound above an edge is only a mirror image of the sound below it.
+// Plain interpolation to a higher rate leaves one: repeated samples, or lines or cubics between
+// samples.
 
 #ifndef EZOSSL_TOOL_MIRROR_IMAGE_H
 #define EZOSSL_TOOL_MIRROR_IMAGE_H
@@ -17,11 +17,11 @@
 class MirrorImage
 {
 public:
-    // Of spectra with length / 2 + 1 bins up to half the rate; the edge in Hz is at most half of
+    // The spectra have length / 2 + 1 bins up to half the rate; the edge in Hz is at most half of
     // that.
     MirrorImage(int rate, size_t length, int edge);
 
-    // The spectrum of a channel in a window, which starts this many samples after the first one.
+    // Adds a channel's spectrum of the window that starts this many samples after the first window.
     void add(size_t channel, size_t start, const std::vector<kiss_fft_cpx> &spectrum);
 
     bool is_found() const;
@@ -38,7 +38,7 @@ private:
     size_t mirror_;    // bin k has its image in bin mirror_ - k
     Sums same_window_; // of each bin from first_ on
     Sums other_window_;
-    std::vector<std::complex<double>> above_[EZOSSL_MIC_COUNT]; // phases of the window before
+    std::vector<std::complex<double>> above_[EZOSSL_MIC_COUNT]; // phases of the previous window
     size_t spectra_ = 0;
 };
 

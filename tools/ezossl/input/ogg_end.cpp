@@ -15,11 +15,11 @@ namespace {
 constexpr unsigned char kMark[] = {'O', 'g', 'g', 'S'};
 constexpr std::ptrdiff_t kFlagsAt = 5;
 constexpr unsigned kLastPage = 0x04;
-constexpr std::ptrdiff_t kSegmentsAt = 26; // how many there are, at most 255
+constexpr std::ptrdiff_t kSegmentsAt = 26; // the number of segments, at most 255
 constexpr std::ptrdiff_t kHeaderBytes = 27;
 constexpr size_t kMostBytes = 27 + 255 + 255 * 255;
 
-// The last bytes of a file, as many as a page may have.
+// The last bytes of a file, as many as the longest page has.
 std::vector<unsigned char> tail_of(int descriptor)
 {
     struct stat status = {};

@@ -4,8 +4,8 @@
 #ifndef EZOSSL_TOOL_OGG_END_H
 #define EZOSSL_TOOL_OGG_END_H
 
-// Whether the last page of the file is whole and marked as the last. Does not move the position at
-// which the descriptor is read next.
+// Whether the last page of the file is whole and marked as the last. Does not move the read
+// position of the descriptor.
 bool ogg_has_its_end(int descriptor);
 
 #endif

@@ -53,7 +53,7 @@ bool PairSource::is_cut()
     return is_at_limit() && stream_->read(chunk_.data(), 1).value_or(0) > 0;
 }
 
-// Nothing at the end of the stream, or where `end` is reached.
+// Empty at the end of the stream, or when `end` is reached.
 std::optional<size_t> PairSource::read_until(int64_t end)
 {
     const auto wanted = std::min(static_cast<int64_t>(stream_->chunk()), end - position_);

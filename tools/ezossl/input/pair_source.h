@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_source.h - the two microphones of a stream at the rate that is wanted: picks their channels,
+// pair_source.h - the two microphones of a stream at the wanted rate: picks their channels,
 // resamples them, and ends where the user wants it.
 
 #ifndef EZOSSL_TOOL_PAIR_SOURCE_H
@@ -24,14 +24,14 @@ public:
 
     // Reading ends at once after this many interrupts. Without this call, one is enough.
     void end_with_interrupts(int count) { interrupts_to_end_ = count; }
-    // Reads on to this second of the stream, or to an interrupt. Failure if it ends before.
+    // Skips to this second of the stream, or to an interrupt. Failure if the stream ends before.
     void skip_to(double seconds);
     // Makes reading end this many seconds after the current position.
     void end_after(double seconds);
 
     // The next pairs, full scale 1, microphone 0 first; empty if there are none for a moment,
-    // nullptr at the end. Before the end come the samples that the resampler holds back, unless an
-    // interrupt came.
+    // nullptr at the end. The last ones are those that the resampler holds back, unless an
+    // interrupt ended the reading.
     const std::vector<float> *read();
 
     const SampleStream &stream() const { return *stream_; }
@@ -39,7 +39,7 @@ public:
     double seconds() const { return static_cast<double>(position_) / stream_->rate(); }
     double start() const { return start_; }                  // second that skip_to() was told, or 0
     bool is_at_limit() const { return position_ == limit_; } // of end_after()
-    // At the end: whether end_after() left something. It takes a sample from the stream to see.
+    // At the end: whether end_after() cut something off. Takes a sample from the stream to see.
     bool is_cut();
 
 private:

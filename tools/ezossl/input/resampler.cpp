@@ -12,9 +12,9 @@ namespace {
 constexpr size_t kChannels = 2;
 
 // Chosen by measurement. From 48000 to 16000 Hz this takes a tenth of the time of a windowed sinc
-// of like length. Its pass band is flat to 0.01 dB up to 92 % of the lower Nyquist frequency; from
-// that frequency on, everything is at least 130 dB down. The longer filters (28 bits) find no
-// better angles in scenes and recordings; the shortest (SOXR_LQ, flat to 70 %) finds worse ones.
+// of similar length. Its pass band is flat to 0.01 dB up to 92 % of the lower Nyquist frequency;
+// from that frequency on, everything is at least 130 dB down. In scenes and recordings, longer
+// filters (28 bits) do not improve the angles; the shortest (SOXR_LQ, flat to 70 %) worsens them.
 constexpr unsigned long kQuality = SOXR_HQ;
 
 void require(soxr_error_t error)

@@ -16,9 +16,9 @@ class Resampler
 public:
     Resampler(int from_rate, int to_rate);
 
-    // Takes pairs and returns those that they complete. The filter's delay is taken out: pair n of
-    // the whole output belongs to the time n / to_rate. The output lags the input by up to 40 ms;
-    // with `is_last`, what was held back comes out too, and nothing may follow.
+    // Takes pairs and returns those that they complete. The filter's delay is compensated: pair n
+    // of the whole output belongs to the time n / to_rate. Up to 40 ms are held back; with
+    // `is_last` they come out too, and nothing may follow.
     const std::vector<float> &process(const float *samples, size_t pairs, bool is_last);
 
 private:
@@ -29,12 +29,12 @@ private:
         size_t used;
         size_t made;
     };
-    // Appends to result_; without samples, what was held back.
+    // Appends to result_; called without samples, the held-back pairs.
     Progress convert(const float *samples, size_t pairs);
 
     double ratio_;
     std::unique_ptr<soxr, Delete> state_;
-    std::vector<float> made_; // by one conversion, at its beginning
+    std::vector<float> made_; // begins with the pairs of the last conversion
     std::vector<float> result_;
 };
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// sample_rates.cpp - the rate policy: the user's choice first, then the best for speech, or the
-// lowest where the input, or the sound in it, has less.
+// sample_rates.cpp - the rate policy: the user's choice first, then the best rate for speech, or
+// the lowest if the input, or the sound in it, has less than that.
 
 #include "input/sample_rates.h"
 
@@ -29,7 +29,7 @@ int analysis_rate(int wanted, int input_rate, const std::string &input,
                                   input.c_str(), input_rate, kLowestRate));
     if (wanted > input_rate)
         throw UsageFailure(format_text("%s: has %d Hz; at -r %d its upper band would be empty, "
-                                       "which draws angles to 0. Omit -r",
+                                       "which draws angles towards 0; omit -r",
                                        input.c_str(), input_rate, wanted));
     if (wanted != 0)
         return wanted;

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr uint32_t kExtensible = 0xfffe; // the tag stands at the beginning of a longer identifier
+constexpr uint32_t kExtensible = 0xfffe; // a longer identifier follows, which begins with the tag
 constexpr size_t kStartBytes = 12;
 constexpr size_t kFormatBytes = 16;
 constexpr size_t kExtensibleBytes = 26;
@@ -30,7 +30,7 @@ constexpr Encoding kEncodings[] = {
     {6, 8, SF_FORMAT_ALAW},    {7, 8, SF_FORMAT_ULAW},
 };
 
-// Fewer bytes at the end only.
+// Reads fewer bytes only at the end.
 size_t read_up_to(int descriptor, unsigned char *bytes, size_t count)
 {
     size_t done = 0;

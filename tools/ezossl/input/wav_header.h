@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// wav_header.h - what the header of a WAV file says, whether or not the file is as long. libsndfile
-// corrects the length without a note, and believes the length of 0 that streaming programs write.
+// wav_header.h - what the header of a WAV file says, even if the file has another length.
+// libsndfile corrects the length silently, and believes the length of 0 that streaming programs
+// write.
 
 #ifndef EZOSSL_TOOL_WAV_HEADER_H
 #define EZOSSL_TOOL_WAV_HEADER_H
@@ -11,7 +12,7 @@
 
 struct WavHeader {
     int encoding; // SF_FORMAT_PCM_16 and the like; 0 is an unusual one
-    int64_t rate; // Hz, of which a damaged header may say anything
+    int64_t rate; // Hz; any number if the header is damaged
     int channels;
     int bytes_per_sample; // of one channel
     uint32_t data_bytes;
@@ -26,8 +27,8 @@ struct WavHeader {
 // The first bytes of a file; fewer if it is shorter.
 std::string read_start(int descriptor);
 
-// Reads on behind this start, as far as the first sample. Nothing if this is not a WAV file, or one
-// that ends before its samples.
+// Continues to read after this start, up to the first sample. Nothing if this is not a WAV file, or
+// one that ends before its samples.
 std::optional<WavHeader> read_wav_header(int descriptor, const std::string &start);
 
 #endif
