@@ -46,7 +46,7 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
     const std::tuple<int, std::string, const char *> refusals[] = {
         {1, "missing.wav -s 5", "missing.wav: no such file"},
         {1, "-s 5 -q missing.wav", "missing.wav: no such file"},
-        {2, "trak -s 5", "there is no command and no file 'trak'"},
+        {2, "trak -s 5", "'trak' is neither a command nor a file"},
         {1, "track directory -s 5", "directory: is a directory"},
         {1, "track text.wav -s 5", "text.wav: not a readable sound file"},
         {1, "track mono.wav -s 5", "mono.wav: 1 channel; needs 2"},
@@ -62,8 +62,8 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {2, "track - - -s 5", "- can be given only once"},
         {2, "", "give a sound file, for example: ezossl talk.wav -s 5.8cm\nFor the options see: "},
         {2, "track -s 5", "give a sound file, for example: "},
-        {2, "-s 5", "there is no command and no file in '-s 5'"},
-        {2, "trakc cd.wav -s 5", "there is no command and no file 'trakc'"},
+        {2, "-s 5", "'-s 5' has neither a command nor a file"},
+        {2, "trakc cd.wav -s 5", "'trakc' is neither a command nor a file"},
         {2, "cd.wav -s 5 --plot x.png", "x.png: figures are SVG"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given only once"},
         {2, "track cd.wav -s", "--spacing needs a value"},
@@ -79,7 +79,7 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {1, "simulate -a 0 -s 5 -i mono.wav -o x.wav", "mono.wav: holds no sound"},
         {1,
          "simulate -a 0,1,2,3,4,5,6,7,8,9 -s 5 --room 1.5x1.5x1.5 --rt60 1 --distance 0.3 -o x.wav",
-         "1005 million echoes, and at most 1000 million"}, // 4/3 pi (343 + 0.3)^3 / 1.5^3, 20 times
+         "1005 million echoes; the limit is 1000"}, // 4/3 pi (343 + 0.3)^3 / 1.5^3, 20 times
         {1, "simulate -a 0 -s 5 -o directory", "directory: exists and is not a regular file"},
         {1, "simulate -a 0 -s 5 -o no/x.wav", "no/x.wav: cannot be written"},
         {2, "simulate -a 0 -s 5 -i mono.wav -o ./mono.wav", "is an input and would be"},

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# 32-bit Arm with hardware floating point (Debian armhf: ARMv7, VFPv3), with Debian's cross compiler.
+# 32-bit Arm with hardware floating point (Debian armhf: ARMv7, VFPv3), with Debian's cross
+# compiler.
 
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(EZOSSL_TRIPLET arm-linux-gnueabihf)

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
 # Cross compiling with a compiler and a sysroot of your own: change the five values.
-#   cmake -S . -B build --toolchain toolchain.cmake -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=OFF
+# cmake -S . -B build --toolchain toolchain.cmake -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=OFF
 
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 set(CMAKE_SYSROOT /opt/board/sysroot)

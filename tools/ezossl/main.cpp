@@ -41,7 +41,7 @@ bool is_number(const std::string &argument)
 
 bool is_address(const std::string &argument)
 {
-    std::error_code ignored; // such as that of a name that is too long
+    std::error_code ignored; // the name may be too long, for example
     return is_number(argument) ||
            (argument.find(':') != std::string::npos && !std::filesystem::exists(argument, ignored));
 }
@@ -75,8 +75,9 @@ void complete_command(std::vector<std::string> &arguments)
     if (arguments.front() == "help")
         arguments.front() = "--help";
     else if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
-        throw UsageFailure("there is no command and no file '" + arguments.front() +
-                           "'; for the commands see: ezossl --help");
+        throw UsageFailure("'" + arguments.front() +
+                           "' is neither a command nor a file; for the commands see: "
+                           "ezossl --help");
     else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))
         arguments.insert(arguments.begin(), "track");
 }
@@ -91,8 +92,8 @@ std::vector<std::string> command_line(int argc, char **argv)
     return arguments;
 }
 
-// Help and version go to the output, refusals to standard error. They repeat what the user wrote,
-// which may command a terminal.
+// Help and version go to the output, refusals to standard error. Refusals repeat what the user
+// wrote, which may hold control characters for the terminal.
 int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
 {
     std::ostringstream text;
@@ -129,7 +130,7 @@ struct CommandLine {
         app.set_version_flag("--version", "ezossl " EZOSSL_VERSION);
         set_parser_texts(app);
         app.require_subcommand(0, 1); // a missing one is refused below, after wrong options
-        app.fallthrough();            // -v may stand behind the command
+        app.fallthrough();            // -v may follow the command
         app.add_flag("-v,--verbose", verbose, "Show the library's messages on standard error");
         for (const Command &command : kCommands)
             commands.push_back(add_command(app, command));
@@ -163,7 +164,7 @@ int run(int argc, char **argv, DataOutput &output)
 }
 
 // If the caller closed a standard descriptor, the first file that is opened would get its number,
-// and then messages.
+// and messages would go into that file.
 void open_standard_descriptors()
 {
     int descriptor = 0;
@@ -174,7 +175,7 @@ void open_standard_descriptors()
         close(descriptor);
 }
 
-// The parser of the command line also needs memory where it lets no exception pass.
+// The parser of the command line also allocates memory in functions that let no exception out.
 [[noreturn]] void end_despite_exception()
 {
     try {
@@ -182,7 +183,7 @@ void open_standard_descriptors()
             throw;
     } catch (const std::bad_alloc &) {
         std::_Exit(fail_without_memory());
-    } catch (...) { // is a fault of this program
+    } catch (...) { // a fault of this program
     }
     std::abort();
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// angles.h - the angles that a result can have, for counting them.
+// angles.h - the range of angles that a result can have, for counting them.
 
 #ifndef EZOSSL_TOOL_ANGLES_H
 #define EZOSSL_TOOL_ANGLES_H

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// failure.cpp - turns what was thrown into a message and an exit status.
+// failure.cpp - turns exceptions into messages and exit statuses.
 
 #include "base/failure.h"
 

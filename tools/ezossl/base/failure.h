@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// failure.h - how a command gives up: with a message for the user.
+// failure.h - how a command fails: with a message for the user.
 
 #ifndef EZOSSL_TOOL_FAILURE_H
 #define EZOSSL_TOOL_FAILURE_H
@@ -15,7 +15,7 @@ struct Failure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// A failure that the command line itself shows: exit status 2.
+// The command line is wrong: exit status 2.
 struct UsageFailure : Failure {
     using Failure::Failure;
 };
@@ -25,7 +25,7 @@ struct ReadFailure : Failure {
     using Failure::Failure;
 };
 
-// An output that cannot be written: what is written after that would not be whole.
+// An output cannot be written, so what follows would be incomplete.
 struct WriteFailure : Failure {
     using Failure::Failure;
 };
@@ -35,10 +35,10 @@ struct EndWith {
     int status;
 };
 
-// Tells the user, and gives the exit status.
+// Prints a message, and returns the exit status.
 int fail_without_memory();
 
-// The result of the work, or the exit status of what it throws, once the user was told why.
+// Returns the result of the work. If it throws, prints why and returns the exit status.
 int exit_status_of(const std::function<int()> &work);
 
 #endif

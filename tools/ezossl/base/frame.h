@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// frame.h - what the library takes at once: 128 pairs of 16-bit samples, microphone 0 first.
+// frame.h - what the library takes per call: 128 pairs of 16-bit samples, microphone 0 first.
 
 #ifndef EZOSSL_TOOL_FRAME_H
 #define EZOSSL_TOOL_FRAME_H

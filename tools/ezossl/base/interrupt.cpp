@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// interrupt.cpp - counts signals in a handler that does no more than a handler may.
+// interrupt.cpp - counts signals, in a handler that does only what handlers may do.
 
 #include "base/interrupt.h"
 
@@ -49,7 +49,7 @@ void watch_for_interrupts()
     struct sigaction action = {};
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
-    sigaction(SIGXFSZ, &action, nullptr); // of a file that may not grow any more
+    sigaction(SIGXFSZ, &action, nullptr); // sent when a file reaches its size limit
 }
 
 void stop_watching_for_interrupts()

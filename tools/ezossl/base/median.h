@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// median.h - the median of a few values. (Summary counts its angles instead, so that a day takes no
-// more memory than a minute.)
+// median.h - the median of a few values. (Summary counts its angles instead, so that a long input
+// takes no more memory than a short one.)
 
 #ifndef EZOSSL_TOOL_MEDIAN_H
 #define EZOSSL_TOOL_MEDIAN_H
@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <vector>
 
-// For an even number of values, the mean of the two in the middle; 0 if there are none.
+// For an even number of values, the mean of the middle two; 0 if there are none.
 inline double median(std::vector<double> values)
 {
     if (values.empty())

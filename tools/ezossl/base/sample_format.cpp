@@ -21,7 +21,7 @@ bool fits(float sample)
     return std::fabs(sample) < 1.0f - 0.5f / kScale;
 }
 
-// Compilers make both loops over samples that fit handle several at once, but not the other one.
+// Compilers vectorise the two loops for samples that fit, but not the loop that clamps.
 size_t convert(const float *from, int16_t *to, size_t count)
 {
     if (std::count_if(from, from + count, fits) == static_cast<std::ptrdiff_t>(count)) {
@@ -32,7 +32,7 @@ size_t convert(const float *from, int16_t *to, size_t count)
     for (size_t i = 0; i < count; ++i) {
         const float scaled = from[i] * kScale;
         const float limited = std::min(std::max(scaled, -kScale), kScale - 1.0f);
-        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself is one too high, and harmless
+        clamped += std::fabs(scaled - limited) > 1.0f; // +1 itself exceeds by one step: harmless
         to[i] = rounded(limited);
     }
     return clamped;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// text.h - text for the terminal. The tool never sets a locale, so numbers are those of C.
+// text.h - text for the terminal. The tool never sets a locale, so numbers are formatted as in C.
 
 #ifndef EZOSSL_TOOL_TEXT_H
 #define EZOSSL_TOOL_TEXT_H

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// units.cpp - lengths and rooms from their text, with the limits of what makes sense.
+// units.cpp - parses lengths and room sizes, and checks that they are plausible.
 
 #include "base/units.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// wall_clock.cpp - writes a time as ISO 8601 has it.
+// wall_clock.cpp - formats a time by ISO 8601.
 
 #include "base/wall_clock.h"
 

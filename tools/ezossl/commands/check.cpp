@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // check.cpp - the command `ezossl check`: is this recording usable, and if not, what is wrong?
-// What is found, and how, is in diagnosis.cpp.
+// The diagnosis itself is in diagnosis.cpp.
 
 #include <memory>
 
@@ -18,11 +18,11 @@ namespace {
 
 constexpr int kUnusable = 3; // exit status
 constexpr int kIndent = 12;
-constexpr double kMostSeconds = 300.0; // that are read
+constexpr double kMostSeconds = 300.0; // the rest is not read
 
 struct CheckArguments {
     std::string input;
-    TrackingOptions tracking; // of which only what is asked for below
+    TrackingOptions tracking; // only those that add_check() offers
     std::string device = "default";
     double live_seconds = 0.0; // 0 is not given
     int gate_db = static_cast<int>(kLowestGateDb);
@@ -51,7 +51,7 @@ void note_what_is_missing(const FrameSource &source)
         note(remark);
     if (const int64_t places = source.stream().lost().places(); places > 0)
         note(source.stream().name() + ": sound is missing in " + counted(places, "place") +
-             ", which may pass for a fault; check again");
+             ", which can look like a fault; check again");
 }
 
 void print_measurements(const FrameSource &source, bool is_cut, const Diagnosis &diagnosis,
@@ -59,7 +59,7 @@ void print_measurements(const FrameSource &source, bool is_cut, const Diagnosis 
 {
     output.print("%s: %.2f s at %d Hz%s\n", source.stream().name().c_str(),
                  static_cast<double>(source.read_pairs()) / source.rate(), source.rate(),
-                 is_cut ? ", the beginning of it" : "");
+                 is_cut ? " (only the beginning)" : "");
     output.print("levels      %.1f and %.1f dB of full scale\n",
                  level_db(diagnosis.channels[0].rms), level_db(diagnosis.channels[1].rms));
     if (diagnosis.common > 0)
@@ -148,7 +148,7 @@ RunCommand add_check(CLI::App &parser)
         ->check(supported_rate())
         ->type_name("HZ");
     parser.footer("Exit status: 0 usable (warnings are possible), 3 unusable, 1 error, 2 usage.\n"
-                  "Faults are found in segments of one second, in the first 5 minutes. The longer\n"
-                  "the recording, the slower the clock drift that shows.");
+                  "The first 5 minutes are checked, in segments of one second. A longer recording\n"
+                  "shows a slower drift between clocks.");
     return [options](DataOutput &output) { check(*options, output); };
 }

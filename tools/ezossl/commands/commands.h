@@ -28,8 +28,8 @@ struct Command {
     const char *name;
     const char *description;
     RunCommand (*add)(CLI::App &parser);
-    const char *usages[2]; // what follows its name, in one way or two; nullptr ends them
-    const char *examples;  // the end of its help: what is typed first
+    const char *usages[2]; // what follows its name, in one or two forms; nullptr if there is one
+    const char *examples;  // commands to begin with, at the end of its help
 };
 
 // In the order of the help.
@@ -66,12 +66,12 @@ constexpr Command kCommands[] = {
      "  ezossl geometry -s 5.8cm\n"
      "  ezossl geometry -s 12cm -r 16000 -t 35\n"},
     {"demo",
-     "Show the library at work on a simulated sound; needs no file and no microphone",
+     "Locate a simulated sound that moves; needs no file and no microphone",
      add_demo,
      {"[OPTIONS]"},
      "  ezossl demo\n"
-     "  ezossl demo --serve               # and as a dial in the browser, until Ctrl-C\n"
-     "  ezossl demo | cat                 # at full speed, as into a file\n"},
+     "  ezossl demo --serve               # with a dial in the browser, until Ctrl-C\n"
+     "  ezossl demo | cat                 # at full speed, as for a file\n"},
 };
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// demo.cpp - the command `ezossl demo`: the library at work, without microphones and files.
+// demo.cpp - the command `ezossl demo`: locates a simulated sound, without microphones and files.
 
 #include <algorithm>
 #include <chrono>
@@ -27,7 +27,7 @@ constexpr int kSteps = 25; // one block each
 constexpr int kMeterWidth = 37;
 constexpr auto kPace = std::chrono::milliseconds(160);
 
-// A burst of noise in every block: up and down again, with a pause behind it.
+// A burst of noise in every block, which fades in and out, and then a pause.
 std::vector<float> make_bursts(NoiseSource &noise)
 {
     constexpr double kSounding = 0.7; // of the block
@@ -39,8 +39,7 @@ std::vector<float> make_bursts(NoiseSource &noise)
     return bursts;
 }
 
-// A source that goes from one end of the axis to the other and back, and what the library makes of
-// its sound.
+// A source that moves from one end of the axis to the other and back, and its blocks.
 class WalkingSource
 {
 public:
@@ -83,7 +82,7 @@ private:
     std::vector<int16_t> scene_;
 };
 
-// The blocks in a browser, as fast as they would be heard.
+// Sends the blocks to the dial in real time.
 class Broadcast
 {
 public:
@@ -167,7 +166,7 @@ void demo(const std::string &address, DataOutput &output)
     output.finish();
     if (!broadcast)
         return;
-    note("the source goes on in the browser until Ctrl-C");
+    note("the source keeps moving in the browser until Ctrl-C");
     while (interrupts() == 0)
         broadcast->add(source.next());
     broadcast->end();

@@ -20,9 +20,8 @@ struct Explanation {
 };
 constexpr Explanation kExplanations[] = {
     {"longest lag", "samples that sound takes from one microphone to the other"},
-    {"D",
-     "the library's limit: the longest lag in float arithmetic, cut to whole samples, plus one. "
-     "Frames with lags beyond D + 3 are rejected"},
+    {"D", "the library's limit: the longest lag in float arithmetic, truncated to whole samples, "
+          "plus one. Frames with lags beyond D + 3 are rejected"},
     {"directions",
      "every frame votes for the nearest of nine directions k, 22.5 degrees apart. The "
      "expected delay of each is D cos(k pi / 8), with D at 25 degrees Celsius. The "
@@ -30,7 +29,7 @@ constexpr Explanation kExplanations[] = {
      "number of samples, no more than the longest lag, within -(D + 3) ... D + 3 "
      "and -128 ... 127"},
     {"first step", "angle of a lag of one sample. Angles between whole lags come from the mean "
-                   "over a block and from the shape of the correlation's peak"},
+                   "over a block and the shape of the correlation's peak"},
     {"seen up to", "angle of the longest lag that a frame can show: 127 samples"},
     {"modes", "bf_mode 0, spectral, sees lags of -128 ... 127 samples. bf_mode 1, time-domain, "
               "compares microphone 0 with itself: it sees lags below 128 and gives no direction"},
@@ -42,8 +41,8 @@ std::string explanations()
     for (const Explanation &explanation : kExplanations)
         text += format_text("%s%-13s%s", text.empty() ? "" : "\n", explanation.name,
                             wrapped(explanation.text, 13).c_str());
-    return text + "\n\ndocs/accuracy.md tells how accurate angles are at each spacing, rate and\n"
-                  "direction. It also states where not to use the tool.";
+    return text + "\n\ndocs/accuracy.md states how accurate angles are at each spacing, rate and\n"
+                  "direction, and where not to use the tool.";
 }
 
 struct GeometryArguments {
@@ -82,7 +81,7 @@ void print_rates(const ArrayOptions &array, DataOutput &output)
         "\n-r RATE shows one rate lag by lag; ezossl geometry --help explains the columns.\n");
 }
 
-// Of a lag that is so many samples longer than the longest one.
+// The remark on a lag that exceeds the longest one by this many samples.
 const char *remark(double excess)
 {
     if (excess <= 0.0)

@@ -26,7 +26,7 @@ struct LiveArguments {
     bool list = false;
 };
 
-// After the first interrupt, the end of the block that it fell into.
+// Finds the end of the block in which the first interrupt came.
 class EndOfBlock
 {
 public:
@@ -41,7 +41,7 @@ public:
 
 private:
     const Report &report_;
-    int64_t blocks_ = 0; // when there was no interrupt yet
+    int64_t blocks_ = 0; // before the first interrupt
 };
 
 void track_device(FrameSource &source, TrackingRun &run, const Report &report)
@@ -79,10 +79,10 @@ void listen(const LiveArguments &options, DataOutput &output)
             recording->write(samples, count);
         });
     }
-    // Last, as its output may replace a file.
+    // Opened last, because its output may replace a file.
     Report report(tracking.report, output, true, false, dial.get());
     TrackingRun run(tracking, source, report);
-    std::exception_ptr failure; // what was heard before is worth as much without the rest
+    std::exception_ptr failure; // the sound before a failure is kept
     try {
         track_device(source, run, report);
     } catch (...) {
@@ -120,7 +120,7 @@ RunCommand add_live(CLI::App &parser)
     parser.get_option("--output")
         ->description("Write to this file, which grows by a line per block; - is standard output");
     CLI::Option *const spacing = parser.get_option("--spacing");
-    spacing->required(false)->description("Needed unless --list is given. " +
+    spacing->required(false)->description("Required unless --list is given. " +
                                           spacing->get_description());
     parser.callback([options] {
         if (!options->list && options->tracking.array.spacing_cm == 0.0)

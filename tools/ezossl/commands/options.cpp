@@ -36,7 +36,7 @@ void add_channels_option(CLI::App &parser, ChannelChoice &choice)
         .add_option_function<std::string>(
             "-c,--channels",
             [&choice](const std::string &text) { choice.channels = parse_channels(text); },
-            "Channels of microphones 0 and 1, counted from 1 (default: 1,2 if there are two)")
+            "Channels of microphones 0 and 1, counted from 1 (default: 1,2 of two channels)")
         ->type_name("A,B");
 }
 

@@ -23,7 +23,7 @@ struct ArrayOptions {
 // -c, the channels of the microphones.
 void add_channels_option(CLI::App &parser, ChannelChoice &choice);
 
-// Refuses an output that is an input and would replace it.
+// Refuses an output that would overwrite an input.
 void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::string> &outputs);
 
 // Refuses a number outside low ... high and says so with the unit.
@@ -35,7 +35,7 @@ CLI::Validator supported_rate();
 // "'x' is not one of a, b, c"
 std::string not_one_of(const std::string &text, const std::vector<std::string> &names);
 
-// An option that takes the name of a row of the table and hands on the row.
+// An option that takes the name of a row of the table, and calls `choose` with the row.
 template <class Row, size_t count, class Choose>
 void add_choice(CLI::App &parser, const std::string &option, const Row (&table)[count],
                 Choose choose, const std::string &description)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// parallel_inputs.cpp - forks a process per input, collects what they print in temporary files, and
-// hands it on when all inputs before it are done.
+// parallel_inputs.cpp - forks a process per input, collects its output in temporary files, and
+// prints it when all earlier inputs are done.
 
 #include "commands/parallel_inputs.h"
 
@@ -30,9 +30,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Work = std::function<void(const std::string &)>;
 
-// Inputs that may be finished while an earlier one goes on: a bound for the temporary files.
+// Inputs that may be done while an earlier one is not: limits the number of temporary files.
 constexpr size_t kLookAhead = 384;
-constexpr timespec kPatience = {0, 100'000'000}; // between two looks at interrupts and progress
+constexpr timespec kPatience = {0, 100'000'000}; // between checks of interrupts and progress
 
 double size_of(const std::string &file)
 {
@@ -41,7 +41,7 @@ double size_of(const std::string &file)
     return none_of_a_pipe ? 0.0 : static_cast<double>(size);
 }
 
-// For people who wait.
+// A duration in one unit, for people.
 std::string rough_time(double seconds)
 {
     constexpr double kMinute = 60.0;
@@ -52,18 +52,18 @@ std::string rough_time(double seconds)
                                : format_text("%.0f h", seconds / kHour);
 }
 
-// One input in work, or done and waiting for its turn.
+// The process of one input, or its output that waits for its turn.
 class Worker
 {
 public:
-    // Forks. Failure if there is no process or no file to be had.
+    // Forks. Failure if no process or temporary file can be made.
     Worker(const std::string &input, DataOutput &output, const Work &work);
     ~Worker();
     Worker(const Worker &) = delete;
     Worker &operator=(const Worker &) = delete;
 
     bool is_running() const { return !wait_status_; }
-    // Whether it ended since it was asked last.
+    // Whether it has ended since the last call.
     bool has_just_ended();
     // Prints its results, if it was successful, and its messages; returns its exit status.
     int hand_on(DataOutput &output, bool skip_header, bool &has_results) const;
@@ -80,7 +80,7 @@ private:
 
 Worker::Worker(const std::string &input, DataOutput &output, const Work &work) : input_(input)
 {
-    output.flush(); // what is not written yet would be written twice
+    output.flush(); // unwritten output would be written by both processes
     const pid_t parent = getpid();
     process_ = fork();
     if (process_ < 0)
@@ -103,7 +103,7 @@ void Worker::work(DataOutput &output, const Work &work) const
         output.flush();
         return kDone;
     });
-    // Without the destructors of what belongs to the parent, such as its unfinished files.
+    // Without destructors, because objects such as unfinished files belong to the parent.
     _exit(status);
 }
 
@@ -149,7 +149,7 @@ int Worker::hand_on(DataOutput &output, bool skip_header, bool &has_results) con
     return status;
 }
 
-// The workers of all inputs, those that run at least.
+// Runs the workers of all inputs, and prints their output in order.
 class Crew
 {
 public:
@@ -178,7 +178,7 @@ private:
     size_t ended_ = 0;
     size_t handed_on_ = 0;
     std::deque<std::unique_ptr<Worker>> workers_; // of the inputs from handed_on_ on
-    bool has_header_ = false;                     // the output so far
+    bool has_header_ = false;                     // whether the output has one yet
     int status_ = kDone;
     Clock::time_point began_ = Clock::now();
     double all_bytes_ = 0.0;
@@ -190,12 +190,12 @@ size_t default_jobs()
     return std::clamp(std::thread::hardware_concurrency(), 1u, unsigned{kMostJobs});
 }
 
-// The end of a worker, SIGCHLD, is only looked for in wait().
+// SIGCHLD, the end of a worker, is blocked except in wait().
 Crew::Crew(const ParallelInputs &task, DataOutput &output, const Work &work)
     : task_(task), output_(output), work_(work), progress_(!task.quiet),
       jobs_(task.jobs > 0 ? static_cast<size_t>(task.jobs) : default_jobs())
 {
-    std::signal(SIGCHLD, SIG_DFL); // where it was ignored, nobody could wait for a worker
+    std::signal(SIGCHLD, SIG_DFL); // if it were ignored, waiting for a worker would fail
     sigset_t child;
     sigemptyset(&child);
     sigaddset(&child, SIGCHLD);
@@ -206,7 +206,7 @@ Crew::Crew(const ParallelInputs &task, DataOutput &output, const Work &work)
 
 Crew::~Crew()
 {
-    workers_.clear(); // and their ends
+    workers_.clear(); // before SIGCHLD is unblocked
     sigprocmask(SIG_SETMASK, &mask_before_, nullptr);
 }
 
@@ -232,7 +232,7 @@ void Crew::start()
         } catch (const Failure &) {
             if (workers_.empty())
                 throw;
-            return; // until those that there are give back what they have
+            return; // retried when a running worker has freed its resources
         }
         ++running_;
     }
@@ -243,7 +243,7 @@ void Crew::wait()
     sigset_t child;
     sigemptyset(&child);
     sigaddset(&child, SIGCHLD);
-    sigtimedwait(&child, nullptr, &kPatience); // ends with an interrupt, too
+    sigtimedwait(&child, nullptr, &kPatience); // an interrupt ends it, too
     for (size_t i = 0; i < workers_.size(); ++i) {
         if (!workers_[i]->has_just_ended())
             continue;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// parser_texts.cpp - words the parser's help and refusals anew, where its own are not sentences.
+// parser_texts.cpp - rewords the parser's help and refusals where its own are not sentences.
 
 #include "commands/parser_texts.h"
 
@@ -21,7 +21,7 @@ public:
     std::string make_option(const CLI::Option *option, bool is_positional) const override
     {
         const std::string name = make_option_name(option, is_positional);
-        // Without the value of a flag that may take one: it shows in the description.
+        // Omits the default value of a flag, because the description has it.
         return entry(name.substr(0, name.find('{')) + make_option_opts(option),
                      option->get_description());
     }
@@ -56,13 +56,14 @@ private:
     }
 };
 
-// The parser's refusals as sentences, where they are not.
+// Turns the parser's refusals into sentences.
 std::string sentence_of(const CLI::App &app, const CLI::Error &error)
 {
     if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError)) {
         const std::string extras = CLI::detail::join(app.remaining(true), " ");
-        return app.get_subcommands().empty() ? "there is no command and no file in '" + extras +
-                                                   "'; try: ezossl FILE -s 5.8cm"
+        return app.get_subcommands().empty() ? "'" + extras +
+                                                   "' has neither a command nor a file; try: "
+                                                   "ezossl FILE -s 5.8cm"
                                              : "unknown option or argument: " + extras;
     }
     std::string text = error.what();

@@ -7,7 +7,7 @@ void add_serve_option(CLI::App &parser, std::string &address)
 {
     parser.add_flag("--serve{8080}", address,
                     "Show a dial in the browser: --serve [[HOST:]PORT]. Without HOST for this "
-                    "computer only; PORT 0 is any that is free");
+                    "computer only; PORT 0 picks a free one");
 }
 
 std::unique_ptr<Dial> open_dial(const std::string &address, const WriterStyle &style, bool is_quiet)

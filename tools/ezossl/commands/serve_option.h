@@ -11,10 +11,11 @@
 
 #include "serve/dial.h"
 
-// The address stays empty without the option.
+// Without the option the address stays empty.
 void add_serve_option(CLI::App &parser, std::string &address);
 
-// None for an empty address. UsageFailure if it is none, Failure if nobody can listen there.
+// nullptr for an empty address. UsageFailure if the text is not an address, Failure if it cannot be
+// listened on.
 std::unique_ptr<Dial> open_dial(const std::string &address, const WriterStyle &style,
                                 bool is_quiet);
 

@@ -27,7 +27,7 @@
 namespace {
 
 constexpr double kLongestSeconds = 600.0;
-constexpr double kMostEchoes = 1e9; // a minute of work or a few
+constexpr double kMostEchoes = 1e9; // take a few minutes
 constexpr double kNoiseSeconds = 4.0;
 constexpr double kWalkStepSeconds = 0.1; // of the truth
 
@@ -58,7 +58,7 @@ struct SimulateArguments {
             result.push_back({angle, angle});
         return result;
     }
-    // There is no place beside a pipe or a device.
+    // By default there is none for a pipe or a device.
     std::string truth_path() const
     {
         if (no_truth || !truth.empty() || is_stream(output))
@@ -75,7 +75,7 @@ std::vector<float> make_source(const SimulateArguments &options, NoiseSource &no
         static_cast<size_t>((is_limited ? options.seconds : kNoiseSeconds) * options.rate);
     if (options.input.empty())
         return make_noise(wanted, noise);
-    // Beyond the limit by a second, so that a source that is too long shows.
+    // One second more than the limit, so that a source that is too long is noticed.
     std::vector<float> source = read_source(
         options.input, is_limited ? options.seconds : kLongestSeconds + 1.0, options.rate);
     if (is_limited)
@@ -95,7 +95,7 @@ void check_length(const SimulateArguments &options, size_t source_length, size_t
     throw Failure(text);
 }
 
-// The smaller the room, the more often sound goes to and fro in its time.
+// In a smaller room, sound is reflected more often within the reverberation time.
 void check_echoes(const SceneSettings &settings, size_t angles)
 {
     if (!settings.room)
@@ -103,13 +103,12 @@ void check_echoes(const SceneSettings &settings, size_t angles)
     const double echoes = static_cast<double>(angles * EZOSSL_MIC_COUNT) *
                           echo_count(*settings.room, speed_of_sound(settings.temperature));
     if (echoes > kMostEchoes)
-        throw Failure(format_text("the scene has %.0f million echoes, and at most %.0f million can "
-                                  "be added up; make --rt60 smaller, --room larger, or the number "
-                                  "of angles (%zu) smaller",
+        throw Failure(format_text("the scene has %.0f million echoes; the limit is %.0f million. "
+                                  "Reduce --rt60 or the number of angles (%zu), or enlarge --room",
                                   std::ceil(echoes / 1e6), kMostEchoes / 1e6, angles));
 }
 
-// With a sign of life while it lasts.
+// Shows progress meanwhile.
 std::vector<int16_t> make_scene_for(const SimulateArguments &options,
                                     const std::vector<float> &source, const SceneSettings &settings,
                                     NoiseSource &noise)
@@ -126,7 +125,7 @@ std::vector<int16_t> make_scene_for(const SimulateArguments &options,
 void write_truth(PendingFile &file, const std::vector<Placement> &placements, double seconds)
 {
     std::ostringstream stream;
-    stream.exceptions(std::ios::badbit); // or without memory it would keep its first part
+    stream.exceptions(std::ios::badbit); // without memory it would silently lose its end
     stream.precision(9);
     stream << "t_start,t_end,angle_deg\n";
     for (size_t i = 0; i < placements.size(); ++i) {
@@ -195,7 +194,7 @@ void simulate(const SimulateArguments &options, const DataOutput &standard_outpu
     output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);
-    end_if_interrupted(); // from here on both files appear, whatever comes
+    end_if_interrupted(); // from here on an interrupt no longer stops the two files
     output.finish();
     if (truth)
         truth->commit();
@@ -242,7 +241,7 @@ void add_source_options(CLI::App &parser, SimulateArguments &options)
         ->check(limits(-60, 60, "dB"))
         ->type_name("DB")
         ->capture_default_str();
-    parser.add_option("--seed", options.seed, "Seed of the noise; each seed gives other noise")
+    parser.add_option("--seed", options.seed, "Seed of the noise; each seed gives different noise")
         ->type_name("NUMBER")
         ->capture_default_str();
 }
@@ -253,8 +252,8 @@ void add_room_options(CLI::App &parser, SimulateArguments &options)
         parser
             .add_option(
                 "--room", options.room,
-                "Room of width x depth x height in metres (5x4x3), with the microphones along "
-                "the width. Without it, the source is far away and there are no echoes")
+                "Room: width x depth x height in metres (5x4x3), with the microphones along its "
+                "width. Without it, the source is far away and there are no echoes")
             ->check(CLI::Validator(
                 [](const std::string &text) {
                     try {
@@ -267,7 +266,8 @@ void add_room_options(CLI::App &parser, SimulateArguments &options)
                 ""))
             ->type_name("WxDxH")
             ->excludes("--walk");
-    parser.add_option("--rt60", options.rt60, "Reverberation time: the echoes fall by 60 dB in it")
+    parser
+        .add_option("--rt60", options.rt60, "Reverberation time, in which the echoes fall by 60 dB")
         ->check(limits(0.1, 1.0, "seconds"))
         ->type_name("SEC")
         ->capture_default_str()

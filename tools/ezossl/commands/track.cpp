@@ -111,7 +111,7 @@ void track_in_turn(const TrackArguments &options, DataOutput &output, bool is_fl
             track_input(options, input, report);
             ++done;
         } catch (const ReadFailure &) {
-            throw; // its first blocks are among the output
+            throw; // the output has its first blocks already
         } catch (const WriteFailure &) {
             throw;
         } catch (const UsageFailure &failure) {
@@ -161,7 +161,7 @@ void track(const TrackArguments &options, DataOutput &output)
     options.tracking.check(options.inputs);
     options.tracking.warn();
     watch_for_interrupts();
-    // The writer of the pipe may be live.
+    // The sound in a pipe may be live.
     const bool is_flushed = has_pipe(options.inputs) || options.tracking.report.realtime;
     if (options.inputs.size() == 1 || is_flushed)
         track_in_turn(options, output, is_flushed);
@@ -206,7 +206,7 @@ RunCommand add_track(CLI::App &parser)
         ->capture_default_str()
         ->needs(raw);
     return [options](DataOutput &output) {
-        // The dial is watched. A pipe has a pace of its own.
+        // People watch the dial. A pipe sets its own pace.
         if (!options->tracking.serve.empty() && !has_pipe(options->inputs))
             options->tracking.report.realtime = true;
         track(*options, output);

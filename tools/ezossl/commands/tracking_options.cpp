@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kMostFrames = 10000; // in a block
 constexpr int kMostDegrees = 180;
-constexpr int kFewestFrames = 4; // below, a block of the library takes noise for a direction
+constexpr int kFewestFrames = 4; // with fewer, a block of the library finds directions in noise
 
 // "table (default), csv, or jsonl: an object per line"
 std::string format_help()
@@ -39,14 +39,15 @@ void TrackingOptions::add_to(CLI::App &parser)
     add_array_options(parser);
     add_block_options(parser);
     add_output_options(parser);
-    parser.footer("A block has the direction of the last second: the narrow range of directions\n"
-                  "that most frames of 128 samples point to, if 14 % of them do. So an angle lags\n"
-                  "the sound by up to 0.9 s. A block without an angle states the reason.\n"
-                  "Sound is analysed at 16000 Hz, where most blocks of speech get an angle, or at\n"
-                  "8000 Hz if the input has less. docs/accuracy.md tells how accurate angles are.");
+    parser.footer("The frames of the last second vote for the direction of a block. The narrow\n"
+                  "range of directions with the most votes wins, if 14 % of all frames are in it.\n"
+                  "So an angle lags the sound by up to 0.9 s. A block without an angle states the\n"
+                  "reason. Sound is analysed at 16000 Hz, which gives speech the most angles, or\n"
+                  "at 8000 Hz if the input has less. docs/accuracy.md states how accurate angles\n"
+                  "are.");
 }
 
-// A level in dB, or "auto" for none.
+// Takes a level in dB, or "auto", which leaves it empty.
 void add_gate_option(CLI::App &parser, std::optional<int> &gate_db)
 {
     const auto set = [&gate_db](const std::string &text) {

@@ -15,17 +15,17 @@
 #include "output/report.h"
 #include "tracking/tracker.h"
 
-constexpr double kLongestSeconds = 86400.0; // that a part or a duration may be given as
+constexpr double kLongestSeconds = 86400.0; // limit of --start and --duration
 
 struct TrackingOptions {
     ReportSettings report;
     ArrayOptions array;
     InputSettings input;
-    std::optional<int> gate_db; // of full scale; none follows the noise
+    std::optional<int> gate_db; // dB of full scale; none follows the noise
     int block_frames = 0;       // 0 is not given
     double block_ms = 0.0;      // instead of block_frames; 0 is not given
     double smooth_seconds = kSmoothSeconds;
-    bool raw_blocks = false; // of the library, instead of smoothed ones
+    bool raw_blocks = false; // the library's own blocks instead of smoothed ones
     int gain_db = 0;
     DelayMode mode = DelayMode::vote;
     std::string serve; // where the dial is; empty for none
@@ -34,13 +34,14 @@ struct TrackingOptions {
     // Refuses options that contradict one another, such as an output that is also an input.
     void check(const std::vector<std::string> &inputs) const;
 
-    // Notes on those that are allowed and hardly ever meant.
+    // Prints notes on options that are allowed but hardly ever intended.
     void warn() const;
 
-    // The gate that follows the noise is the tool's; the library's is then the lowest there is.
+    // The gate of the library. A gate that follows the noise is the tool's; the library's is then
+    // at its lowest.
     int fixed_gate_db() const { return gate_db.value_or(static_cast<int>(kLowestGateDb)); }
     TrackerSettings settings(int sample_rate) const;
-    // The dial that the user wants, if any.
+    // The dial of --serve, if given.
     std::unique_ptr<Dial> open_dial() const;
 
 private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// tracking_run.cpp - hands each frame to the tracker and to those that watch, and each block to the
-// report.
+// tracking_run.cpp - passes each frame to the tracker, the search for faults and that for the band,
+// and each block to the report.
 
 #include "commands/tracking_run.h"
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-// What the library would wrap around is clamped; the summary counts it.
+// Samples that the library would wrap around are clamped; the summary counts them.
 void amplify(const Frame &from, int gain_db, Frame &to)
 {
     const double factor = std::pow(10.0, gain_db / 20.0);
@@ -41,7 +41,7 @@ TrackingRun::TrackingRun(const TrackingOptions &options, FrameSource &source, Re
 
 void TrackingRun::add(const Frame &frame)
 {
-    // Those that watch judge the sound by the gate too, so they get it as loud as the library does.
+    // The searches for faults and band use the gate, so they need the level that the library gets.
     Frame amplified;
     if (options_.gain_db != 0)
         amplify(frame, options_.gain_db, amplified);
@@ -64,7 +64,7 @@ void TrackingRun::add_block(TrackedBlock tracked)
         tell(watch_.add(tracked.block));
 }
 
-// Told once.
+// Reports an empty band once.
 void TrackingRun::look_at_band()
 {
     if (!band_ || band_limit_)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// tracking_run.h - what `track` and `live` do with every frame of an input: blocks for the report,
-// and a watch on the faults that make angles wrong.
+// tracking_run.h - what `track` and `live` do with every frame of an input: make blocks for the
+// report, and look for faults that make angles wrong.
 
 #ifndef EZOSSL_TOOL_TRACKING_RUN_H
 #define EZOSSL_TOOL_TRACKING_RUN_H
@@ -23,7 +23,7 @@ public:
     TrackingRun(const TrackingOptions &options, FrameSource &source, Report &report);
 
     void add(const Frame &frame);
-    // Ends the input in the report. What an interrupt cut off does not count as dropped.
+    // Ends the input in the report. Sound cut off by an interrupt does not count as dropped.
     void finish();
 
 private:
@@ -35,8 +35,8 @@ private:
     FrameSource &source_;
     Report &report_;
     std::optional<int> band_limit_;
-    int64_t lost_places_ = 0;       // where the device lost sound, so far
-    std::optional<BandLimit> band_; // none where the band is known
+    int64_t lost_places_ = 0;       // places so far where the device lost sound
+    std::optional<BandLimit> band_; // none if the band is known
     FaultWatch watch_;
     Tracker tracker_;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// advice.cpp - chooses by what most blocks without an angle lack.
+// advice.cpp - chooses the advice by the most frequent reason for blocks without an angle.
 
 #include "output/advice.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// advice.h - what the user may do to get more angles.
+// advice.h - what the user can do to get more angles.
 
 #ifndef EZOSSL_TOOL_ADVICE_H
 #define EZOSSL_TOOL_ADVICE_H
@@ -9,7 +9,7 @@
 #include "output/block_writer.h"
 #include "output/summary.h"
 
-// The one step that helps most; empty if there is none, or if a fault was told with its remedy.
+// The one step that helps most; empty if there is none, or if a fault was reported with its remedy.
 std::string advice_on(const Summary &summary, const InputInfo &input);
 
 #endif

@@ -13,7 +13,7 @@
 #include "output/summary.h"
 #include "tracking/tracker.h"
 
-// Which input, and how it is analysed.
+// The input, and how it is analysed.
 struct InputInfo {
     std::string name; // as the user wrote it
     InputLayout layout;
@@ -25,9 +25,9 @@ class BlockWriter
 public:
     virtual ~BlockWriter() = default;
     virtual void begin(const InputInfo &) {}
-    // The delays are those of the frames, EZOSSL_REJECTED_FRAME where there is none.
+    // A delay for each frame, EZOSSL_REJECTED_FRAME if it has none.
     virtual void write(const Block &block, const std::vector<int> &delays) = 0;
-    // A fault that the blocks suffer from.
+    // A fault that affects the blocks.
     virtual void fault(const std::string & /*name*/, const std::string & /*text*/) {}
     virtual void end(const Summary &) {}
 };
@@ -35,9 +35,9 @@ public:
 struct WriterStyle {
     bool per_frame;
     bool color;
-    bool many_inputs; // so that each needs its name
+    bool many_inputs; // each is headed by its name
     bool utf8;        // rather than ASCII
-    bool live;        // with the time of day and gaps
+    bool live;        // blocks have the time of day and gaps
     int meter_width;  // of the table; 0 is none
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// columns.cpp - name and value of each column, in the order of CSV.
+// columns.cpp - the name and the value of each column, in the order of CSV.
 
 #include "output/columns.h"
 

@@ -16,16 +16,16 @@ struct Number {
     double value;
     int decimals;
 };
-using List = std::vector<std::optional<int>>;                          // whole numbers, and gaps
-using Value = std::variant<std::monostate, Number, std::string, List>; // the first is no value
+using List = std::vector<std::optional<int>>;                          // integers, some missing
+using Value = std::variant<std::monostate, Number, std::string, List>; // monostate is no value
 
-// A block as the writers get it.
+// A block, as the writers get it.
 struct BlockRow {
     const Block &block;
     const std::vector<int> &delays;
 };
 
-// Of the input, which each line of CSV and each object of JSON states first.
+// The column of the input's name, first in each line of CSV and each object of JSON.
 constexpr char kInputColumn[] = "input";
 
 // In the order of CSV.
@@ -35,7 +35,7 @@ struct Column {
     bool WriterStyle::*only_if = nullptr; // nullptr is always
 };
 
-// Those that are written in this style.
+// The columns of this style.
 std::vector<Column> columns_for(const WriterStyle &style);
 
 #endif

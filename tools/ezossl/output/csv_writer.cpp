@@ -16,7 +16,7 @@ std::string quoted(const std::string &field)
     return text + '"';
 }
 
-// A value as a field.
+// Formats a value as a field.
 struct FieldText {
     std::string operator()(std::monostate /*none*/) const { return ""; }
     std::string operator()(const Number &number) const

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// data_output.cpp - takes standard output away from the library, and writes results to it.
+// data_output.cpp - takes over standard output from the library, and writes results to it.
 
 #include "output/data_output.h"
 
@@ -28,7 +28,7 @@ DataOutput::DataOutput()
 {
     write_to(Descriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)));
     look();
-    // By line, so that messages keep their place among those of the tool.
+    // Line by line, so that the messages of library and tool keep their order.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     show_library_messages(true);
 }

@@ -21,12 +21,12 @@ public:
     DataOutput(const DataOutput &) = delete;
     DataOutput &operator=(const DataOutput &) = delete;
 
-    // From now on to a file, which appears with finish().
+    // From now on writes to a file, which appears with finish().
     void redirect(const std::string &path);
-    // From now on to a file that grows under its own name.
+    // From now on writes to a file that grows under its own name.
     void grow(const std::string &path);
-    // From now on to this descriptor, from where another process prints it. So it has to look as it
-    // would without.
+    // From now on writes to this descriptor, from which another process prints it. Width and
+    // colours stay those of the output so far.
     void collect(int descriptor);
 
     // Failure if the bytes cannot be written, which may show only in flush(). If the reader of a
@@ -35,7 +35,7 @@ public:
     void write(const char *bytes, size_t count);
     void flush();
     void finish();
-    // Whether there is a file that only appears with finish().
+    // Whether the output is a file that appears only with finish().
     bool is_pending() const { return pending_.has_value(); }
 
     int descriptor() const;
@@ -61,11 +61,11 @@ private:
     std::optional<PendingFile> pending_;
 };
 
-// Where the library's messages go from now on: to standard error, or nowhere.
+// Sends the library's messages to standard error from now on, or nowhere.
 void show_library_messages(bool show);
 
-// Standard error, and with it those messages of the library that are shown, go to this descriptor
-// from now on.
+// Sends standard error to this descriptor from now on, including the library's messages if they are
+// shown.
 void send_messages_to(int descriptor);
 
 #endif

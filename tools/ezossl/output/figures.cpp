@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// figures.cpp - keeps the blocks until the end of the input, as a figure shows them all.
+// figures.cpp - keeps the blocks until the end of the input, because a figure shows them all.
 
 #include "output/figures.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// The name of the file, and what the angles rest on.
+// The name of the file, and the settings on which the angles depend.
 std::string figure_title(const InputInfo &input)
 {
     return std::filesystem::path(input.name).filename().string() +

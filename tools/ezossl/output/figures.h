@@ -15,13 +15,13 @@
 class Figures
 {
 public:
-    // Opens the file; there is no figure without a path.
+    // Opens the file; without a path there is no figure.
     void add(const std::string &path, Drawing drawing);
 
     void begin() { blocks_.clear(); }
     void add(const Block &block);
     void draw(const InputInfo &input) const;
-    // To the disk, and under their names; without that, there are none.
+    // Writes them to the disk, and gives them their names; without this call there are none.
     void sync();
     void commit();
 
@@ -34,7 +34,7 @@ private:
     };
 
     std::list<Figure> figures_;
-    std::vector<Block> blocks_; // all of the input, if there are figures
+    std::vector<Block> blocks_; // all blocks of the input, if there are figures
 };
 
 #endif

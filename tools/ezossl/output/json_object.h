@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// json_object.h - a JSON object that is made member by member, of cJSON.
+// json_object.h - a JSON object that is made member by member, with cJSON.
 
 #ifndef EZOSSL_TOOL_JSON_OBJECT_H
 #define EZOSSL_TOOL_JSON_OBJECT_H
@@ -17,7 +17,7 @@
 
 #include "output/columns.h"
 
-// cJSON returns NULL when memory runs out. Without this check a member would be missing.
+// cJSON returns NULL when memory runs out; unchecked, a member would be missing.
 template <class Result>
 Result *require_json(Result *result)
 {
@@ -34,7 +34,7 @@ public:
     {
         require_json(cJSON_AddStringToObject(json_.get(), name, text.c_str()));
     }
-    // What is not a number, such as the level of silence, becomes null.
+    // Infinities, such as the level of silence, and NaN become null.
     template <class Arithmetic>
     std::enable_if_t<std::is_arithmetic_v<Arithmetic>> add(const char *name, Arithmetic number)
     {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// json_objects.cpp - what each object says of the settings, the blocks and the whole of an input.
+// json_objects.cpp - the members of the objects for settings, blocks and summary.
 
 #include "output/json_objects.h"
 

@@ -17,12 +17,12 @@ class JsonObjects
 public:
     explicit JsonObjects(const WriterStyle &style);
 
-    // The others are about the input that began last.
+    // The following ones are about the input that began last.
     std::string begin(const InputInfo &input);
     std::string block(const Block &block, const std::vector<int> &delays) const;
     std::string summary(const Summary &summary) const;
 
-    // One with the members that each object begins with.
+    // An object with the members that all objects begin with.
     JsonObject of_type(const char *type) const;
 
 private:

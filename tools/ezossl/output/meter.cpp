@@ -31,7 +31,7 @@ std::string direction_meter(std::optional<int> angle_deg, int width, bool plain)
     return meter + signs.end;
 }
 
-// As the C library looks it up: the first of these that is set and not empty counts.
+// Like the C library: the first of these that is set and not empty counts.
 bool locale_is_utf8()
 {
     for (const char *name : {"LC_ALL", "LC_CTYPE", "LANG"}) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// output_format.h - the forms in which blocks are written. A new one is a row here and its writer.
+// output_format.h - the formats in which blocks are written. A new one is a row here and its
+// writer.
 
 #ifndef EZOSSL_TOOL_OUTPUT_FORMAT_H
 #define EZOSSL_TOOL_OUTPUT_FORMAT_H

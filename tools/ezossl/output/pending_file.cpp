@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// pending_file.cpp - writes beside the target and renames; devices and pipes are written to.
+// pending_file.cpp - writes a file next to the target and renames it; writes to devices and pipes
+// directly.
 
 #include "output/pending_file.h"
 
@@ -24,13 +25,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMostLinks = 40; // as Linux follows
+constexpr int kMostLinks = 40; // as many as Linux follows
 constexpr mode_t kModeBits = 07777;
 constexpr mode_t kWritable = 0222;
 constexpr char kEnding[] = ".XXXXXX.part";
 constexpr size_t kLongestName = 255 - (sizeof kEnding - 1);
 
-// Never destroyed: a file that is a static object ends after any list made later than itself.
+// Never destroyed, because a pending file that is a static object may be destroyed later.
 std::vector<const PendingFile *> &pending_files()
 {
     static auto &files = *new std::vector<const PendingFile *>;
@@ -99,7 +100,7 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
     if (fs::exists(status) && !fs::is_regular_file(status))
         throw Failure(target + ": exists and is not a regular file; choose another name");
     claim();
-    pending_files().reserve(pending_files().size() + 1); // from here on nothing may be left behind
+    pending_files().reserve(pending_files().size() + 1); // must not fail once the file exists
     if (appears == Appears::growing)
         open_itself(O_WRONLY | O_CREAT | O_TRUNC);
     else
@@ -124,7 +125,7 @@ void PendingFile::open_itself(int flags)
         fail();
 }
 
-// The name is one that nobody can foresee, and no link is followed.
+// The name is unpredictable, and no link is followed.
 void PendingFile::open_beside()
 {
     struct stat replaced = {};
@@ -139,10 +140,10 @@ void PendingFile::open_beside()
     descriptor_ = mkostemps(path.data(), kSuffix, O_CLOEXEC);
     if (descriptor_ < 0)
         fail();
-    working_path_ = std::move(path); // without memory for a copy the file would stay
+    working_path_ = std::move(path); // a copy may fail without memory, and the file would be left
     if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0 &&
         fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
-        replaced.st_mode &= ~(mode_t{S_ISUID} | S_ISGID); // of an owner that it will not have
+        replaced.st_mode &= ~(mode_t{S_ISUID} | S_ISGID); // the owner may become another one
     // Some file systems have no modes.
     static_cast<void>(fchmod(descriptor_, exists ? replaced.st_mode & kModeBits : usual_mode()));
 }
@@ -183,14 +184,14 @@ void PendingFile::write(const std::string &text) const
         if (now < 0 && errno != EINTR)
             fail();
         if (now < 0 && working_path_.empty())
-            end_if_interrupted(); // a reader of the pipe may never come
+            end_if_interrupted(); // a pipe may never get a reader
         done += static_cast<size_t>(std::max<ssize_t>(now, 0));
     }
 }
 
 void PendingFile::sync()
 {
-    // Some file systems cannot; then renaming is all there is.
+    // Some file systems cannot do this; then renaming must suffice.
     if (!working_path_.empty() && !is_synced_ && fsync(descriptor_) != 0 && errno != EINVAL &&
         errno != ENOSYS)
         fail();
@@ -202,8 +203,7 @@ void PendingFile::commit()
     if (working_path_.empty())
         return;
     sync();
-    // The name is on the disk once the folder is. That it cannot be written is no reason to fail:
-    // the file is there.
+    // Writing the folder puts the name on the disk. An error here is ignored: the file exists.
     const Descriptor folder(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (std::rename(working_path_.c_str(), path_.c_str()) != 0)
         fail();
@@ -214,7 +214,7 @@ void PendingFile::commit()
 
 void PendingFile::fail() const
 {
-    if (errno == EPIPE) // the reader needs no more
+    if (errno == EPIPE) // the reader has closed the pipe
         throw EndWith{128 + SIGPIPE};
     throw WriteFailure(target_ + ": cannot be written: " + std::strerror(errno));
 }

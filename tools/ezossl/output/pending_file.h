@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pending_file.h - a file that appears whole or not at all, unless it is to grow.
+// pending_file.h - an output file that appears whole or not at all, unless it is meant to grow.
 
 #ifndef EZOSSL_TOOL_PENDING_FILE_H
 #define EZOSSL_TOOL_PENDING_FILE_H
@@ -10,22 +10,22 @@
 
 #include "base/descriptor.h"
 
-// Whether an output of this name is standard output, which cannot be opened by its name: descriptor
-// 1 is elsewhere (see DataOutput).
+// Whether an output of this name is standard output, which cannot be opened by its name because
+// descriptor 1 leads elsewhere (see DataOutput).
 bool is_standard_output(const std::string &name);
 
-// Whether a file is written into: it exists as a device or a pipe, or it is standard output.
+// Whether a file is written to directly: it exists as a device or a pipe, or is standard output.
 bool is_stream(const std::string &name);
 
-// Write to descriptor(), a new file beside the target (beside what a symbolic link leads to) with a
-// name that ends in .part; then commit(). Without commit() nothing is left, unless the program is
-// killed. A device or a pipe is written to itself.
+// Write to descriptor(), a new file in the folder of the target (or of what a symbolic link leads
+// to) with a name that ends in .part; then call commit(). Without commit() nothing is left, unless
+// the program is killed. A device or a pipe is written to directly.
 class PendingFile
 {
 public:
     enum class Appears {
         whole,   // with commit()
-        growing, // at once, in the place of what had the name
+        growing, // at once, replacing the file that had the name
     };
     static constexpr int kNoStandardOutput = -1;
 
@@ -40,18 +40,18 @@ public:
 
     const std::string &target() const { return target_; }
     int descriptor() const { return descriptor_; }
-    // One more for the same file.
+    // A further descriptor of the same file.
     Descriptor duplicate() const;
-    // The whole contents.
+    // Writes the whole contents.
     void write(const std::string &text) const;
 
-    // Lets the disk take what was written. After that, commit() can hardly fail.
+    // Waits until the contents are on the disk. After that, commit() can hardly fail.
     void sync();
     // The target keeps its mode and, as far as the user may, its owner.
     void commit();
 
 private:
-    // A file that exists has a number of its own; one that does not is a name in a folder.
+    // Identifies a file by its number if it exists, and otherwise by its name in a folder.
     struct Place {
         dev_t device;
         ino_t file; // 0 if it does not exist
@@ -69,7 +69,7 @@ private:
 
     std::string target_;
     std::string path_;         // the target, or where it leads as a symbolic link
-    std::string working_path_; // none for what is written to itself
+    std::string working_path_; // empty for what is written to directly
     int descriptor_ = -1;
     bool is_synced_ = false;
     Place place_{};

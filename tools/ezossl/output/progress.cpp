@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// progress.cpp - draws the line a few times a second, however often it is told.
+// progress.cpp - draws the line at most a few times a second.
 
 #include "output/progress.h"
 

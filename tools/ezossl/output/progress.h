@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// progress.h - how far the work is, for users who wait in front of a terminal.
+// progress.h - the progress of the work, for users who wait at a terminal.
 
 #ifndef EZOSSL_TOOL_PROGRESS_H
 #define EZOSSL_TOOL_PROGRESS_H
@@ -17,10 +17,10 @@ public:
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    // A few times a second.
+    // True a few times a second.
     bool is_due() const;
     void show(const std::string &text);
-    // Before anything else is printed.
+    // Call before anything else is printed.
     void clear();
 
 private:

@@ -17,7 +17,7 @@
 
 namespace {
 
-// Whether the user can see colours on this output, and wants them.
+// Whether this output can show colours, and the user wants them.
 bool wants_color(const ReportSettings &settings, const DataOutput &output)
 {
     const char *const no_color = std::getenv("NO_COLOR");
@@ -27,7 +27,7 @@ bool wants_color(const ReportSettings &settings, const DataOutput &output)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-// What the table's other columns leave, as an odd number; 0 if that is too narrow.
+// The width that the table's other columns leave, as an odd number; 0 if it is too narrow.
 int meter_width(int columns)
 {
     constexpr int kOtherColumns = 54;
@@ -47,7 +47,7 @@ Report::Report(const ReportSettings &settings, DataOutput &output, bool is_flush
     figures_.add(settings.plot, angle_plot_svg);
     figures_.add(settings.histogram, angle_rose_svg);
     if (settings.live && !settings.output.empty())
-        output.grow(settings.output); // after the figures, as it replaces a file at once
+        output.grow(settings.output); // after the figures, because it replaces a file at once
     else if (!settings.output.empty())
         output.redirect(settings.output);
     writer_ = settings.format->make(output, {settings.per_frame, wants_color(settings, output),
@@ -140,7 +140,7 @@ void Report::summarize() const
 
 void Report::commit()
 {
-    figures_.sync(); // the first name appears when little else can fail
+    figures_.sync(); // so that after the first name appears, little else can fail
     output_.finish();
     figures_.commit();
 }

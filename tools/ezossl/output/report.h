@@ -14,7 +14,7 @@
 #include "output/figures.h"
 #include "output/output_format.h"
 
-// What the user wants to get. A file without a name is not written.
+// What the user wants. A file without a name is not written.
 struct ReportSettings {
     const OutputFormat *format = &kOutputFormats[0];
     std::string output; // instead of standard output
@@ -23,7 +23,7 @@ struct ReportSettings {
     bool per_frame = false;
     int on_change = 0; // degrees by which the angle has to differ; 0 shows every block
     bool realtime = false;
-    bool live = false; // blocks get the time of day, and `output` grows while they come
+    bool live = false; // blocks get the time of day, and `output` grows block by block
     bool quiet = false;
     bool no_color = false;
 };
@@ -31,19 +31,19 @@ struct ReportSettings {
 class Report
 {
 public:
-    // Opens the outputs that the settings name. If flushed, each line appears at once. If there is
-    // an audience, it gets every block before it is printed.
+    // Opens the outputs that the settings name. If flushed, each line appears at once. The
+    // audience, if there is one, gets every block before it is printed.
     Report(const ReportSettings &settings, DataOutput &output, bool is_flushed, bool many_inputs,
            BlockWriter *audience = nullptr);
 
     void begin(const InputInfo &input);
     void block(const Block &block, const std::vector<int> &delays);
-    // A fault that the blocks suffer from, in words; told at once.
+    // Prints a fault that affects the blocks, at once.
     void fault(const std::string &name, const std::string &text);
     void end(const SoundSummary &sound);
     // Prints the summary so far on standard error.
     void summarize() const;
-    // Makes the output files appear; without it, there are none.
+    // Makes the output files appear; without this call there are none.
     void commit();
 
     int64_t blocks() const { return summary_.blocks(); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sound_writer.cpp - writes through libsndfile beside the target and checks every call.
+// sound_writer.cpp - writes a pending file through libsndfile, and checks every call.
 
 #include "output/sound_writer.h"
 
@@ -50,7 +50,7 @@ void SoundWriter::write(const int16_t *samples, size_t count)
         return;
     sf_command(file_.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
     require(true);
-    // Does not wait for the disk, which could take longer than the device waits for its reader.
+    // Does not wait for the disk, which could take so long that the device overruns.
     static_cast<void>(sync_file_range(target_.descriptor(), 0, 0, SYNC_FILE_RANGE_WRITE));
     since_update_ = 0;
 }
@@ -78,8 +78,9 @@ void SoundWriter::pour()
     }
 }
 
-// After errno was set to 0. libsndfile calls all that the system says "System error", and passes
-// over what fails when it corrects a header. It repeats what was interrupted, and seeks in pipes.
+// Throws if a system call has failed since errno was set to 0. libsndfile reports every error of
+// the system as "System error", and ignores errors when it corrects a header. It repeats
+// interrupted calls, and seeks in pipes; the errors of these are harmless.
 void SoundWriter::require(bool is_done)
 {
     if (is_done && (errno == 0 || errno == EINTR || errno == ESPIPE))

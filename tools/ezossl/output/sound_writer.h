@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sound_writer.h - a file of 16-bit samples: a scene, or what a device delivers.
+// sound_writer.h - writes a file of 16-bit samples: a scene, or the sound of a device.
 
 #ifndef EZOSSL_TOOL_SOUND_WRITER_H
 #define EZOSSL_TOOL_SOUND_WRITER_H
@@ -20,9 +20,9 @@ public:
         open,    // RF64, which is plain WAV as long as it is small enough
     };
 
-    // Failure shows now if the file cannot be written. It appears with finish(), as does what goes
-    // into a pipe. Of open length, it can be read up to its last second even if the program is
-    // killed before that. Standard output is taken as PendingFile takes it.
+    // Failure if the file cannot be written. It appears with finish(); only then the samples go
+    // into a pipe. A file of open length can be read up to its last second even if the program is
+    // killed before that. PendingFile describes standard output.
     SoundWriter(const std::string &path, int rate, int channels, Length length,
                 int standard_output = PendingFile::kNoStandardOutput);
 
@@ -36,8 +36,8 @@ private:
 
     PendingFile target_;
     SoundFile file_;
-    Descriptor memory_; // holds what goes into a pipe, as libsndfile goes back to the header
-    bool keeps_header_ = false; // true to the samples
+    Descriptor memory_; // holds what goes into a pipe, because libsndfile returns to the header
+    bool keeps_header_ = false; // up to date with the samples
     size_t update_after_;       // samples per channel: a second of them
     size_t since_update_ = 0;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// spool.h - a file without a name, in which text waits until it is its turn to be printed.
+// spool.h - a file without a name, which holds text until it can be printed.
 
 #ifndef EZOSSL_TOOL_SPOOL_H
 #define EZOSSL_TOOL_SPOOL_H
@@ -12,15 +12,15 @@
 class Spool
 {
 public:
-    // In the directory TMPDIR, or in /var/tmp, which is on a disk where /tmp is in memory.
+    // In the directory TMPDIR, or in /var/tmp, which is on a disk even if /tmp is in memory.
     Spool();
 
-    // To write to.
+    // For writing.
     int descriptor() const { return file_.get(); }
 
     using Take = std::function<void(const char *bytes, size_t count)>;
-    // The text from the beginning, in pieces, if wanted without its first line. False if it is
-    // empty.
+    // Passes on the text from the beginning, in pieces, without its first line if so wanted. False
+    // if it is empty.
     bool read(bool skip_first_line, const Take &take) const;
 
 private:

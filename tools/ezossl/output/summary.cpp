@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// summary.cpp - counts blocks by status and angle, and puts the counts into a line.
+// summary.cpp - counts blocks by status and angle, and makes a line of the counts.
 
 #include "output/summary.h"
 

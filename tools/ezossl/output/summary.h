@@ -21,16 +21,16 @@ struct GateRange {
     double last;
 };
 
-// What is known of the sound without regard to the blocks.
+// What is known of the sound apart from the blocks.
 struct SoundSummary {
     double dropped_seconds = 0.0; // at the end, less than a block
     int64_t clamped = 0;          // samples beyond full scale
     int64_t wrapped = 0;          // samples that the gain took beyond 16 bits
     int64_t overruns = 0;
-    int64_t suspends = 0;              // of the machine, while it listened
+    int64_t suspends = 0;              // of the machine, while it captured
     std::optional<GateRange> gate;     // none if it was fixed
     std::optional<int> band_limit;     // Hz above which there is no sound
-    std::vector<std::string> faults{}; // names of those that were found
+    std::vector<std::string> faults{}; // names of the faults that were found
 };
 
 struct Summary : SoundSummary {
@@ -39,10 +39,10 @@ struct Summary : SoundSummary {
     int64_t blocks() const;       // of every status
     int64_t heard() const;        // blocks that are not quiet
     double decided_share() const; // of all blocks
-    // The most frequent reason for a block that was heard to have no angle.
+    // The most frequent reason why a block that is not quiet has no angle.
     BlockStatus main_reason() const;
     // The median angle; there must be at least one angle. For an even number of them, the mean of
-    // the two in the middle.
+    // the middle two.
     double median() const;
 
 private:

@@ -61,14 +61,14 @@ public:
     }
 
 private:
-    // With the first block, so that an input without blocks has no header.
+    // Written with the first block, so that an input without blocks has no header.
     void write_header()
     {
         if (style_.many_inputs)
             output_.print("%s\n", printable(name_).c_str());
         for (const TextColumn &column : kTextColumns)
             write_cell(column, column.heading);
-        if (style_.meter_width > 0) // as wide as the meter, 0 in its middle
+        if (style_.meter_width > 0) // a scale as wide as the meter, with 0 in its middle
             output_.print("  %s+90%*s%*s", style_.utf8 ? " " : "", style_.meter_width / 2 - 2, "0",
                           style_.meter_width / 2, "-90");
         output_.print("\n");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// agreement.cpp - looks at the delays once more that the library has voted with.
+// agreement.cpp - examines the delays with which the library has voted.
 
 #include "tracking/agreement.h"
 
@@ -33,9 +33,9 @@ int count_agreeing(const std::vector<int> &delays)
         clear.begin(), clear.end(), [median](int delay) { return std::abs(delay - median) <= 1; }));
 }
 
-// The library gives a direction that has more votes than frames were rejected, and at least 4 of
-// every 32 frames. A near miss has three quarters of both; the first suffices, as one of nine
-// directions then has 3 votes of 32.
+// The library gives a direction that has more votes than there are rejected frames, and at least 4
+// in 32 frames. A near miss has three quarters of both. Checking the first suffices, because one of
+// nine directions then has 3 votes in 32.
 BlockStatus reason_of_undecided(const std::vector<int> &delays, const PairGeometry &geometry)
 {
     const std::vector<int> clear = clear_delays(delays);

@@ -13,12 +13,12 @@ struct Block {
     double end;
     BlockStatus status;
     int angle;           // degrees; of BlockStatus::ok only
-    int frames_agreeing; // frames whose delays agree: see DirectionVote, and Localizer for its own
+    int frames_agreeing; // frames whose delays agree, as defined by DirectionVote or Localizer
     int frames_used;     // frames with a clear delay
     int frames_total;    // frames that could vote
     double level; // mean of both microphones, dB of full scale; -infinity for digital silence
-    bool has_gap = false;                         // whether the device lost sound before its end
-    std::chrono::system_clock::time_point time{}; // of day when it was complete
+    bool has_gap = false;                         // whether the device lost sound in or before it
+    std::chrono::system_clock::time_point time{}; // time of day when it was complete
 };
 
 #endif

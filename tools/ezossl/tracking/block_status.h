@@ -34,11 +34,11 @@ constexpr StatusDisplay kStatuses[] = {
     {BlockStatus::few_clear, "few_clear", "unclear", "#8250df", "#a371f7",
      "the microphones hear little in common; run ezossl check"},
     {BlockStatus::disagree, "disagree", "disagree", "#bf8700", "#d29922",
-     "move the source nearer, or lessen echo and noise"},
+     "move the source nearer, or reduce echo and noise"},
     {BlockStatus::near_miss, "near_miss", "near miss", "#0969da", "#58a6ff",
      "move the source nearer, or try a longer --smooth"},
-    {BlockStatus::beyond, "beyond", "too late", "#bc4c00", "#f0883e",
-     "check the spacing that -s states; run ezossl check"},
+    {BlockStatus::beyond, "beyond", "long lag", "#bc4c00", "#f0883e",
+     "check the spacing given with -s; run ezossl check"},
     {BlockStatus::undecided, "undecided", "undecided", "#57606a", "#8b949e", ""},
 };
 constexpr size_t kStatusCount = sizeof kStatuses / sizeof kStatuses[0];

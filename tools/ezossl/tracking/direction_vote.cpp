@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// direction_vote.cpp - counts the votes of the window by angle. The range is a range of delays, so
-// it has one width in the sine of the angle, to which the delay is proportional.
+// direction_vote.cpp - counts the votes of the window by angle. The range has a fixed width in
+// delay and so in the sine of the angle, to which the delay is proportional.
 
 #include "tracking/direction_vote.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// Chosen on simulated speech in rooms, and such that independent noise in both channels never gets
+// Chosen with simulated speech in rooms, and so that independent noise in both channels never gets
 // an angle; see docs/accuracy.md.
 constexpr double kRangeOfSines = 0.2;
 constexpr int kQuorumPercent = 14;      // of the frames in the window
@@ -58,7 +58,7 @@ void DirectionVote::add(const FrameVote &vote)
 
 DirectionVote::Range DirectionVote::fullest_range() const
 {
-    std::vector<size_t> starts; // of the ranges that are equally full
+    std::vector<size_t> starts; // of the ranges with the most votes
     Range fullest;
     int inside = 0; // votes from start to before end
     size_t end = 0;
@@ -82,7 +82,7 @@ DirectionVote::Range DirectionVote::fullest_range() const
     return fullest;
 }
 
-// How many frames must agree.
+// The number of frames that must agree.
 int DirectionVote::quorum() const
 {
     const int frames = static_cast<int>(window_.size());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // direction_vote.h - finds one direction from the frames of the last second or so: the narrow range
-// of directions that most of them fall into, if enough do.
+// of directions with the most frames, if there are enough of them.
 
 #ifndef EZOSSL_TOOL_DIRECTION_VOTE_H
 #define EZOSSL_TOOL_DIRECTION_VOTE_H
@@ -13,7 +13,7 @@
 #include "base/angles.h"
 #include "tracking/block_status.h"
 
-// What a frame says.
+// The vote of a frame.
 struct FrameVote {
     enum class Kind {
         silent,  // at or below the gate: no vote
@@ -37,7 +37,7 @@ public:
     struct Result {
         BlockStatus status;
         int angle;    // degrees; of BlockStatus::ok only
-        int agreeing; // frames in the range that most frames fall into
+        int agreeing; // frames in the range with the most frames
         int clear;    // frames with a delay, whether it fits the spacing or not
         int frames;   // in the window so far
     };
@@ -46,7 +46,7 @@ public:
 private:
     struct Range {
         int agreeing = 0;
-        int angle = 0; // the median of those that agree
+        int angle = 0; // the median of the frames that agree
     };
     int quorum() const;
     Range fullest_range() const;
@@ -57,7 +57,7 @@ private:
     size_t next_ = 0;
     int beyond_ = 0;
     std::array<int, kAngleCount> votes_{};
-    std::array<size_t, kAngleCount> range_end_{}; // behind the range that starts at this one
+    std::array<size_t, kAngleCount> range_end_{}; // past the range that starts at this angle
 };
 
 #endif

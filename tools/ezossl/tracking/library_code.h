@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string>
 
-// "EZOSSL_BAD_GAIN", as in EzoSsl.h; of a code without a name its value.
+// "EZOSSL_BAD_GAIN", as in EzoSsl.h; for a code without a name its value.
 std::string name_of_code(int32_t code);
 
 #endif

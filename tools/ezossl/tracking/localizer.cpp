@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// localizer.cpp - calls the library in its order, and turns its codes into statuses.
+// localizer.cpp - calls the library in the required order, and turns its codes into statuses.
 
 #include "tracking/localizer.h"
 
@@ -22,7 +22,7 @@ namespace {
                   "; -v shows the library's messages");
 }
 
-// The library has operations that return their code as a signed and as an unsigned number.
+// Some operations of the library return their code as a signed number, others as an unsigned one.
 template <class Code>
 void require(const char *operation, Code code)
 {

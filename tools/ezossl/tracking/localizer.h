@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// localizer.h - an instance of the library with its buffer, driven in the order that it asks for.
+// localizer.h - an instance of the library with its buffer, called in the required order.
 
 #ifndef EZOSSL_TOOL_LOCALIZER_H
 #define EZOSSL_TOOL_LOCALIZER_H
@@ -24,7 +24,7 @@ struct DelayModeName {
 constexpr DelayModeName kDelayModes[] = {{DelayMode::vote, "vote"},
                                          {DelayMode::time_domain, "delay"}};
 
-constexpr int kLibraryBlockFrames = 32; // that its thresholds are made for
+constexpr int kLibraryBlockFrames = 32; // the length for which its thresholds are made
 
 struct LocalizerSettings {
     int sample_rate;   // Hz
@@ -51,7 +51,7 @@ public:
     // time-domain mode every block is undecided.
     Block finish_block();
 
-    // Of the block so far: a delay per frame, EZOSSL_REJECTED_FRAME where there is no clear one.
+    // The delay of each frame of the block so far, EZOSSL_REJECTED_FRAME if it has no clear one.
     const std::vector<int> &delays() const { return delays_; }
     int frames() const { return static_cast<int>(delays_.size()); }
     double frame_seconds() const { return double{EZOSSL_FRAME_LENGTH} / settings_.sample_rate; }
@@ -64,7 +64,7 @@ private:
 
     LocalizerSettings settings_;
     PairGeometry geometry_;
-    int loudest_; // sample that the gain leaves within 16 bits
+    int loudest_; // the largest sample that the gain leaves within 16 bits
     std::vector<std::byte> buffer_;
     SslHandle *handle_;
     RandomNumbers random_numbers_; // that the library draws

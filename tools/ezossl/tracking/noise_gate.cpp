@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // noise_gate.cpp - the floor is the minimum of the last half minute (R. Martin, "Noise power
 // spectral density estimation based on optimal smoothing and minimum statistics", IEEE Trans.
-// Speech and Audio Processing 9, 2001, has the idea band by band).
+// Speech and Audio Processing 9, 2001, does this in every band).
 
 #include "tracking/noise_gate.h"
 
@@ -10,10 +10,10 @@
 namespace {
 
 // Chosen with a talker who pauses while a fan runs elsewhere: with lower margins the fan gets
-// angles, with higher ones the talker loses them.
+// angles, with higher ones the talker loses some.
 constexpr double kWindow = 30.0;     // seconds in which the floor is the lowest level
 constexpr double kMarginDb = 6.0;    // above the floor
-constexpr double kHeadroomDb = 10.0; // below the loudest, so that a steady sound alone stays heard
+constexpr double kHeadroomDb = 10.0; // below the loudest, so that a steady sound passes the gate
 
 } // namespace
 

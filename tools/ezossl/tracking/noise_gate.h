@@ -20,7 +20,7 @@ public:
     // short, so that the pauses between words show the noise.
     bool is_quiet(double level, double seconds);
 
-    // What the gate was: now, and at its lowest and highest.
+    // The gate now, and its lowest and highest level so far.
     double level() const { return level_; }
     double lowest() const { return lowest_; }
     double highest() const { return highest_; }
@@ -39,7 +39,7 @@ private:
     double highest_;
     double now_ = 0.0;
     double loudest_ = kLowestGateDb;
-    // Those that may yet become the lowest of the window: each is lower than all before it.
+    // Segments that may yet become the lowest of the window: each is lower than all later ones.
     std::deque<Segment> candidates_;
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// pair_geometry.cpp - the library's geometry: what it rounds to float is rounded here too.
+// pair_geometry.cpp - the library's geometry, with the same roundings to float.
 
 #include "tracking/pair_geometry.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kVotingTemperature = 25; // the expected delays are made before any configuration
+constexpr int kVotingTemperature = 25; // the expected delays are computed before Config
 
 int library_limit(double spacing_cm, int rate, int temperature)
 {

@@ -8,7 +8,7 @@
 #include <array>
 
 constexpr int kDirectionCount = 9;   // that frames vote for, 22.5 degrees apart
-constexpr int kLagTolerance = 3;     // samples beyond its limit in which the library takes a frame
+constexpr int kLagTolerance = 3;     // samples beyond its limit that the library tolerates
 constexpr double kLagMargin = 0.75;  // samples beyond the longest lag that may be measured
 constexpr int kLowestSeenLag = -128; // of the spectral mode
 constexpr int kHighestSeenLag = 127;
@@ -22,12 +22,12 @@ public:
     int limit() const { return limit_; }                // the library's D: whole samples, plus one
 
     int longest_possible_lag() const;   // whole samples that the spacing allows and frames can show
-    int longest_accepted_lag() const;   // whole samples that frames are not rejected for
+    int longest_accepted_lag() const;   // whole samples; frames with longer lags are rejected
     double angle_of_lag(int lag) const; // degrees, at +-90 beyond the longest lag
-    double widest_angle() const;        // degrees up to which lags are within what frames can show
-    int direction_of_lag(int lag) const; // 0 ... 8: the one that a frame of this lag votes for
+    double widest_angle() const;        // degrees; the lags of larger angles exceed a frame
+    int direction_of_lag(int lag) const; // 0 ... 8: that for which a frame of this lag votes
 
-    // Directions that some possible lag votes for.
+    // The directions for which some possible lag votes.
     std::array<bool, kDirectionCount> reachable_directions() const;
 
 private:
@@ -36,7 +36,7 @@ private:
     std::array<float, kDirectionCount> expected_delays_;
 };
 
-// Degrees that direction 0 ... 8 stands for.
+// The angle of direction 0 ... 8 in degrees.
 double angle_of_direction(int direction);
 
 #endif

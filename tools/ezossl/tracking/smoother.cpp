@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// smoother.cpp - gates the frames in segments, lets those that are heard vote, and asks for the
-// result at the end of every block.
+// smoother.cpp - applies the gate to segments of frames, passes those above it to the vote, and
+// gets the result at the end of every block.
 
 #include "tracking/smoother.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr double kSegmentSeconds = 0.064; // what the gate judges at once
+constexpr double kSegmentSeconds = 0.064; // of sound that the gate judges together
 
 double power_of(double level)
 {

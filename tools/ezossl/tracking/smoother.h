@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// smoother.h - makes blocks from single frames. Each gets the direction at its end, by a vote of
-// the frames of the last second or so.
+// smoother.h - makes blocks from single frames. Each block gets the direction at its end, by a vote
+// of the frames of the last second or so.
 
 #ifndef EZOSSL_TOOL_SMOOTHER_H
 #define EZOSSL_TOOL_SMOOTHER_H
@@ -13,18 +13,18 @@
 #include "tracking/localizer.h"
 #include "tracking/noise_gate.h"
 
-// What is measured best; see docs/accuracy.md.
+// The best values in measurements; see docs/accuracy.md.
 constexpr double kSmoothSeconds = 1.024;        // whose frames vote
 constexpr double kSmoothedBlockSeconds = 0.256; // length of a block
 
 class Smoother
 {
 public:
-    // A block has settings.block_frames frames, and those of the last `seconds` vote. Without
-    // gate_db, a level in dB of full scale, the gate follows the noise.
+    // A block has settings.block_frames frames, and the frames of the last `seconds` vote. The gate
+    // is gate_db, in dB of full scale, or follows the noise.
     Smoother(const LocalizerSettings &settings, double seconds, std::optional<int> gate_db);
 
-    // A block of one frame, as Localizer gives it, and its delay.
+    // Takes a block of one frame, as Localizer gives it, and its delay.
     void add(const Block &frame, int delay);
     bool is_block_complete() const { return frames() == settings_.block_frames; }
     // The next frame starts the next block.
@@ -45,10 +45,10 @@ private:
     NoiseGate gate_;
     DirectionVote vote_;
     std::vector<FrameVote> segment_; // frames that the gate judges together
-    double segment_power_ = 0.0;     // their sum, full scale 1
+    double segment_power_ = 0.0;     // sum over these frames, full scale 1
     std::vector<int> delays_;
     double power_ = 0.0;
-    bool is_quiet_ = true; // so far
+    bool is_quiet_ = true; // the block so far
     int64_t blocks_ = 0;
 };
 

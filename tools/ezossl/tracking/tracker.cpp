@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// tracker.cpp - gives every block as soon as its last frame is there. Without smoothing blocks
-// are the library's. With it the library's blocks are single frames, as a block of one frame tells
-// what the frame's delay is to a fraction of a sample.
+// tracker.cpp - gives every block as soon as its last frame has come. Without smoothing, blocks are
+// the library's. With it, the library's blocks are single frames, because a block of one frame
+// gives the frame's delay to a fraction of a sample.
 
 #include "tracking/tracker.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// tracker.h - the road from frames to blocks with the times of the input.
+// tracker.h - makes blocks of frames, with the times of the input.
 
 #ifndef EZOSSL_TOOL_TRACKER_H
 #define EZOSSL_TOOL_TRACKER_H
@@ -14,7 +14,7 @@
 #include "tracking/smoother.h"
 
 struct TrackerSettings {
-    LocalizerSettings localizer;          // its block_frames are those of the blocks that come out
+    LocalizerSettings localizer;          // its block_frames are those of the resulting blocks
     std::optional<double> smooth_seconds; // none: the blocks are the library's own
     std::optional<int> gate_db;           // dB of full scale; none follows the noise
 };
@@ -30,13 +30,13 @@ public:
     // The first frame starts at this second of the input.
     Tracker(const TrackerSettings &settings, double start);
 
-    // The block that ends with this frame, if one does.
+    // Takes a frame; returns the block that ends with it, if one does.
     std::optional<TrackedBlock> add(const Frame &frame);
 
-    // Samples per microphone of the block that is open.
+    // Samples per microphone in the unfinished block.
     size_t open_samples() const;
     int64_t wrapped() const { return localizer_.wrapped(); }
-    // The gate that the tool applies itself; nullptr where the library applies one.
+    // The gate that the tool applies itself; nullptr if the library applies one.
     const NoiseGate *gate() const { return smoother_ ? &smoother_->gate() : nullptr; }
 
 private:
