@@ -157,8 +157,8 @@ TEST_F(Answers, CheckNamesContradictionsAndFewDirections)
     write_audio("x.wav", 16000, 2, samples);
     EXPECT_EQ(run("check x.wav -s 20cm"), 3);
     EXPECT_TRUE(says("verdict     UNUSABLE: contradiction\n", "out")) << contents("out");
-    EXPECT_TRUE(says("-40 deg stands for a lag of\n            +6.00 samples, the channels have "
-                     "-3.00\n",
+    EXPECT_TRUE(says("-40 deg corresponds to a lag\n            of +6.00 samples, but that of "
+                     "the channels is -3.00\n",
                      "out")) // asin(6 x 343 / 16000 / 0.2) = 40.0
         << contents("out");
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// block_counts.cpp - runs the library over a recording, and leaves pauses out of the count.
+// block_counts.cpp - runs the library over a recording, and does not count pauses.
 
 #include "diagnosis/block_counts.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// block_counts.h - how many blocks of a whole recording the library decides.
+// block_counts.h - for how many blocks of a whole recording the library gives a direction.
 
 #ifndef EZOSSL_TOOL_BLOCK_COUNTS_H
 #define EZOSSL_TOOL_BLOCK_COUNTS_H
@@ -11,10 +11,10 @@
 
 struct BlockCounts {
     int loud;       // above the gate
-    int with_sound; // of these, not so far below the loudest one that they are pauses
+    int with_sound; // of these, without pauses: those far below the loudest block
     int decided;    // of these, with a direction
 
-    double share() const; // decided of those with sound; 0 without any
+    double share() const; // decided / with_sound; 0 without any
 };
 
 // Failure if the library refuses the settings.

@@ -13,30 +13,30 @@ namespace {
 
 constexpr double kDeadDb = 40.0;          // below the other channel
 constexpr double kMismatchDb = 12.0;      // between channels
-constexpr double kCopyResidual = 1.5;     // steps of 16 bits: rounding of either channel
-constexpr double kCopyLeastRms = 30.0;    // steps of 16 bits: a copy must be told from silence
+constexpr double kCopyResidual = 1.5;     // steps of 16 bits, from the rounding of both channels
+constexpr double kCopyLeastRms = 30.0;    // steps of 16 bits; fainter copies resemble silence
 constexpr double kOffsetShare = 0.01;     // of full scale
 constexpr double kClippedShare = 0.0005;  // of the samples
-constexpr double kLargeOffsetRatio = 5.0; // to the sound; from here on angles go to 0
+constexpr double kLargeOffsetRatio = 5.0; // to the sound; beyond this angles go to 0
 
 double ratio_of(double db)
 {
     return std::pow(10.0, db / 20.0);
 }
 
-// Of full scale, from steps of 16 bits.
+// A share of full scale, from steps of 16 bits.
 double percent(double steps)
 {
     return 100.0 * steps / kFullScale;
 }
 
-// The library counts microphones from 0, users and -c count channels from 1.
+// Microphones count from 0, as in the library; channels count from 1, as in -c.
 std::string microphone(size_t index, const DiagnosisSettings &settings)
 {
     return format_text("microphone %zu (channel %d)", index, settings.channels[index]);
 }
 
-// The offset of a channel to its sound.
+// The ratio of a channel's offset to its sound.
 double offset_ratio(const ChannelStatistics &channel)
 {
     return std::fabs(channel.mean) / std::max(channel.rms, 0.5);
@@ -52,7 +52,7 @@ void find_offset(Diagnosis &diagnosis)
     diagnosis.findings.push_back(
         {large ? &findings::kLargeOffset : &findings::kOffset,
          format_text(
-             "the channels lie %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
+             "the channels are %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
              "and %.1f %%",
              percent(first.mean), percent(second.mean), percent(first.rms), percent(second.rms))});
 }

@@ -10,7 +10,7 @@
 
 #include "diagnosis/diagnosis.h"
 
-// Faults that leave nothing else to judge; true if there is one.
+// Faults that make further checks useless; true if there is one.
 bool find_missing_sound(const std::vector<int16_t> &samples, const DiagnosisSettings &settings,
                         Diagnosis &diagnosis);
 void find_channel_faults(const DiagnosisSettings &settings, Diagnosis &diagnosis);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// channel_statistics.cpp - level, offset and clipping of each channel, and what links the two.
+// channel_statistics.cpp - level, offset and clipping of each channel, and how the two are related.
 
 #include "diagnosis/channel_statistics.h"
 
@@ -11,10 +11,10 @@
 
 namespace {
 
-constexpr size_t kShortestClippedRun = 3; // two equal samples happen at the top of any wave
+constexpr size_t kShortestClippedRun = 3; // two equal samples occur at the peaks of any sound
 constexpr int kLeastClippedPeak = 1000;   // faint sounds repeat values without being clipped
 
-// Clipping may have happened before a later gain: so at the channel's own ends, not at full scale.
+// A gain after the clipping may have moved it, so the channel's own extremes count, not full scale.
 size_t count_clipped(const std::vector<int16_t> &samples, size_t channel, int lowest, int highest)
 {
     size_t clipped = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// channel_statistics.h - what is seen of the two channels without regard to time lags.
+// channel_statistics.h - properties of the two channels that do not depend on time lags.
 
 #ifndef EZOSSL_TOOL_CHANNEL_STATISTICS_H
 #define EZOSSL_TOOL_CHANNEL_STATISTICS_H
@@ -8,18 +8,18 @@
 #include <cstdint>
 #include <vector>
 
-// Of one channel, in steps of 16 bits.
+// The statistics of one channel, in steps of 16 bits.
 struct ChannelStatistics {
     double mean;
     double rms;           // about the mean
     int peak;             // largest magnitude
-    double clipped_share; // samples in runs of three and more at the channel's own two ends
+    double clipped_share; // of samples in runs of three or more at the channel's own extremes
 };
 
 // Channel 1 as a multiple of channel 0, both about their means.
 struct CopyFit {
     double factor;
-    double residual; // rms of what the multiple leaves, in steps of 16 bits
+    double residual; // rms of the difference, in steps of 16 bits
 };
 
 // `samples` are interleaved by two channels, and not empty.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// diagnosis.cpp - the order in which an input is judged: what one fault explains is not told as
+// diagnosis.cpp - the order of the checks, so that the effects of one fault are not reported as
 // another.
 
 #include "diagnosis/diagnosis.h"
@@ -50,7 +50,7 @@ Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings 
     diagnosis.decided = counts.decided;
     if (settings.is_lossy)
         diagnosis.findings.push_back(
-            {&findings::kLossy, "the encoding leaves out what the ear misses least"});
+            {&findings::kLossy, "the encoding omits what people hardly hear"});
     if (counts.loud == 0) {
         diagnosis.findings.push_back(
             {&findings::kTooQuiet,

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// diagnosis.h - what keeps two channels of samples from giving directions, if anything does.
+// diagnosis.h - finds what keeps two channels of samples from giving directions, if anything does.
 
 #ifndef EZOSSL_TOOL_DIAGNOSIS_H
 #define EZOSSL_TOOL_DIAGNOSIS_H
@@ -28,7 +28,7 @@ struct Diagnosis {
     int segments;       // of a second, above the gate
     int common;         // of these, with a sound that both channels have
     double median_lag;  // of these, in samples
-    bool is_still;      // whether most of these lags are near it: the source does not move
+    bool is_still;      // whether most of these lags are near the median: the source does not move
     int blocks;  // blocks of 32 frames with sound: above the gate and not much below the rest
     int decided; // of these, with a direction
     std::optional<double> median_angle; // of the smoothed directions, in degrees
@@ -37,14 +37,15 @@ struct Diagnosis {
     bool is_usable() const;
 };
 
-// Of what the source gives.
+// The settings for the samples of this source.
 DiagnosisSettings diagnosis_settings(const FrameSource &source, double spacing_cm, int temperature,
                                      int gate_db);
 
-// Least number of samples per channel that can be judged.
+// The least number of samples per channel that can be diagnosed.
 size_t shortest_input(int rate);
 
-// `samples` are interleaved and no fewer than that. Failure if the library refuses the settings.
+// `samples` are interleaved, at least shortest_input() per channel. Failure if the library refuses
+// the settings.
 Diagnosis diagnose(const std::vector<int16_t> &samples, const DiagnosisSettings &settings);
 
 #endif

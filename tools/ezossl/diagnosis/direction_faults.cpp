@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// direction_faults.cpp - faults that show in what the library makes of the sound.
+// direction_faults.cpp - faults that show in the band of the sound and in the library's directions.
 
 #include "diagnosis/direction_faults.h"
 
@@ -17,8 +17,8 @@
 
 namespace {
 
-constexpr double kContradictionLag = 0.5; // samples between the lag and that of the directions
-constexpr double kBetterByShare = 0.15;   // that makes another rate worth the advice
+constexpr double kContradictionLag = 0.5; // samples between the channels' and the directions' lag
+constexpr double kBetterByShare = 0.15;   // of the blocks: gain for which another rate is advised
 
 std::vector<int16_t> at_rate(const std::vector<int16_t> &samples, int from, int to)
 {
@@ -77,8 +77,8 @@ void find_contradiction(const std::vector<int16_t> &samples, const DiagnosisSett
     if (std::fabs(lag - diagnosis.median_lag) > kContradictionLag)
         diagnosis.findings.push_back(
             {&findings::kContradiction,
-             format_text("the median direction of %+.0f deg stands for a lag of %+.2f samples, "
-                         "the channels have %+.2f",
+             format_text("the median direction of %+.0f deg corresponds to a lag of %+.2f samples, "
+                         "but that of the channels is %+.2f",
                          *diagnosis.median_angle, lag, diagnosis.median_lag)});
 }
 

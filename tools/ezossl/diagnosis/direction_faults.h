@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// direction_faults.h - faults that show in the band and the directions of the sound as a whole.
+// direction_faults.h - faults that show in the band and the directions of the whole sound.
 
 #ifndef EZOSSL_TOOL_DIRECTION_FAULTS_H
 #define EZOSSL_TOOL_DIRECTION_FAULTS_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// fault_watch.cpp - what is odd: hardly a block with an angle, delays that do not fit the spacing,
-// or angles that all stand at 0 or at the ends. On scenes without a fault none of these happens,
-// but for a source at 0, which the diagnosis then finds nothing wrong with.
+// fault_watch.cpp - suspicious are: few blocks with an angle, delays that do not fit the spacing,
+// or angles that are all at 0 or at the ends. Scenes without a fault cause none of these, except
+// for a source at 0, in which the diagnosis then finds no fault.
 
 #include "diagnosis/fault_watch.h"
 
@@ -11,8 +11,8 @@
 namespace {
 
 constexpr size_t kDiagnosedSeconds = 10;
-constexpr size_t kBlocks = 40;       // that are looked back on
-constexpr size_t kFewestBlocks = 10; // of a kind, to say something about them
+constexpr size_t kBlocks = 40;       // the last ones, which are examined
+constexpr size_t kFewestBlocks = 10; // of a kind, for a judgement on them
 constexpr size_t kFewestAtEnd = 4;
 constexpr double kBeyondShare = 0.1; // of those above the gate
 constexpr double kStuckShare = 0.9;  // of those with an angle

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fault_watch.h - names faults of the wiring while blocks are made: it notices that something is
-// odd, and has the last seconds of sound diagnosed as `ezossl check` would.
+// fault_watch.h - finds faults of the wiring while blocks are made: if the blocks are suspicious,
+// it diagnoses the last seconds of sound as `ezossl check` would.
 
 #ifndef EZOSSL_TOOL_FAULT_WATCH_H
 #define EZOSSL_TOOL_FAULT_WATCH_H
@@ -20,9 +20,9 @@ public:
     explicit FaultWatch(const DiagnosisSettings &settings);
 
     void add(const Frame &frame);
-    // Faults that were not found before; mostly none.
+    // Takes a block; returns new faults, mostly none.
     std::vector<Finding> add(const Block &block);
-    // The same at the end, which also judges inputs of few blocks.
+    // New faults at the end of the input; also judges inputs of few blocks.
     std::vector<Finding> finish();
 
 private:
@@ -30,12 +30,12 @@ private:
     std::vector<Finding> diagnose_anew();
 
     DiagnosisSettings settings_;
-    size_t frames_;                // of the last seconds, at most
+    size_t frames_;                // the most that are kept
     std::vector<int16_t> samples_; // of these frames, a ring
-    size_t next_frame_ = 0;        // that is overwritten next
+    size_t next_frame_ = 0;        // to be overwritten next
     std::deque<Block> blocks_;     // the last ones
     bool was_heard_ = false;       // whether any block was above the gate
-    double next_ = 0.0;            // second of the input from which it may diagnose again
+    double next_ = 0.0;            // earliest second of the input for the next diagnosis
     std::vector<const FindingKind *> told_;
 };
 

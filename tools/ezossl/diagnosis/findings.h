@@ -11,7 +11,7 @@
 // What can be found: a fault makes the input unusable, a warning does not.
 struct FindingKind {
     bool is_fault;
-    bool is_told_at_once; // by `track` and `live` too, as soon as it shows
+    bool is_told_at_once; // by `track` and `live` too, as soon as it is found
     const char *name;
     const char *meaning;
     const char *remedy;
@@ -47,17 +47,17 @@ inline constexpr FindingKind kOffset = {false, false, "DC offset",
     "it takes headroom, and may open the noise gate for silence",
     "remove it: sox IN OUT highpass 50"};
 inline constexpr FindingKind kClipped = {false, false, "clipped",
-    "loud parts are cut off; the directions of a single sound survive that",
-    "lower the capture gain all the same"};
+    "loud parts are cut off, which hardly affects the direction of a single sound",
+    "lower the capture gain"};
 inline constexpr FindingKind kMismatch = {false, false, "level mismatch",
-    "directions do not depend on it, but the fainter microphone's noise does",
+    "directions do not depend on it, but the fainter microphone is noisier",
     "check that both are uncovered and have the same gain"};
 inline constexpr FindingKind kInverted = {true, true, "inverted polarity",
     "one channel is inverted, so the library rejects every frame",
     "swap the wires of one microphone, or negate a channel: sox IN OUT remix 1 2v-1"};
 inline constexpr FindingKind kNoCommonSound = {true, true, "no common sound",
-    "the channels carry different sounds, or are further apart in time",
-    "record both microphones with one device, at one time"};
+    "the channels carry different sounds, or are too far apart in time",
+    "record both microphones with one device, at the same time"};
 inline constexpr FindingKind kCovered = {true, true, "covered microphone",
     "the fainter microphone hears its own noise and not the sound, so there is no direction",
     "uncover it, and check its wiring and gain"};
@@ -71,13 +71,13 @@ inline constexpr FindingKind kLongLag = {false, true, "long lag",
     "the spacing may be larger than stated, in which case angles are too large, up to 90",
     "measure the spacing, and state it with -s"};
 inline constexpr FindingKind kEmptyBand = {true, false, "empty upper band",
-    "angles are drawn towards 0 where the rate has more than the sound",
+    "the sound does not fill the band of this rate, which draws angles towards 0",
     "choose a lower rate with -r"};
 inline constexpr FindingKind kNarrowBand = {false, false, "narrow band",
-    "the sound once had a lower rate, and is analysed at that rate",
+    "the sound was recorded at a lower rate, and is analysed at that rate",
     "record at 16000 Hz or more if you can: angles get finer"};
 inline constexpr FindingKind kContradiction = {true, true, "contradiction",
-    "the directions found and the lag between the channels do not fit together",
+    "the directions do not fit the lag between the channels",
     "try a lower rate with -r, and record without any processing"};
 inline constexpr FindingKind kNoDirections = {true, false, "no directions",
     "no fault of the channels was found, but no block gets a direction",

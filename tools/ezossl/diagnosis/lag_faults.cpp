@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// lag_faults.cpp - faults that show in the lag between the channels, measured here, as the library
-// only shows that it rejects a frame.
+// lag_faults.cpp - faults that show in the lag between the channels. It is measured here, because
+// the library only shows that it rejects a frame.
 
 #include "diagnosis/lag_faults.h"
 
@@ -45,7 +45,7 @@ void find_lag_faults(const Segments &common, const DiagnosisSettings &settings,
     const double limit = diagnosis.longest_lag + kLagMargin;
     const double beyond = share_of(common, is_beyond, limit);
     const LagLine line = fit_lag_line(common);
-    // A walking source changes the lag too, but never beyond what the spacing allows.
+    // A moving source changes the lag too, but never beyond what the spacing allows.
     const bool drifts = beyond > 0.2 && std::fabs(line.change) > limit && line.near_line > 0.7;
     if (drifts)
         diagnosis.findings.push_back(
@@ -68,7 +68,7 @@ void find_lag_faults(const Segments &common, const DiagnosisSettings &settings,
     if (share_of(common, is_upside_down, 0.0) > 0.5)
         diagnosis.findings.push_back(
             {&findings::kInverted,
-             format_text("the correlation goes down to %.2f and up to %.2f only",
+             format_text("the correlation falls to %.2f but rises only to %.2f",
                          common.front().dip.value, common.front().peak.value)});
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lag_faults.h - faults of the channels against each other.
+// lag_faults.h - faults in the relation of the two channels.
 
 #ifndef EZOSSL_TOOL_LAG_FAULTS_H
 #define EZOSSL_TOOL_LAG_FAULTS_H

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// lag_track.cpp - a line through the lags. Its slope is the median of all pairs of points (P.
-// K. Sen, "Estimates of the regression coefficient based on Kendall's tau", J. Am. Stat. Assoc. 63,
-// 1968): up to a quarter of the segments may be wrong.
+// lag_track.cpp - a line through the lags. Its slope is the median of the slopes of all pairs of
+// points (P. K. Sen, "Estimates of the regression coefficient based on Kendall's tau", J. Am. Stat.
+// Assoc. 63, 1968), so a quarter of the segments may be wrong.
 
 #include "diagnosis/lag_track.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// lag_track.h - how the lag between two channels goes on over a recording.
+// lag_track.h - how the lag between two channels changes over a recording.
 
 #ifndef EZOSSL_TOOL_LAG_TRACK_H
 #define EZOSSL_TOOL_LAG_TRACK_H
@@ -8,14 +8,14 @@
 
 #include "diagnosis/pair_correlation.h"
 
-// The line that the lag follows, and how well.
+// The line that the lag follows, and how well it does.
 struct LagLine {
     double slope;     // samples per second
     double change;    // samples from the first to the last segment
     double near_line; // share of the segments whose lag lies near the line
 };
 
-// Of segments with common sound; all zero for fewer than three.
+// Takes segments with common sound; all members are zero for fewer than three.
 LagLine fit_lag_line(const std::vector<SegmentCorrelation> &segments);
 
 #endif

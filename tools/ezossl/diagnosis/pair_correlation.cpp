@@ -15,9 +15,10 @@
 
 namespace {
 
-constexpr double kLeastFrameSeconds = 0.17; // lags of 40 ms are a quarter of it
-constexpr double kLowestHz = 100.0;         // below are offsets, hum and wind
-// Standard deviations: unrelated voices were seen to reach 9, recordings in a large hall 13.
+constexpr double kLeastFrameSeconds = 0.17; // four times the longest lag of about 40 ms
+constexpr double kLowestHz = 100.0;         // excludes offsets, hum and wind
+// In standard deviations. In measurements unrelated voices reached 9, recordings in a large hall
+// 13.
 constexpr double kCommonSound = 10.0;
 
 // Power and cross power spectra, summed over frames.
@@ -50,7 +51,7 @@ public:
     {
     }
 
-    // Values over the lag, 0 first, the negative ones behind.
+    // Values by lag: 0 first, the negative lags at the end.
     std::vector<float> correlate(size_t start, size_t end) const
     {
         const size_t bins = length_ / 2 + 1;
@@ -76,7 +77,7 @@ private:
 
     std::vector<float> to_lags(const SpectrumSums &sums) const
     {
-        // Both the positive and the negative frequencies of every bin that takes part.
+        // The positive and the negative frequency of every bin that is used.
         const double scale =
             1.0 / (static_cast<double>(length_) - 2.0 * static_cast<double>(lowest_bin_));
         std::vector<kiss_fft_cpx> coherence(sums.cross.size());
@@ -99,7 +100,7 @@ private:
     const RealTransform inverse_;
 };
 
-// The lag between whole samples by the parabola through the extreme and its neighbours.
+// Refines the lag to a fraction of a sample by the parabola through the extreme and its neighbours.
 Extreme extreme_at(const std::vector<float> &values, std::ptrdiff_t lag)
 {
     const auto length = static_cast<std::ptrdiff_t>(values.size());
@@ -111,8 +112,8 @@ Extreme extreme_at(const std::vector<float> &values, std::ptrdiff_t lag)
     return {at(lag), static_cast<double>(lag) + beside};
 }
 
-// For Gaussian values the median of the magnitude is 0.6745 standard deviations; common sound
-// takes few lags and so hardly moves it.
+// For Gaussian values the median of the magnitude is 0.6745 standard deviations. Common sound
+// affects few lags, so it hardly changes the median.
 double noise_of(std::vector<float> values)
 {
     for (float &value : values)

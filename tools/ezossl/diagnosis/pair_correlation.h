@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// pair_correlation.h - what two channels have in common, segment by segment, and how far apart in
-// time: over a much wider range of lags than any pair of microphones allows.
+// pair_correlation.h - what two channels have in common, segment by segment, and the lag between
+// them, over a much wider range of lags than any pair of microphones allows.
 
 #ifndef EZOSSL_TOOL_PAIR_CORRELATION_H
 #define EZOSSL_TOOL_PAIR_CORRELATION_H
@@ -12,7 +12,7 @@ constexpr double kSegmentSeconds = 1.0;
 
 // A lag is counted in samples, arrival time at channel 0 less that at channel 1, as in the library.
 struct Extreme {
-    double value; // 1 for channels that are equal but for the lag, -1 for one turned upside down
+    double value; // 1 for channels that differ only by the lag, -1 if one is inverted, too
     double lag;
 };
 
@@ -20,19 +20,19 @@ struct SegmentCorrelation {
     double middle; // seconds from the beginning
     Extreme peak;
     Extreme dip;
-    double noise; // standard deviation of the values where there is nothing in common
+    double noise; // standard deviation of the values at lags without common sound
 
-    // The stronger of peak and dip.
+    // The peak or the dip, whichever is stronger.
     const Extreme &strongest() const { return -dip.value > peak.value ? dip : peak; }
-    // Far beyond what channels with nothing in common reach by chance.
+    // Whether it is far stronger than unrelated channels reach by chance.
     bool has_common_sound() const;
 };
 
-// Samples of the transforms at a rate; lags are searched up to a quarter of it.
+// The length of the transforms at a rate, in samples; lags are searched up to a quarter of it.
 int correlation_length(int rate);
 
-// Of the segments of interleaved samples whose mean power exceeds `least_power` (full scale 1).
-// Segments overlap by half; what is shorter than one at the end is left out.
+// Correlates the segments of interleaved samples whose mean power exceeds `least_power` (full scale
+// 1). Segments overlap by half; an incomplete one at the end is omitted.
 std::vector<SegmentCorrelation> correlate_segments(const std::vector<int16_t> &samples, int rate,
                                                    double least_power);
 

@@ -15,23 +15,24 @@
 
 namespace {
 
-// The sheet: three panels above one another, with one time axis. A unit is a pixel at full size.
+// The sheet has three panels above one another, with a common time axis. A unit is a pixel at full
+// size.
 constexpr double kWidth = 800.0;
 constexpr double kLeft = 78.0;
 constexpr double kRight = 750.0;
 constexpr double kAngleTop = 68.0;
 constexpr double kAngleBottom = 296.0;
-constexpr double kRowsTop = 306.0; // a row for each reason to have no angle
+constexpr double kRowsTop = 306.0; // of the rows for the reasons why there is no angle
 constexpr double kRowHeight = 14.0;
 constexpr double kLevelTop = kRowsTop + kRowHeight * (kStatusCount - 1) + 16.0;
 constexpr double kLevelBottom = kLevelTop + 74.0;
 constexpr double kHeight = kLevelBottom + 50.0;
 constexpr size_t kTitleCharacters = 70;
 
-// With more blocks than this, only thin marks stay apart.
+// With more blocks than this, marks are thin, to stay distinct.
 constexpr size_t kManyBlocks = 300;
 
-// Places that differ by less than half a unit look the same.
+// Places that differ by less than half a unit look equal.
 double on_grid(double x)
 {
     return std::round(2.0 * x) / 2.0;
@@ -75,7 +76,7 @@ void draw_angle_axis(SvgDrawing &drawing)
     draw_frame(drawing, kAngleTop, kAngleBottom);
 }
 
-// A mark as long as its block, less its round ends; of a short block, a dot.
+// A mark as long as its block, less its round ends; a dot for a short block.
 void draw_angles(SvgDrawing &drawing, const std::vector<Block> &blocks, const TimeAxis &time)
 {
     const bool many = blocks.size() > kManyBlocks;
@@ -96,7 +97,7 @@ void draw_angles(SvgDrawing &drawing, const std::vector<Block> &blocks, const Ti
                      blocks.empty() ? "no blocks" : "no block has an angle");
 }
 
-// Blocks that follow one another, or share their place, join.
+// Adjacent blocks, and blocks at the same place, are joined.
 SvgPath row_of(BlockStatus status, const std::vector<Block> &blocks, const TimeAxis &time, double y)
 {
     SvgPath row;
@@ -135,7 +136,7 @@ void draw_blocks_without_angle(SvgDrawing &drawing, const std::vector<Block> &bl
     }
 }
 
-// The lowest level of the panel: a multiple of 20 dB, well below all that is not silence.
+// The lowest level of the panel: a multiple of 20 dB, well below all sound.
 double level_floor(const std::vector<Block> &blocks)
 {
     double lowest = -20.0;
@@ -164,8 +165,8 @@ void draw_level_axis(SvgDrawing &drawing, double floor)
     draw_frame(drawing, kLevelTop, kLevelBottom);
 }
 
-// A step per block; blocks that start in the same unit of width become one step from their highest
-// level to their lowest. Digital silence has no level: a gap.
+// A step per block. Blocks that start in the same unit of width become one step from their highest
+// level to their lowest. Digital silence has no level, so it leaves a gap.
 void draw_level(SvgDrawing &drawing, const std::vector<Block> &blocks, const TimeAxis &time,
                 double floor)
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// plot_text.cpp - signs, counts and titles as the figures write them.
+// plot_text.cpp - formats signs, counts and titles for the figures.
 
 #include "plot/plot_text.h"
 

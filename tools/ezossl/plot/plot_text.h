@@ -15,14 +15,14 @@ std::string angle_text(double degrees);
 
 size_t count_of(const std::vector<Block> &blocks, BlockStatus status);
 
-// Of the blocks with an angle; there must be one. Of an even number, the mean of the two in the
-// middle.
+// The median of the blocks with an angle, of which there must be at least one. For an even number,
+// the mean of the middle two.
 double median_angle(const std::vector<Block> &blocks);
 
 // "18 of 20 blocks with an angle (90 %), median +30°"
 std::string result_text(const std::vector<Block> &blocks);
 
-// Shortens a title at its start to fit its line, because the end of a path says more.
+// Shortens a title at its start, because the end of a path says more.
 std::string fitting_title(const std::string &title, size_t most_characters);
 
 #endif

@@ -14,12 +14,12 @@
 
 namespace {
 
-// The sheet: a half circle, the microphones at its centre. A unit is a pixel at full size.
+// The sheet has a half circle with the microphones at its centre. A unit is a pixel at full size.
 constexpr double kWidth = 720.0;
 constexpr double kHeight = 468.0;
 constexpr double kMargin = 28.0;
 constexpr SvgPoint kCentre = {360.0, 394.0};
-constexpr double kHub = 40.0; // radius left to the microphones
+constexpr double kHub = 40.0; // radius reserved for the microphones
 constexpr double kRim = 280.0;
 constexpr size_t kTitleCharacters = 64;
 constexpr double kSectorDegrees = 10.0;
@@ -59,7 +59,7 @@ SvgPoint polar(double radius, double degrees)
     return {kCentre.x - radius * std::sin(angle), kCentre.y - radius * std::cos(angle)};
 }
 
-// Where the middle of a line of text goes, for its baseline.
+// The baseline that puts the middle of a line of text at this point.
 SvgPoint lowered(SvgPoint middle)
 {
     return {middle.x, middle.y + 4.0};
@@ -119,8 +119,8 @@ void draw_sector(SvgDrawing &drawing, const Sector &sector, double radius)
                      svg_number(sector.percent) + " %");
 }
 
-// The count of a sector beyond its end, or inside if that is at the rim. Short sectors next to one
-// another leave no room for all: the larger counts come first.
+// Writes the count of a sector beyond its end, or inside if the end is at the rim. If neighbouring
+// short sectors leave no room for all counts, the larger ones come first.
 void draw_counts(SvgDrawing &drawing, std::vector<Sector> sectors, const Scale &scale)
 {
     std::stable_sort(sectors.begin(), sectors.end(),

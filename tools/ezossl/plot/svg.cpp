@@ -12,8 +12,8 @@
 
 namespace {
 
-// Readers that know nothing of prefers-color-scheme show the light colours.
-// The classes of the statuses are put in from their table.
+// Viewers that do not know prefers-color-scheme show the light colours. The classes of the statuses
+// are inserted from their table.
 constexpr const char *kLightStyles = R"(<style>
 text{font:12px "Helvetica Neue",Arial,"Liberation Sans",sans-serif;fill:#1f2328}
 .title{font-size:16px;font-weight:600}
@@ -61,7 +61,7 @@ std::string style_sheet()
     std::string light;
     std::string dark;
     for (const StatusDisplay &row : kStatuses) {
-        if (row.status == BlockStatus::ok) // has marks, which have a style of their own
+        if (row.status == BlockStatus::ok) // shown as marks, which have their own style
             continue;
         const std::string name = std::string(".") + row.name;
         classes += ',' + name;

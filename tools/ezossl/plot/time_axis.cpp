@@ -43,14 +43,15 @@ double TimeAxis::x(double seconds) const
 std::vector<double> TimeAxis::ticks() const
 {
     std::vector<double> result;
-    // Counted, as a sum of tenths would drift; a little beyond, as a tenth is not exact either.
+    // Counted, because a sum of tenths would drift, and with a margin, because a tenth is not
+    // exact.
     const auto last = static_cast<int64_t>(std::floor(end_ / step_ + 1e-6));
     for (auto i = static_cast<int64_t>(std::ceil(start_ / step_ - 1e-6)); i <= last; ++i)
         result.push_back(static_cast<double>(i) * step_);
     return result;
 }
 
-// As in unit(): seconds, minutes and seconds, hours and minutes.
+// In the form of unit(): seconds, minutes and seconds, or hours and minutes.
 std::string TimeAxis::label(double tick) const
 {
     if (end_ < 2 * kMinute || step_ < 1.0)

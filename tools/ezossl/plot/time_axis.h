@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// time_axis.h - the place of a time in a figure, and the ticks for durations from a second to days.
+// time_axis.h - the place of a time in a figure, and ticks for durations from a second to days.
 
 #ifndef EZOSSL_TOOL_TIME_AXIS_H
 #define EZOSSL_TOOL_TIME_AXIS_H
@@ -10,7 +10,7 @@
 class TimeAxis
 {
 public:
-    // The segment of time, in seconds, between two places. The end must be later than the start.
+    // Maps a range of time, in seconds, to a range of places. The end must be later than the start.
     TimeAxis(double start, double end, double left, double right);
 
     double x(double seconds) const;

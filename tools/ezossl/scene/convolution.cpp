@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// convolution.cpp - overlap and add: each block is transformed with space for its echoes, which are
-// added to the blocks that follow.
+// convolution.cpp - overlap and add: each block is transformed with room for its echoes, which are
+// added to the following blocks.
 
 #include "scene/convolution.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// fractional_delay.cpp - a sinc of 64 samples under a Kaiser window, from a table over the
-// fraction that is interpolated linearly. Measured against the exact delay
-// over all fractions: the error is below -78 dB and the delay right to 0.0001 samples up to 0.92 of
-// half the sample rate; above that it grows, to -24 dB and 0.011 samples at 0.95.
+// fractional_delay.cpp - a sinc of 64 samples under a Kaiser window, from a table over the fraction
+// that is interpolated linearly. Compared with the exact delay, over all fractions: up to 0.92 of
+// half the sample rate the error is below -78 dB and the delay right to 0.0001 samples; above that
+// it grows, to -24 dB and 0.011 samples at 0.95.
 
 #include "scene/fractional_delay.h"
 

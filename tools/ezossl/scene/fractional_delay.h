@@ -6,13 +6,13 @@
 
 #include <vector>
 
-// The interpolation reaches so many samples to either side.
+// The number of samples to either side that the interpolation uses.
 constexpr int kInterpolationReach = 32;
 
-// The signal at a place counted in samples; beyond its ends it is 0.
+// The signal at a place, counted in samples; it is 0 beyond its ends.
 double value_at(const std::vector<float> &samples, double place);
 
-// Adds an impulse at a place counted in samples, as far as it lies within.
+// Adds an impulse at a place, counted in samples; parts beyond the ends are cut off.
 void add_impulse(std::vector<float> &samples, double place, double amplitude);
 
 #endif

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// room.cpp - the image method (J. B. Allen and D. A. Berkley, "Image method for
-// efficiently simulating small-room acoustics", J. Acoust. Soc. Am. 65, 1979), with pulses between
-// the samples, as the delays of the pair demand.
+// room.cpp - the image method (J. B. Allen and D. A. Berkley, "Image method for efficiently
+// simulating small-room acoustics", J. Acoust. Soc. Am. 65, 1979), with pulses between the samples,
+// as the small delays of the pair require.
 
 #include "scene/room.h"
 
@@ -15,10 +15,10 @@
 namespace {
 
 constexpr double kWallMargin = 0.1; // metres from the source to every wall
-// The pair stands off the middle of the room, where echoes would arrive in step.
+// Off the middle of the room, where echoes would coincide.
 constexpr Point kPairPlace = {0.47, 0.28, 0.43}; // of width, depth, height
 
-// An image along one axis: where it lies, and how many walls it has been turned over at.
+// An image along one axis: its place, and the number of walls that have reflected it.
 struct AxisImage {
     double coordinate;
     int reflections;
@@ -38,7 +38,7 @@ std::vector<AxisImage> images_along(double size, double source, double receiver,
     return images;
 }
 
-// Calls visit(distance, reflections) for every image no further away than `reach`.
+// Calls visit(distance, reflections) for every image within `reach`.
 template <class Visit>
 void for_each_image(const Point &size, const Point &source, const Point &receiver, double reach,
                     const AtWork &at_work, Visit visit)
@@ -62,7 +62,7 @@ void for_each_image(const Point &size, const Point &source, const Point &receive
     }
 }
 
-// Energy of the images over time and number of reflections, as if walls returned everything.
+// Energy of the images by time and number of reflections, for walls that reflect everything.
 class EnergyMap
 {
 public:
@@ -118,7 +118,7 @@ private:
     std::vector<std::vector<double>> energy_;
 };
 
-// How far the sound of the last echo has come, in metres.
+// The length of the path of the last echo, in metres.
 double reach_of(const RoomSettings &settings, double sound_speed)
 {
     return settings.distance + settings.rt60 * sound_speed;
@@ -135,7 +135,7 @@ double find_reflection(const EnergyMap &energy, double rt60)
     return 0.5 * (low + high);
 }
 
-// Images that all have the same sign pile up at 0 Hz: the high-pass of 100 Hz of the paper above.
+// All images have the same sign, so they add up at 0 Hz. This is the paper's high-pass of 100 Hz.
 void remove_low_end(std::vector<float> &response, int rate)
 {
     const double w = 2.0 * kPi * 100.0 / rate;
@@ -186,8 +186,8 @@ Point Room::source_at(double angle_deg) const
             continue;
         char text[256];
         std::snprintf(text, sizeof text,
-                      "at %+g deg and %g m the source would not stand inside the room of "
-                      "%gx%gx%g m; make --distance smaller or --room larger",
+                      "at %+g deg and %g m the source would be outside the room of %gx%gx%g m, "
+                      "or too near a wall; reduce --distance or enlarge --room",
                       angle_deg, settings_.distance, settings_.size[0], settings_.size[1],
                       settings_.size[2]);
         throw Failure(text);

@@ -16,28 +16,28 @@ struct RoomSettings {
     double distance; // metres from the middle of the pair to the source
 };
 
-// What long work calls again and again, with the part of it that is done. It may throw.
+// Called repeatedly during long work, with the share of it that is done. It may throw.
 using AtWork = std::function<void(double part)>;
 
-// Echoes that one microphone hears of one source, about: time and memory go with them.
+// About how many echoes of a source one microphone hears. Time and memory are proportional to them.
 double echo_count(const RoomSettings &settings, double sound_speed);
 
 class Room
 {
 public:
-    // Speed of sound in m/s, rate in Hz. Finds how much sound the walls must return for the
-    // reverberation time. Measured in six rooms of 18 to 1800 m3 and 0.1 to 1 s: the responses fall
-    // from -5 to -25 dB at a rate within 5 % of the stated one, and up to 10 % slower below that,
-    // as echoes between the walls that are furthest apart last longest.
+    // Speed of sound in m/s, rate in Hz. Finds how much sound the walls must reflect for the
+    // reverberation time. Measured in six rooms of 18 to 1800 m3 and 0.1 to 1 s: from -5 to -25 dB
+    // the responses fall at a rate within 5 % of the stated one, and below that up to 10 % slower,
+    // because echoes between the walls that are furthest apart last longest.
     Room(const RoomSettings &settings, double spacing, double sound_speed, int rate,
          const AtWork &at_work);
 
-    // Share of the sound pressure that every wall returns.
+    // Share of the sound pressure that every wall reflects.
     double reflection() const { return reflection_; }
 
-    // From the source at an angle to microphone 0 or 1, until echoes have fallen by 60 dB.
-    // The direct sound at the middle of the pair would have the amplitude 1. Failure if the source
-    // would not stand inside the room.
+    // The response from a source at an angle to microphone 0 or 1, until echoes have fallen by
+    // 60 dB. Direct sound would have the amplitude 1 in the middle of the pair. Failure if the
+    // source would be outside the room.
     std::vector<float> response(double angle_deg, int microphone, const AtWork &at_work) const;
 
 private:

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// scene.cpp - delays the source per microphone, far off or by a room, scales it and adds noise.
+// scene.cpp - delays the source for each microphone, in a free field or a room, scales it and adds
+// noise.
 
 #include "scene/scene.h"
 
@@ -15,9 +16,9 @@
 namespace {
 
 constexpr float kPeak = 0.7f;
-constexpr size_t kStride = 8192; // samples from one sign of life to the next
+constexpr size_t kStride = 8192; // samples between two reports of progress
 
-// What a microphone hears of a far source without a room: half the delay on either side.
+// What a microphone hears of a far source in a free field: half the delay on either side.
 std::vector<float> hear_far(const std::vector<float> &source, const Placement &placement,
                             int microphone, const SceneSettings &settings, const AtWork &at_work)
 {
