@@ -6,7 +6,7 @@
  *   DML_PATH=errors.json capture hw:1,0 5.8
  *
  * docs/alsa.md explains each step. Standard output: a line per block; the library's messages go
- * there too, unless a level file holds them back.
+ * there too, unless a level file suppresses them.
  */
 #include <alsa/asoundlib.h>
 #include <soxr.h>
@@ -16,7 +16,7 @@
 #include "EzoSsl.h"
 
 enum {
-    RATE = 16000, /* Hz; the library's best for speech */
+    RATE = 16000, /* Hz; best for speech */
     BLOCK_FRAMES = 32,
     FRAME = EZOSSL_FRAME_LENGTH * EZOSSL_MIC_COUNT,
     LONGEST = 6 * FRAME, /* samples of a period at the highest rate */
@@ -28,7 +28,7 @@ static const snd_pcm_format_t formats[] = {SND_PCM_FORMAT_S16, SND_PCM_FORMAT_S3
 static snd_pcm_t *pcm;
 static snd_pcm_uframes_t period; /* as long as a frame of the library */
 static unsigned rate;
-static soxr_t converter; /* of rate and format; one for both channels: it delays them alike */
+static soxr_t converter; /* of rate and format; the same for both channels, to delay them alike */
 static SslHandle *ssl;
 static int16_t frame[FRAME];
 static int filled; /* samples in it */
@@ -50,7 +50,7 @@ static void open_microphones(const char *device)
     soxr_io_spec_t types;
     soxr_error_t failure;
     size_t f = 0, r = 0;
-    /* Not blocking, as otherwise a device in use would be waited for; reads do wait. */
+    /* Opens without blocking, to fail at once if the device is in use; reads do wait. */
     int code = snd_pcm_open(&pcm, device, SND_PCM_STREAM_CAPTURE, SND_PCM_NONBLOCK);
 
     require(code == 0, device, snd_strerror(code));
@@ -58,10 +58,10 @@ static void open_microphones(const char *device)
     snd_pcm_hw_params_alloca(&wanted);
     code = snd_pcm_hw_params_any(pcm, wanted);
     require(code >= 0, device, snd_strerror(code));
-    snd_pcm_hw_params_set_rate_resample(pcm, wanted, 0); /* ALSA's own aliases */
+    snd_pcm_hw_params_set_rate_resample(pcm, wanted, 0); /* ALSA's own resampling aliases */
     snd_pcm_hw_params_set_access(pcm, wanted, SND_PCM_ACCESS_RW_INTERLEAVED);
     code = snd_pcm_hw_params_set_channels(pcm, wanted, EZOSSL_MIC_COUNT);
-    require(code == 0, device, "does not have just 2 channels; pick them with a route device");
+    require(code == 0, device, "does not offer 2 channels; pick them with a route device");
     while (f < 2 && snd_pcm_hw_params_set_format(pcm, wanted, formats[f]) != 0)
         ++f;
     require(f < 2, device, "has neither S16 nor S32; put plug before its name: plughw:1,0");
@@ -70,12 +70,12 @@ static void open_microphones(const char *device)
     require(r < 5, device, "has no usable sample rate");
     rate = rates[r];
     period = EZOSSL_FRAME_LENGTH * rate / RATE;
-    buffer = 64 * period; /* half a second, in which nobody needs to read */
+    buffer = 64 * period; /* half a second: the longest pause in reading */
     snd_pcm_hw_params_set_period_size_near(pcm, wanted, &period, NULL);
     snd_pcm_hw_params_set_buffer_size_near(pcm, wanted, &buffer);
     code = snd_pcm_hw_params(pcm, wanted);
     require(code == 0, device, snd_strerror(code));
-    period = EZOSSL_FRAME_LENGTH * rate / RATE; /* reads are as long, whatever the device has */
+    period = EZOSSL_FRAME_LENGTH * rate / RATE; /* length of reads, whatever the device chose */
     types = soxr_io_spec(f == 0 ? SOXR_INT16_I : SOXR_INT32_I, SOXR_INT16_I);
     types.flags = SOXR_NO_DITHER;
     converter = soxr_create(rate, RATE, EZOSSL_MIC_COUNT, &failure, &types, NULL, NULL);
@@ -108,8 +108,8 @@ static void end_block(void)
     frames = 0;
 }
 
-/* Sound was lost: what was collected does not join what comes. */
-static void begin_anew(void)
+/* After a loss of sound: drops what was collected, because it does not join what follows. */
+static void start_over(void)
 {
     if (frames > 0) /* before the first Run, the call would be refused, and Run with it */
         EzoSsl_Reset_Mapping(ssl);
@@ -149,12 +149,12 @@ int main(int argc, char **argv)
     open_library(strtof(argv[2], NULL));
     for (;;) {
         const int got = (int)snd_pcm_readi(pcm, raw, period); /* waits */
-        if (got < 0) { /* an overrun, or the machine slept; reading starts the device again */
-            fprintf(stderr, "capture: %s, the block begins anew\n",
+        if (got < 0) { /* overrun or suspend; the next read restarts the device */
+            fprintf(stderr, "capture: %s, starting a new block\n",
                     got == -EPIPE ? "overrun" : snd_strerror(got));
             require(snd_pcm_prepare(pcm) == 0, argv[1], "is lost");
             require(++failures < PATIENCE, argv[1], "delivers no sound");
-            begin_anew();
+            start_over();
             continue;
         }
         failures = 0;

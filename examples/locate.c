@@ -6,7 +6,7 @@
  *
  * Standard input: 16-bit samples in the byte order of this machine, microphone 0 first. Standard
  * output: a line per block; the library's own messages go there too, unless a level file (see
- * EzoSsl.h) holds them back.
+ * EzoSsl.h) suppresses them.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -46,7 +46,7 @@ static int locate(SslHandle *ssl, int32_t sample_rate)
             print_block(ssl, (double)frames * EZOSSL_FRAME_LENGTH / sample_rate);
     }
     if (ferror(stdin) || ferror(stdout)) {
-        perror("locate: the stream broke");
+        perror("locate: cannot read the stream");
         return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;

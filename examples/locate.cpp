@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 //
-// locate - a class that an application can feed with sound as it comes, in portions of any size,
+// locate - a class that an application can feed with sound as it arrives, in portions of any size,
 // and a program that uses it.
 //
 //   arecord -t raw -f S16_LE -c 2 -r 16000 | locate_cpp 16000 5.8
@@ -36,8 +36,8 @@ public:
         frame_.reserve(kFrameSamples);
     }
 
-    // Interleaved samples. For each block that they complete, its angle in degrees, or nothing if
-    // it was too quiet or undecided.
+    // Takes interleaved samples. Returns for each block that they complete its angle in degrees, or
+    // nothing if it was too quiet or undecided.
     std::vector<std::optional<int>> add(const int16_t *samples, size_t count)
     {
         std::vector<std::optional<int>> blocks;
@@ -70,9 +70,9 @@ private:
         return found ? std::optional<int>(angle) : std::nullopt;
     }
 
-    std::vector<char> buffer_; // has to outlive the handle, which is its address
+    std::vector<char> buffer_; // must outlive the handle, which is its address
     std::unique_ptr<SslHandle, Free> ssl_;
-    std::vector<int16_t> frame_; // the part that has come
+    std::vector<int16_t> frame_; // the part that has arrived
     long frames_ = 0;
 };
 
@@ -93,7 +93,7 @@ static void locate(int32_t rate, float spacing_cm, std::FILE *results)
         std::fflush(results);
     }
     if (std::ferror(stdin) || std::ferror(results))
-        throw std::runtime_error("the stream broke");
+        throw std::runtime_error("cannot read the stream");
 }
 
 int main(int argc, char **argv)
@@ -104,8 +104,8 @@ int main(int argc, char **argv)
         std::fprintf(stderr, "usage: locate_cpp RATE_HZ SPACING_CM < raw 16-bit stereo\n");
         return 2;
     }
-    // The library's messages go to descriptor 1. The results get a descriptor of their own, and the
-    // messages join standard error.
+    // The library's messages go to descriptor 1, so the results get a descriptor of their own, and
+    // descriptor 1 becomes standard error.
     std::FILE *const results = fdopen(dup(STDOUT_FILENO), "w");
     dup2(STDERR_FILENO, STDOUT_FILENO);
     try {

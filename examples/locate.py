@@ -44,7 +44,7 @@ class Locator:
 
     def __init__(self, library, rate, spacing_cm):
         self.lib = library
-        # Of 32-bit integers, so that it is aligned; kept, as the instance lives in it.
+        # Of 32-bit integers, for alignment; kept, because the instance lives in it.
         self.buffer = (ctypes.c_int32 * (library.EzoSsl_GetBufferSize() // 4 + 1))()
         init = SslInit(FRAME_LENGTH, rate, spacing_cm, 0, MICROPHONES)
         config = SslConfig(20, -60, BLOCK_FRAMES)
@@ -93,7 +93,7 @@ def main():
     parser.add_argument("--library", dest="lib", help="the shared library",
                         default=os.environ.get("EZOSSL_LIBRARY", "libezossl.so.1"))
     options = parser.parse_args()
-    # The library's messages go to descriptor 1: that becomes standard error.
+    # The library's messages go to descriptor 1, which becomes standard error.
     descriptor = os.dup(1)
     os.dup2(2, 1)
     try:

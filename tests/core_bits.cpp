@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// core_bits.cpp - prints the answers of a run over made-up scenes, and checksums of the floats that
-// it leaves in the instance. Built with several optimisation flags; checksums.txt has what each
-// must print.
+// core_bits.cpp - prints the results of a run over synthetic scenes, and checksums of the floats
+// that it leaves in the instance. Built with several optimisation flags; each must print
+// checksums.txt.
 
 #include "SslCore.h"
 
@@ -9,7 +9,7 @@
 #include <initializer_list>
 
 namespace {
-// FNV-1a, bit by bit what every frame of a block left in a field.
+// FNV-1a of the bits that every frame of a block leaves in a field.
 struct Checksum {
     const char *name;
     uint64_t hash = 14695981039346656037u;
@@ -31,7 +31,7 @@ void print(const char *name, const T &field)
     std::printf("%s %016" PRIx64 "\n", name, sum.hash);
 }
 
-// From equal microphones over a delayed to independent ones.
+// From equal channels through delayed ones to independent ones.
 void make_frame(int frame, uint32_t &state, int16_t (&samples)[256])
 {
     for (int16_t &sample : samples)
@@ -40,7 +40,7 @@ void make_frame(int frame, uint32_t &state, int16_t (&samples)[256])
         samples[2 * n + 1] = static_cast<int16_t>(samples[2 * (n - frame % 8 * 2)] / 2);
 }
 
-// Sixteen frames, and in bf_mode 0 their direction.
+// Runs sixteen frames, and in bf_mode 0 gets their direction.
 void run_block(SslHandle *ssl, int block, uint32_t &state)
 {
     Checksum energy = {"energy"}, spectrum = {"spectrum"}, cross = {"cross"},

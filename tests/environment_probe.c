@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: MIT
- * environment_probe.c - makes an instance in static memory, so that it is seen what Init takes from
- * the environment: the message level and the dump. First it says whether the process has more
- * rights than its caller. */
+ * environment_probe.c - makes an instance, to show what Init takes from the environment: the
+ * message level and the dump. First prints whether the process has more rights than its caller. */
 
 #include "EzoSsl.h"
 

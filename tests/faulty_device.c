@@ -1,13 +1,13 @@
 /* SPDX-License-Identifier: MIT
- * faulty_device.c - a capture device for ALSA that fails as its configuration says; what is not
- * given does not fail:
+ * faulty_device.c - a capture device for ALSA that fails as its configuration says, and otherwise
+ * works:
  *
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
  *              rate HZ  slower HZ  channels COUNT  bits COUNT }
  *
- * It has one rate or two. It refuses to open, or has the fault after so many frames: once, again
- * after so many more, or from then on for ever. Until then there is always sound, noise that is two
- * samples later on each odd channel than on the one before.
+ * It has one rate or two. It refuses to open, or has the fault after that many frames: once, again
+ * after that many more, or from then on for ever. Until then it always has sound: noise that is two
+ * samples later on each odd channel than on the previous one.
  */
 
 #include <alsa/asoundlib.h>
@@ -33,7 +33,7 @@ static int stay(snd_pcm_ioplug_t *io)
 static int wake_not(snd_pcm_ioplug_t *io)
 {
     (void)io;
-    return -ENOSYS; /* as most devices do: they have to be prepared anew */
+    return -ENOSYS; /* like most devices, which must be prepared again */
 }
 
 static snd_pcm_sframes_t point(snd_pcm_ioplug_t *io)
@@ -108,5 +108,5 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
     *pcmp = device.pcm;
     return 0;
 }
-/* SND_PCM_PLUGIN_SYMBOL() has a semicolon too many for clang. */
+/* SND_PCM_PLUGIN_SYMBOL() has an extra semicolon, of which clang warns. */
 SND_DLSYM_BUILD_VERSION(SND_PCM_PLUGIN_ENTRY(faulty), SND_PCM_DLSYM_VERSION)

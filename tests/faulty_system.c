@@ -1,17 +1,17 @@
 /* SPDX-License-Identifier: MIT
- * faulty_system.c - preloaded into the tool, lets one call fail. FAIL_CALL is its name, FAIL_AT
- * says which one, counted from 1, FAIL_ERRNO how. The names are
+ * faulty_system.c - preloaded into the tool, makes one call fail. FAIL_CALL is its name, FAIL_AT
+ * its number, counted from 1, FAIL_ERRNO its error. The names are
  *
  *   json          an allocation of cJSON
- *   malloc        an allocation of whatever kind, from main() on
+ *   malloc        an allocation of any kind, from main() on
  *   read, fsync   these functions
- *   sys, sys:N    any system call from main() on, or those with the number N, also those that the C
- *                 library makes by itself (on x86-64). FAIL_SIGNAL is sent before the call; with no
- *                 FAIL_ERRNO the call is made after that
+ *   sys, sys:N    any system call from main() on, or those with the number N, including those that
+ *                 the C library makes by itself (on x86-64). FAIL_SIGNAL is sent before the call;
+ *                 without FAIL_ERRNO the call is then made
  *   clock         nothing fails: from this reading on, the time of day is an hour earlier
  *
- * FAIL_REPORT is a file for three numbers: such calls, descriptors that are open after main(), and
- * the system call that was chosen. After a crash the library that crashed follows.
+ * FAIL_REPORT is a file for three numbers: those of such calls, of descriptors that are open after
+ * main(), and of the chosen system call. After a crash the library that crashed follows.
  */
 
 #define _GNU_SOURCE
@@ -61,7 +61,7 @@ static int fails(const char *call)
     return 1;
 }
 
-/* The next definition behind this one, as dlsym() gives it: an object, not a function. */
+/* The next definition after this one, as dlsym() returns it: an object pointer, not a function. */
 #define NEXT(function)                                                                             \
     static __typeof__(&(function)) next;                                                           \
     if (next == NULL)                                                                              \
@@ -105,8 +105,8 @@ __attribute__((constructor)) static void watch_cjson(void)
     cJSON_InitHooks(&hooks);
 }
 
-#ifndef __SANITIZE_ADDRESS__ /* which has a heap of its own */
-/* By these names the C library offers its own heap to those who stand before it. */
+#ifndef __SANITIZE_ADDRESS__ /* the sanitizer has its own heap */
+/* The names by which the C library offers its heap to replacements of malloc(). */
 void *__libc_malloc(size_t size);
 void *__libc_calloc(size_t number, size_t size);
 void *__libc_realloc(void *old, size_t size);
@@ -155,7 +155,7 @@ void *aligned_alloc(size_t alignment, size_t size)
 
 static long found_system_call = -1;
 
-/* The one place from which the kernel takes a call as it is. */
+/* The one place from which the kernel does not trap system calls. */
 long call_kernel(long call, long a, long b, long c, long d, long e, long f);
 extern const char after_call[];
 __asm__(".text\n"
@@ -172,8 +172,8 @@ __asm__(".text\n"
         "after_call:\n"
         "  ret\n");
 
-/* When main() has ended, and before that where the program may end. Without the C library's
- * streams, which may have failed. */
+/* Called when main() has ended, and before that where the program may end. Does not use the C
+ * library's streams, which may have failed. */
 static void write_report(const char *place)
 {
     const char *const path = getenv("FAIL_REPORT");
@@ -195,7 +195,7 @@ static void handle_call(int signal, siginfo_t *info, void *context)
 {
     (void)signal;
     greg_t *const registers = ((ucontext_t *)context)->uc_mcontext.gregs;
-    /* The kernel never refuses what these ask for, or not by an error. */
+    /* The kernel never refuses these calls, or does not report an error. */
     const int can_fail =
         chosen_errno == 0 || (info->si_syscall != SYS_brk && info->si_syscall != SYS_futex);
     const int is_chosen = can_fail &&
@@ -216,7 +216,8 @@ static void handle_call(int signal, siginfo_t *info, void *context)
     registers[REG_RAX] = is_chosen && chosen_errno != 0 ? -chosen_errno : result;
 }
 
-/* The first caller that is neither here nor in the C library, whose memcpy() may have crashed. */
+/* The first caller that is neither in this file nor in the C library, whose memcpy() may have
+ * crashed. */
 static void handle_crash(int signal)
 {
     void *callers[32];

@@ -1,6 +1,6 @@
 /* SPDX-License-Identifier: MIT
- * header_example_main.c - drives the example of the public header, which the build takes out of it:
- * a second of noise that reaches microphone 0 two samples later. */
+ * header_example_main.c - runs the example of the public header, which the build extracts: a second
+ * of noise that reaches microphone 0 two samples later. */
 
 #include "EzoSsl.h"
 

@@ -2,10 +2,10 @@
 # SPDX-License-Identifier: MIT
 """mutate.py [--sample N] [--seed S] [--list] [-v] FILE|FOLDER... - do the tests notice single faults?
 
-Makes a copy of the tree in build/mutants, puts one fault at a time into a source file there, builds
-what changed, and runs the tests that matter until one fails. Prints each fault that no test
-noticed, and how many were noticed. Faults that do not compile are not counted. --list only shows
-the faults. Your own tree stays as it is.
+Copies the tree to build/mutants, puts one fault at a time into a source file there, builds what
+changed, and runs the relevant tests until one fails. Prints each fault that no test noticed, and
+how many were noticed. Faults that do not compile are not counted. --list only shows the faults. The
+original tree is not changed.
 """
 
 import argparse
@@ -22,11 +22,11 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COPY = ROOT / "build/mutants/tree"
 BUILD = ROOT / "build/mutants/build"
-SECONDS = 300  # for a command; a fault may make it endless
+SECONDS = 300  # limit for a command, which a fault may make endless
 LIMITS = {resource.RLIMIT_CPU: 120, resource.RLIMIT_FSIZE: 2**34, resource.RLIMIT_AS: 2**33}
 
-# What each folder needs to be built, and commands that test it, the quick ones first. The first
-# folder that fits counts.
+# For each folder the targets to build and the commands that test it, quick ones first. The first
+# folder that matches counts.
 TESTS = [str(BUILD / "tests/ezossl_tests"), "--gtest_fail_fast", "--gtest_brief=1"]
 CTEST = ["ctest", "--test-dir", str(BUILD), "--stop-on-failure", "--no-tests=error", "-R"]
 LIBRARY = ("Config.*:Delay.*:Direction.*:EndToEnd.*:Fft*:Math.*:Geometry.*:Lifecycle.*:Messages.*"
@@ -42,7 +42,7 @@ SUITES = {
          [[*TESTS, f"--gtest_filter={LIBRARY}"], [*CTEST, "^(RealTime|HeaderExample)"]]),
 }  # fmt: skip
 
-# Name, what is replaced, by what. Outside strings and comments, except for the last.
+# Name, pattern, replacement. Only the last applies inside strings and comments.
 OPERATORS = [
     ("bound", r" < ", " <= "), ("bound", r" <= ", " < "),
     ("bound", r" > ", " >= "), ("bound", r" >= ", " > "),
@@ -67,7 +67,7 @@ OPERATORS = [
 
 
 def masked(line):
-    """The line with blanks for its strings and comments, so that places stay the same."""
+    """The line with strings and comments replaced by blanks of the same length."""
     line = re.sub(r'"(?:\\.|[^"\\])*"', lambda m: '"' + "_" * (len(m[0]) - 2) + '"', line)
     return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
 
@@ -96,14 +96,14 @@ def faults_of(path):
 
 
 def sources(names):
-    """The program's sources among the files and folders."""
+    """The source files of the program among the files and folders."""
     listed = subprocess.run(["git", "ls-files", "--", *names], cwd=ROOT, check=True,
                             stdout=subprocess.PIPE, text=True).stdout.split("\n")  # fmt: skip
     return [name for name in listed if name.endswith((".cpp", ".c", ".h"))]
 
 
 def copy_tree():
-    """What git knows, as it is now; files that are the same keep their time."""
+    """Copies the files that git tracks, as they are now; unchanged files keep their time."""
     listed = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, stdout=subprocess.PIPE,
                             text=True).stdout.split("\n")  # fmt: skip
     for name in filter(None, listed):
@@ -142,7 +142,7 @@ def passes(tests):
 
 
 def outcome(path, fault, suite):
-    """Of one fault: noticed, survived, or not compiled. The copy is as before afterwards."""
+    """The fate of one fault: noticed, survived, or not compiled. Restores the copy afterwards."""
     number, _, before, after = fault
     targets, tests = suite
     file = COPY / path
@@ -162,10 +162,10 @@ def outcome(path, fault, suite):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split(" - ")[1].split("\n")[0])
     parser.add_argument("names", nargs="+", metavar="FILE|FOLDER")
-    parser.add_argument("--sample", type=int, help="only so many, chosen at random")
+    parser.add_argument("--sample", type=int, help="number of faults, chosen at random")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--list", action="store_true", help="show the faults and exit")
-    parser.add_argument("-v", "--verbose", action="store_true", help="show what became of each")
+    parser.add_argument("-v", "--verbose", action="store_true", help="show the result of each")
     arguments = parser.parse_args()
     faults = [(path, fault) for path in sources(arguments.names) for fault in faults_of(path)]
     random.Random(arguments.seed).shuffle(faults)
@@ -174,7 +174,7 @@ def main():
             print(f"{path}:{number + 1}: {name}: {after.strip()}")
         return
     copy_tree()
-    os.environ["MALLOC_PERTURB_"] = "165"  # what is used after it was given back shows
+    os.environ["MALLOC_PERTURB_"] = "165"  # overwrites freed memory, so that its use shows
     subprocess.run(["cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None",
                     "-DCMAKE_CXX_FLAGS=-O1", "-DCMAKE_C_FLAGS=-O1"], check=True,
                    stdout=subprocess.DEVNULL)  # fmt: skip

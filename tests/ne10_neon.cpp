@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ne10_neon.cpp - has the tests that it is linked with run Ne10's NEON code.
+// ne10_neon.cpp - makes the tests that it is linked with run Ne10's NEON code.
 
 #include "fft.h"
 
@@ -9,12 +9,12 @@
 namespace {
 
 #ifndef __aarch64__
-// Ne10 itself takes it where /proc/cpuinfo says "neon"; an emulator shows that of its host.
+// Ne10 itself uses it if /proc/cpuinfo says "neon", but an emulator shows that of its host.
 class Neon : public testing::Environment
 {
     void SetUp() override
     {
-        fft_start(); // once, so that it stays with what follows
+        fft_start(); // runs only once, so it cannot undo the next call
         ne10_init_dsp(NE10_OK);
     }
 };

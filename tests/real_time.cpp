@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// real_time.cpp - what an audio thread counts on. Run, Get_Direction and Reset_Mapping use no heap,
-// take no mutex, make no system call, and need a bounded stack. Also, Init gives back what it took
-// from the heap, and does without it where the FFT can.
+// real_time.cpp - what an audio thread relies on. Run, Get_Direction and Reset_Mapping use no heap,
+// take no mutex, make no system call, and need a bounded stack. Init frees all its heap memory, and
+// takes none with the built-in FFT and without a level file.
 
 #include "SslCore.h"
 
@@ -64,7 +64,7 @@ int pthread_mutex_lock(pthread_mutex_t *)
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 #else
-constexpr bool kCounts = false; // the sanitizer has a heap, locks and stack frames of its own
+constexpr bool kCounts = false; // the sanitizer uses heap, locks and larger stack frames itself
 #endif
 
 namespace {
@@ -93,8 +93,8 @@ void set_up(int32_t bf_mode)
     EzoSsl_Cal_Params(ssl);
 }
 
-// Noise with a delay, independent noise, full scale, silence twice: the first frame of the first
-// still holds half a frame of sound.
+// Noise with a delay, independent noise, full scale, and silence twice, because the first silent
+// frame still has the last samples of the sound before it.
 void make_sounds()
 {
     uint32_t state = 1;
@@ -107,7 +107,7 @@ void make_sounds()
         sounds[0][2 * n + 1] = sounds[0][2 * (n - 4)];
 }
 
-// A block of each sound, to its end.
+// Runs a block of each sound.
 void run_blocks()
 {
     for (const auto &sound : sounds) {
@@ -133,7 +133,7 @@ constexpr unsigned char kPaint = 0xa5;
 alignas(16) unsigned char stack[kStackBytes];
 ucontext_t caller, thread;
 
-// Bytes that the work touches of a stack of its own.
+// The bytes of its own stack that the work touches.
 long stack_of(void (*work)())
 {
     std::memset(stack, kPaint, sizeof stack);
@@ -155,8 +155,8 @@ void nothing()
 
 // ---- System calls ---------------------------------------------------------------------------
 
-// In a process that the kernel ends at any system call but read, write and exit; -1 where there is
-// no such mode, as under an emulator.
+// Runs the work in a process that the kernel ends at any system call but read, write and exit. -1
+// if there is no such mode, as under an emulator.
 int run_without_system_calls()
 {
     if (prctl(PR_GET_SECCOMP) < 0)
@@ -166,7 +166,7 @@ int run_without_system_calls()
         if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT) != 0)
             _exit(3);
         run_blocks();
-        syscall(SYS_exit, 0); // the exit of the C library is another call
+        syscall(SYS_exit, 0); // exit() of the C library makes another call
     }
     int status = 0;
     waitpid(child, &status, 0);
@@ -181,7 +181,7 @@ int main(int argc, char **argv)
 {
     setenv("DML_PATH", "/dev/null/none", 1);
     make_sounds();
-    std::printf("\n"); // makes the block that standard output keeps
+    std::printf("\n"); // allocates the buffer of standard output
     const SslInit first = {128, 48000, 14.3f, 0, 2};
     heap_empty = true;
     const bool made = EzoSsl_Init(buffer, &first) != nullptr;
@@ -189,12 +189,12 @@ int main(int argc, char **argv)
     const bool is_builtin = argc > 1;
     expect(!kCounts || made == is_builtin, "Init without heap", made);
 
-    setenv("DML_PATH", argv[0], 1); // some file: what it holds needs memory for a while
+    setenv("DML_PATH", argv[0], 1); // any file, whose contents need memory for a while
     for (const int32_t bf_mode : {0, 1}) {
         const int blocks = heap_blocks;
         set_up(bf_mode);
         expect(!kCounts || heap_blocks == blocks, "blocks left by Init", heap_blocks - blocks);
-        run_blocks(); // binds what the dynamic linker has not bound yet
+        run_blocks(); // the dynamic linker binds the functions
         accepted = rejected = answered = 0;
         heap_calls = locks = 0;
         run_blocks();
@@ -206,7 +206,7 @@ int main(int argc, char **argv)
         expect(!kCounts || (bytes > 100 && bytes < 2048), "bytes of stack", bytes);
         const int status = run_without_system_calls();
         if (status < 0)
-            std::printf("not looked at: system calls, as there is no seccomp\n");
+            std::printf("not checked: system calls, because there is no seccomp\n");
         else
             expect(!kCounts || status == 0, "end without a system call", status);
     }

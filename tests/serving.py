@@ -12,7 +12,7 @@ PATIENCE = 60  # seconds, also on a busy machine under an emulator
 
 
 def contents(file):
-    """Opened anew, as the tool writes at the place where `file` is."""
+    """Opens the file again, because reading `file` would move the position of the tool."""
     return pathlib.Path(f"/proc/self/fd/{file.fileno()}").read_text()
 
 
@@ -38,7 +38,7 @@ class Served:
         return contents(self.out)
 
     def interrupt(self):
-        """Seconds until it has ended, and the exit status."""
+        """Waits for the end; returns the seconds that it took, and the exit status."""
         begun = time.monotonic()
         self.process.send_signal(signal.SIGINT)
         status = self.process.wait(PATIENCE)

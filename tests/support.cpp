@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kGuard = 0xC0FFEE11;
 
-// The files of this run; they go when it ends.
+// The files of this run; they are removed when it ends.
 struct Folder {
     const std::string path = testing::TempDir() + "ezossl_tests_" + std::to_string(getpid());
     Folder() { std::filesystem::create_directories(path); }

@@ -16,7 +16,7 @@
 
 using Frame = std::array<int16_t, 256>;
 
-constexpr uint32_t kBufferBytes = 21936; // what the library promises, counted by hand
+constexpr uint32_t kBufferBytes = 21936; // as the library promises, counted by hand
 
 // What `work` prints to standard output.
 std::string printed_by(const std::function<void()> &work);
@@ -34,14 +34,14 @@ private:
     std::optional<std::string> before_;
 };
 
-// A file in the tests' own directory; returns its path.
+// Writes a file in the tests' own directory; returns its path.
 std::string write_file(const std::string &name, const std::string &contents);
 std::string read_file(const std::string &path);
 
 SslInit an_init(int32_t rate = 16000, float spacing_cm = 5.0f, int32_t bf_mode = 0);
 
-// An instance on the heap, in a buffer of just the promised size that starts at 4 modulo 8, between
-// guard words. Its message level is 1, errors only, unless one is asked for.
+// An instance on the heap, in a buffer of exactly the promised size that starts at 4 modulo 8,
+// between guard words. Its message level is 1, errors only, by default.
 class Instance
 {
 public:
@@ -62,8 +62,8 @@ private:
     SslHandle *handle_;
 };
 
-// White noise in both channels; channel 0 hears it `delay` samples later. Every sample is a
-// function of its place alone, so blocks join.
+// White noise in both channels; channel 0 hears it `delay` samples later. Every sample depends on
+// its place alone, so blocks can be joined.
 std::vector<int16_t> delayed_noise(uint32_t seed, int32_t delay, uint32_t frames, int32_t level);
 
 // Runs the frames of interleaved samples; returns the delays.

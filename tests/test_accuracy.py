@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""test_accuracy.py TOOL - the program that measures the accuracy: its references find what they are
-given, its figures are those of known errors, and a few scenes fill the whole document."""
+"""test_accuracy.py TOOL - the program that measures the accuracy: its references find known angles,
+its figures are right for known errors, and a few scenes fill the whole document."""
 
 import re
 import sys

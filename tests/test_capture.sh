@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_capture.sh TOOL CAPTURE FAULTY_DEVICE - the capture example on made-up ALSA devices: a file,
-# every format and rate that it negotiates, every fault that it outlives or names. And the program
-# text in docs/alsa.md, which a reader copies, compiles.
+# test_capture.sh TOOL CAPTURE FAULTY_DEVICE - the capture example on simulated ALSA devices: a
+# file, every format and rate that it negotiates, every fault that it survives or reports. Also
+# checks that the program text in docs/alsa.md compiles.
 set -euo pipefail
 tool=$1 capture=$2 faulty_device=$3
 source=$(realpath "$(dirname "$0")/..")
@@ -13,7 +13,7 @@ echo '{"debug_level": 1}' >errors.json
 export DML_PATH=$work/errors.json ALSA_CONFIG_PATH=$work/alsa.conf
 failed=0
 
-# The first lines are as given, and so is what is said; LINES 0: all, the program ends by itself.
+# Checks the first LINES of the output, and a message; LINES 0: the program must end by itself.
 expect() { # LINES ANSWER MESSAGE DEVICE...
     local lines=$1 answer=$2 message=$3 spacing=8.6
     shift 3
@@ -32,11 +32,11 @@ expect() { # LINES ANSWER MESSAGE DEVICE...
 }
 
 "$tool" simulate -a 0 -s 5.8cm -r 16000 -d 2 -o scene.wav 2>simulate.log
-tail -c +45 scene.wav >scene.raw # behind the header
+tail -c +45 scene.wav >scene.raw # without the header
 expect 7 '7 angle 0 degrees' '16000 Hz, S16_LE' \
     "file slave.pcm null file /dev/null format raw infile $work/scene.raw"
 
-# The other devices have noise that is two samples later at microphone 1. At 8.6 cm that are
+# The other devices have noise that is two samples later at microphone 1. At 8.6 cm that is
 # asin(2 x 343 / 16000 / 0.086) = 29.9 degrees, asin(2 x 343 / 48000 / 0.086) = 9.6.
 expect 3 '3 angle 29 degrees' 'x: 16000 Hz, S16_LE' faulty
 expect 3 '3 angle 29 degrees' 'x: 16000 Hz, S32_LE' faulty bits 32
@@ -45,14 +45,14 @@ for bits in 16 32; do
 done
 # Through plug, which would resample.
 expect 2 '2 angle 10 degrees' 'x: 48000 Hz, S16_LE' 'plug slave.pcm { type faulty rate 48000 }'
-expect 0 '' 'does not have just 2 channels' faulty channels 4
+expect 0 '' 'does not offer 2 channels' faulty channels 4
 expect 0 '' 'no usable sample rate' faulty rate 8000
 expect 0 '' 'Device or resource busy' faulty refuse 16
 
-# A fault before the first frame, and in the first block (32 frames are 4096), which begins anew.
+# A fault before the first frame, and in the first block (4096 samples), which is restarted.
 for after in 0 3000; do
-    expect 3 '3 angle 29 degrees' 'overrun, the block begins anew' faulty fault 32 after $after
-    expect 3 '3 angle 29 degrees' 'the block begins anew' faulty fault 86 after $after # suspend
+    expect 3 '3 angle 29 degrees' 'overrun, starting a new block' faulty fault 32 after $after
+    expect 3 '3 angle 29 degrees' 'starting a new block' faulty fault 86 after $after # suspend
 done
 expect 0 '1 angle 29 degrees' 'x: delivers no sound' faulty fault 32 after 5000 forever 1
 expect 0 '1 angle 29 degrees' 'x: is lost' faulty fault 19 after 5000 # unplugged

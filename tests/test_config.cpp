@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_config.cpp - the tables and conversions behind the configuration, and the settings stamp.
+// test_config.cpp - the tables and conversions for the configuration, and the settings stamp.
 
 #include "support.h"
 

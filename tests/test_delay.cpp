@@ -64,7 +64,7 @@ TEST(Delay, FramesSlideThroughTheBuffers)
         }
         EXPECT_NEAR(ssl->frame_energy, energy, energy * 1e-6);
     }
-    // The first new half was counted in two frames, as the sum over the block has it.
+    // The first new half counts in two frames, as in the sum over the block.
     EXPECT_GT(ssl->energy_sum, 2 * ssl->frame_energy);
 }
 
@@ -94,7 +94,7 @@ TEST(Delay, LagsAreTakenUpToThreeBeyondTheLimit)
         EXPECT_EQ(estimate(ssl), accepted ? lag : -32768) << lag;
         EXPECT_EQ(ssl->vote_count[0][9], accepted ? 0 : 1);
     }
-    // Limits that no array has: none, and all.
+    // Limits that no array has: no lag, and every lag.
     set_lags(ssl, {{0, 1.0}});
     ssl->max_delay_sample[0] = INT32_MIN;
     EXPECT_EQ(estimate(ssl), -32768);
@@ -147,7 +147,7 @@ TEST(Delay, AFrameIsGradedByPeakToMeanAfterTheFloor)
     int accepted = 0, refused_by_mean = 0, refused_by_dip = 0, close = 0, at_the_ends = 0;
     for (int frame = 0; frame < 4000; ++frame) {
         ssl_reset_voting(ssl);
-        // Far lags stand beside far dips, which brings the grades near 1.4.
+        // Distant lags come with distant dips, which brings the grades near 1.4.
         const int limit = ssl->max_delay_sample[0] = frame % 2 == 0 ? 100 : 200;
         // Random phases that lean toward a lag, more or less, and a constant part of either sign.
         const double lean = static_cast<int>(random() % 1000) / 500.0;
@@ -175,7 +175,7 @@ TEST(Delay, AFrameIsGradedByPeakToMeanAfterTheFloor)
             EXPECT_EQ(std::memcmp(ssl->correlation, c.data(), sizeof ssl->correlation), 0);
             continue;
         }
-        // The floor comes off up to its own place only.
+        // The floor is subtracted up to its own place only.
         const float floor = *dip;
         for (auto value = c.begin(); value <= dip; ++value)
             *value -= floor;
@@ -251,7 +251,7 @@ TEST(Delay, TimeDomainCurveKeepsItsOffset)
         ssl_delay_amdf(ssl, &delay);
         EXPECT_EQ(std::memcmp(ssl->amdf_curve, curve.data(), curve.size() * sizeof(float)), 0)
             << limit;
-        // The first of the two zeros behind the curve is the smallest of all.
+        // The first of the two zeros after the curve is the smallest value.
         EXPECT_EQ(delay, used == 0 ? 0 : 2 * used - 1 - used) << limit;
         // Equal frames: the 0 of lag 0 comes before them, and reads as -1.
         std::memcpy(ssl->ref_frame_b[0], ssl->ref_frame_a, sizeof ssl->ref_frame_a);

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""test_dial.py TOOL [PICTURE.png] - the page of `ezossl ... --serve` in a real browser, as people
-see it: the needle while a scene is played, pauses and the end, a new start of the program, faults,
-light and dark, a phone. Makes the picture of the README, and leaves it at PICTURE.png."""
+"""test_dial.py TOOL [PICTURE.png] - the page of `ezossl ... --serve` in a real browser: the needle
+while a scene is played, pauses and the end, a restart of the program, faults, light and dark, a
+phone. Makes the picture of the README, at PICTURE.png if given."""
 
 import os
 import pathlib
@@ -52,7 +52,7 @@ class Page:
         return found
 
     def angle(self):
-        """What the large figure says; None for words."""
+        """The angle shown as the large figure; None for words."""
         found = re.fullmatch(r"([+−]?\d+)°", self.text("angle"))
         return int(found[1].replace("−", "-")) if found else None
 
@@ -61,8 +61,8 @@ class Page:
         return found is not None and abs(found - angle) <= tolerance
 
     def tip(self):
-        """Where the end of the needle is on the screen, from the middle between the microphones,
-        in radii: to the right and up."""
+        """The place of the needle's end on the screen, relative to the middle between the
+        microphones, in radii: to the right and up."""
         return self.run("""
             const middle = id => { const box = id.getBoundingClientRect();
                 return [box.x + box.width / 2, box.y + box.height / 2]; };
@@ -76,7 +76,7 @@ class Page:
         return max(abs(tip[0] - across), abs(tip[1] - up)) < 0.08
 
     def has_drawn(self, angle, across, up):
-        """Whether the strip, the trail and the bar end where the last block has them."""
+        """Whether the strip, the trail and the bar show the last block."""
         path, x_dot, y_dot, level, bar = self.run("""
             const get = id => document.getElementById(id), dot = get("trail").lastChild;
             return [get("points").getAttribute("d"), +dot.getAttribute("cx"), +dot.getAttribute("cy"),
@@ -100,7 +100,7 @@ class Page:
 
 
 def make_scene(name, parts):
-    """Noise from an angle, or None for silence, for so many seconds each."""
+    """A scene of pairs of angle and seconds: noise from the angle, or silence for None."""
     samples = b""
     for angle, seconds in parts:
         if angle is None:
@@ -147,7 +147,7 @@ def test_needle_pauses_end_and_new_start(page):
     with Served(TOOL, "demo", FOLDER.name, str(port)) as served:
         page.wait_for("new start", lambda: page.text("state") == "Live")
         page.wait_for("demo", lambda: page.angle() is not None and "demo" in page.text("input"))
-        served.process.kill()  # without a farewell
+        served.process.kill()  # so that it cannot announce its end
         page.wait_for("loss", lambda: "Connection lost" in page.text("state"))
     page.complaints()
 

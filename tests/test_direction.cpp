@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_direction.cpp - the end of the road that transcripts do not reach: the circular array, and
-// what a reset leaves.
+// test_direction.cpp - the last steps that transcripts do not reach: the circular array, and what a
+// reset leaves.
 
 #include "support.h"
 

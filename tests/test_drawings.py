@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""test_drawings.py FILE.svg... - labels of the drawings stay within the sheet and in their boxes,
-cross no half circle, and do not overlap, also in DejaVu Sans, wider than most. By matplotlib,
-which has that font."""
+"""test_drawings.py FILE.svg... - the labels of the drawings stay within the sheet and their boxes,
+cross no half circle, and do not overlap, even in DejaVu Sans, which is wider than most fonts.
+matplotlib has that font."""
 
 import re
 import sys
@@ -16,7 +16,7 @@ SPARE = 3  # pixels to the edge of a box
 
 
 def sizes(style):
-    """Pixels and weight of a text of each class; "" is one of none."""
+    """Size in pixels and weight of a text of each class; "" is for texts without one."""
     rule = re.search(r"^text\{font:(\d+)px", style, re.M)
     found = {"": (int(rule[1]), "normal")}
     for name, body in re.findall(r"^\.(\w+)\{(.*?)\}", style, re.M):

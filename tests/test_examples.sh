@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # test_examples.sh TOOL LOCATE LOCATE_CPP [LIBRARY] - the examples find the angle of a scene that
-# the tool makes, and print nothing else. Without LIBRARY the example in Python is left out.
+# the tool makes, and print nothing else. Without LIBRARY the Python example is skipped.
 set -euo pipefail
 tool=$1 locate=$2 locate_cpp=$3
 export EZOSSL_LIBRARY=${4:-}
@@ -9,7 +9,7 @@ locate_py=$(realpath "$(dirname "$0")")/../examples/locate.py
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
-echo '{"debug_level": 1}' >errors.json # for locate.c, which leaves messages in its output
+echo '{"debug_level": 1}' >errors.json # for locate.c, which has messages in its output
 answers='c.txt cpp.txt'
 if [ -n "$EZOSSL_LIBRARY" ]; then
     answers="$answers py.txt"
@@ -19,7 +19,7 @@ fi
 
 for angle in -40 30; do
     "$tool" simulate -a "$angle" -s 5.8cm -r 16000 -d 2 -o scene.wav 2>simulate.log
-    tail -c +45 scene.wav >scene.raw # behind the header
+    tail -c +45 scene.wav >scene.raw # without the header
     DML_PATH=errors.json "$locate" 16000 5.8 <scene.raw >c.txt
     "$locate_cpp" 16000 5.8 <scene.raw >cpp.txt
     [ -z "$EZOSSL_LIBRARY" ] ||

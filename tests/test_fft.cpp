@@ -22,7 +22,7 @@ namespace {
 
 const double kTruePi = std::acos(-1.0);
 
-// A context over a region of just the size it asks for, `shift` bytes off an aligned address.
+// A context over a region of exactly the size it asks for, `shift` bytes off an aligned address.
 struct Transform {
     explicit Transform(size_t shift = 0, int32_t points = 256)
         : memory(new char[shift + fft_get_buffer_size(256)]), context{}
@@ -136,14 +136,14 @@ TEST(Fft, RefusalsAndReports)
     EXPECT_EQ(printed_by([&] { fft_init(&fft.context); }), "[FFT]Ne10 has init already\n");
     EXPECT_EQ(std::exchange(fft.context.fft_cfg, plan), nullptr);
 
-    // Lengths and directions that mean nothing leave the data alone.
+    // Invalid lengths and directions leave the data alone.
     for (const int32_t points : {0, -256, 128, 512, INT32_MAX, INT32_MIN})
         fft_rdft(&fft.context, points, 1, data, data, data);
     for (const int32_t direction : {0, 2, -2})
         fft_rdft(&fft.context, 256, direction, data, data, data);
     EXPECT_EQ(data[0], 1.0f);
 
-    // A missing auxiliary array is reported, and the transform done all the same.
+    // A missing auxiliary array is reported, but the transform is made.
     for (int missing = 0; missing < 2; ++missing) {
         float impulse[258] = {1};
         EXPECT_EQ(printed_by([&] {

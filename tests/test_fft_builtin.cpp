@@ -72,7 +72,7 @@ const Sound kSounds[] = {
     {"decay", [](int n) { return std::exp(-n / 2.0); }},
 };
 
-// At every place that a caller's buffer may start; nothing beside the arrays is touched.
+// At every address where a caller's buffer may start; nothing outside the arrays is touched.
 TEST(FftBuiltin, EqualsTheSumsInDoubleForSoundsOfEveryKind)
 {
     for (size_t shift = 0; shift < 16; shift += 4) {
@@ -101,7 +101,7 @@ TEST(FftBuiltin, EqualsTheSumsInDoubleForSoundsOfEveryKind)
             EXPECT_LT(error, signal * 1e-13) << sound.name; // 130 dB
             EXPECT_EQ(bins[1], 0.0f);
             EXPECT_EQ(bins[257], 0.0f);
-            // The way back takes any bins, and not only those of a forward transform.
+            // The inverse accepts any bins, not only those of a forward transform.
             float spectrum[258];
             std::memcpy(spectrum, bins, sizeof spectrum);
             spectrum[2 * 64] += 1;

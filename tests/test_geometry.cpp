@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_geometry.cpp - the branches that two microphones never reach, and spacings that nobody has.
+// test_geometry.cpp - the branches that two microphones never reach, and implausible spacings.
 
 #include "support.h"
 

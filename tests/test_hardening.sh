@@ -1,10 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_hardening.sh FOLDER PATHS HARDENED FILE... - no program or library in the folder, of which at
-# least PATHS have a path, looks for libraries in the current folder; the FILEs have a read-only
-# table of relocations that is complete at the start, guards on the stack and around buffers, probes
-# of the stack and marked targets of jumps, if they are built with them (HARDENED 1). OBJDUMP
-# disassembles them.
+# test_hardening.sh FOLDER PATHS HARDENED FILE... - no program or library in the folder searches the
+# current folder for libraries; at least PATHS of them have a search path. If HARDENED is 1, each
+# FILE has a read-only relocation table that is complete at the start, guards on the stack and
+# around buffers, stack probes and marked jump targets. OBJDUMP disassembles them.
 set -euo pipefail
 fail() {
     echo "$*" >&2
@@ -13,7 +12,7 @@ fail() {
 
 checked=0
 while read -r file; do
-    # Scripts are no ELF files, for which readelf fails.
+    # readelf fails for scripts, which are not ELF files.
     paths=$({ readelf -d "$file" 2>/dev/null || true; } |
         sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p')
     [ -n "$paths" ] || continue
@@ -34,7 +33,7 @@ for file in "${@:4}"; do
     for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
         grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
     done
-    # Some flags leave nothing but instructions.
+    # Some flags show only in the instructions.
     code=$("${OBJDUMP:-objdump}" -d --no-show-raw-insn "$file")
     case $(readelf -hW "$file" | grep Machine:) in
     *X86-64*) mark=endbr64 probe='[^0-9a-f]0x0,.*%rsp' page='sub .*[^0-9a-f]0x1000,%rsp' ;;

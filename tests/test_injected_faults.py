@@ -3,11 +3,12 @@
 """test_injected_faults.py [--full] [--show] TOOL LIBRARY DEVICE - short runs of every command, in
 each of which one allocation or system call fails, or a signal arrives before it.
 
-Whichever it is, the run ends with the right output, or with a message and exit status 1; there is
-no crash, no half-written file under its final name, no other file is left, and no descriptor. After
-a signal the outputs are all old or all new. libsoxr, libsndfile and libasound do not check all
-memory that they get: such crashes inside them are counted apart. Without --full a sample of the
-calls fails: the first of each case, and every so many of the others. --show lists the messages.
+In any case the run ends with the right output, or with a message and exit status 1. It does not
+crash, and leaves no half-written file under its final name, no other file, and no open descriptor.
+After a signal the outputs are all old or all new. libsoxr, libsndfile and libasound do not check
+every allocation: the resulting crashes inside them are counted separately. Without --full only a
+sample of the calls fails: the first of each case, and every n-th of the others. --show lists the
+messages.
 """
 
 import collections
@@ -30,7 +31,7 @@ INTERRUPTED = 130
 OF_OTHERS = ("libsoxr", "libsndfile", "libasound", "libFLAC")
 CRASH_OF_OTHERS = "a crash in a library"
 
-# Name, arguments, outputs, what comes from standard input.
+# Name, arguments, outputs, file for standard input.
 CASES = [
     ("csv", "track x.wav -s 5 -b 4 -q -f csv -o o", "o", None),
     ("json and figures", "track x.wav -s 5 -b 4 -f jsonl -o o --plot p.svg --histogram h.svg",
@@ -118,12 +119,12 @@ class Run:
         self.calls, self.descriptors, self.call = map(int, numbers)
 
 
-def is_growing(case):  # what is written while it happens has the time of day, and parts of worth
+def is_growing(case):  # output of live sound has the time of day, and is valid in parts
     return case[0] in ("live", "recording")
 
 
 def limited(folder, case):
-    """Runs with few descriptors, small files, a clock that is set back, a pipe that drips."""
+    """Runs with few descriptors, small files, a clock that is set back, and a slow pipe."""
     yield "no limit", Run(folder, case)
     for most in range(4, 16):
         yield f"{most} descriptors", Run(folder, case, (resource.RLIMIT_NOFILE, (most, most)))
@@ -133,11 +134,12 @@ def limited(folder, case):
     for n in (1, 2, 5) if is_growing(case) else ():
         yield f"clock set back at reading {n}", Run(folder, case, FAIL_CALL="clock", FAIL_AT=str(n))
     if case[3]:
-        yield "pipe that drips", Run(folder, case, drips=True)
+        yield "slow pipe", Run(folder, case, drips=True)
 
 
 def is_part(out, case, whole):
-    """Of two inputs the rows of either may be missing, of one the last."""
+    """Whether it is a valid part: the rows of either of two inputs, or the last rows of one, may be
+    missing."""
     if case[0] != "two at once":
         return whole.startswith(out)
     names = {row.split(b",")[0] for row in out.splitlines()}
@@ -194,7 +196,8 @@ def set_up(folder):
 
 
 def sweep(case):
-    """All faults of one command: runs, those that ended wrongly, how the others ended."""
+    """All faults of one command: the number of runs, those that ended wrongly, and how the others
+    ended."""
     runs = 0
     found = []
     ends = collections.Counter()
@@ -234,7 +237,7 @@ def sweep(case):
 
 
 def times_written_out():
-    """Of a recording of 3.5 s, which goes to the disk every second."""
+    """Faults of a recording of 3.5 s, which is written to the disk every second."""
     with tempfile.TemporaryDirectory() as folder:
         set_up(folder)
         case = ("", "live -D x -s 5 -d 3.5 -q --record r.wav", "r.wav", None)

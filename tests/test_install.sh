@@ -1,9 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_install.sh BUILD_DIR CONFIG LIBDIR - what is installed is complete and may be moved; programs
-# in C and C++ are built with it by find_package() and by pkg-config, shared and static, and as a
-# part of a project in C; all find the angle of a scene that the installed tool makes. In the
-# environment: what CMake, compilers and pkg-config read there; EMULATOR, what starts a program;
+# test_install.sh BUILD_DIR CONFIG LIBDIR - the installed files are complete and may be moved.
+# Programs in C and C++ are built with them by find_package() and by pkg-config, shared and static,
+# and as part of a project in C; all find the angle of a scene that the installed tool makes. In the
+# environment: what CMake, compilers and pkg-config read there; EMULATOR, which starts programs;
 # LIBRARIES, a folder of other libraries.
 set -euo pipefail
 source=$(realpath "$(dirname "$0")/..") build=$(realpath "$1") config=$2 lib=$3
@@ -17,7 +17,7 @@ fail() {
 
 DESTDIR=$work/stage cmake --install "$build" --config "$config" --prefix /opt/ezossl >install.log
 mv stage/opt/ezossl moved
-rmdir -p stage/opt || fail 'files besides the prefix'
+rmdir -p stage/opt || fail 'files outside the prefix'
 (cd moved && find . ! -type d | sort) >found.txt
 sort >expected.txt <<END
 ./bin/ezossl
@@ -48,7 +48,7 @@ readelf -d moved/bin/ezossl moved/"$lib"/libezossl.so >dynamic.txt
 paths=$(sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p' dynamic.txt)
 if grep -q '^CMAKE_INSTALL_PREFIX:[A-Z]*=/usr$' "$build/CMakeCache.txt"; then
     [ -z "$paths" ] || fail "a path is left: $paths"
-else # the tool finds the library where both are, and nothing has a path of the build
+else # the tool finds the library relative to itself, and no file has a path of the build
     [ "$paths" = "\$ORIGIN/../$lib" ] || fail "the tool looks for the library in '$paths'"
 fi
 
@@ -65,7 +65,7 @@ run moved/bin/ezossl simulate -a 30 -s 5.8cm -r 16000 -d 1 -o scene.wav 2>simula
 finds_angle() { # PROGRAM...
     local program
     for program in "$@"; do
-        tail -c +45 scene.wav | run "$program" 16000 5.8 >answer.txt # behind the header
+        tail -c +45 scene.wav | run "$program" 16000 5.8 >answer.txt # without the header
         awk '$3 == "angle" && ($4 - 30)^2 <= 16 { good++ } END { exit !(good == 3 && NR == 3) }' \
             answer.txt || fail "$program does not find the angle"
     done
@@ -81,7 +81,7 @@ consumer() { # FOLDER OPTION... - builds the project in tests/install
     fi
     finds_angle "$1"/ezossl_*
 }
-# Where CMake finds it in a folder of libraries that is not this system's, too.
+# CMake must also find it in a library folder that is not that of this system.
 installed=-DCMAKE_PREFIX_PATH=$work/moved/$lib/cmake/ezossl
 consumer c "$installed"
 consumer cxx "$installed" '-DCONSUMER_LANGUAGES=C;CXX'

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_library_file.cpp - the library as a file: what it exports and needs; that its results do not
-// depend on machine, compiler and optimisation.
+// test_library_file.cpp - the library as a file: what it exports and needs, and that its results do
+// not depend on machine, compiler and optimisation.
 
 #include "support.h"
 
@@ -91,7 +91,7 @@ TEST(LibraryFile, HeedsNoEnvironmentOfACallerWithFewerRights)
     EXPECT_FALSE(std::filesystem::exists(dump));
 }
 
-// The lines that an FFT with other last bits may change.
+// The lines that an FFT with different last bits may change.
 const std::set<std::string> kLastBits = {"spectrum", "cross", "correlation",
                                          "votes",    "path",  "cosine"};
 
@@ -105,7 +105,7 @@ std::string without_last_bits(const std::string &text)
     return rest;
 }
 
-// One list for every machine, compiler and optimisation.
+// The same list for every machine, compiler and optimisation.
 TEST(LibraryFile, ResultsHaveTheSameBitsEverywhere)
 {
     const std::string all = read_file(EZOSSL_CHECKSUMS);

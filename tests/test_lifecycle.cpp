@@ -88,7 +88,7 @@ TEST(Lifecycle, FreeLeavesTheBuffer)
     EXPECT_EQ(ssl->fft.fft_inited, 0);
     ssl->fft.fft_inited = 1;
     EXPECT_EQ(ssl.bytes(), before);
-    // A buffer that never was an instance: no stream in it is taken for one.
+    // In a buffer that never was an instance, no word is taken for a stream.
     Instance garbage(Instance::kBuffer);
     const Environment dump("AUDIO_SSL_DUMP", "1");
     EXPECT_EQ(EzoSsl_Free(garbage), 0);

@@ -1,7 +1,7 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_manual.sh TOOL - bash completion offers, and the manual page has, every command, option and
-# value that the tool knows; the page also has the defaults, statuses and columns.
+# test_manual.sh TOOL - bash completion and the manual page have every command, option and value of
+# the tool; the page also has the defaults, statuses and columns.
 set -euo pipefail
 tool=$(realpath "$1")
 cd "$(dirname "$0")/.."

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_messages.cpp - level files and paths that no transcript can write.
+// test_messages.cpp - level files and paths that transcripts cannot write.
 
 #include "support.h"
 
@@ -57,7 +57,7 @@ TEST(Messages, ThePathMayNameAnything)
         const Environment path("DML_PATH", row.path);
         EXPECT_EQ(read_message_level(), row.level) << row.path.value_or("(unset)");
     }
-    // The beginning of a path that is too long names a file, which is not taken for it.
+    // A file whose name is the beginning of a path that is too long is not read instead.
     const Environment path("DML_PATH", padded(127) + "x");
     EXPECT_EQ(read_message_level(), 7);
 }

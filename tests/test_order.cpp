@@ -18,7 +18,7 @@ const float positions[4] = {0, 0, 5, 0};
 struct Operation {
     const char *tag;
     const char *handle_tag;
-    // What must be, in the order of the tests: init, config, shape, params done; run done (r) or
+    // What must hold, in the order of the tests: init, config, shape, params done; run done (r) or
     // not entered (n).
     const char *needs;
     int32_t SslCallOrderFlags::*entered; // set to 0 by a refused call
@@ -135,7 +135,7 @@ TEST(Order, TheHandleIsCheckedAfterTheOrder)
         Instance ssl(shape                                       ? Instance::kConfigured
                      : operation.tag == std::string("CalParams") ? Instance::kShaped
                                                                  : Instance::kRunning);
-        // Each fault added to the last: the later test comes first.
+        // Adds one fault after another; each new one is checked before the earlier ones.
         for (const auto &row : spoilt) {
             row.spoil(ssl);
             EXPECT_EQ(printed_by([&] { EXPECT_EQ(operation.call(ssl), row.code); }),

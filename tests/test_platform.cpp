@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_platform.cpp - files as the library asks the system for them.
+// test_platform.cpp - the library's access to files of the system.
 
 #include "KivFs.h"
 #include "debug_msglevel.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_plot.cpp - the figures: what is drawn for which blocks, in a document that is well formed.
+// test_plot.cpp - the figures: what is drawn for which blocks, in a well-formed document.
 
 #include "plot/plot.h"
 
@@ -26,7 +26,7 @@ void add_block(std::vector<Block> &blocks, BlockStatus status, int angle = 0, do
 
 using Numbers = std::vector<double>;
 
-// The numbers in what the pattern matches, match by match; (#) stands for one.
+// The numbers in all matches of the pattern, in which (#) stands for a number.
 std::vector<Numbers> numbers(const std::string &text, std::string pattern)
 {
     for (size_t at = 0; (at = pattern.find('#')) != std::string::npos;)

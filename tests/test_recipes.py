@@ -37,7 +37,7 @@ def tracked(form):
 
 @contextlib.contextmanager
 def broker():
-    """A broker on a free port of the loopback interface, which is that of both clients."""
+    """A broker on a free port of the loopback interface, to which both clients are configured."""
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         port = probe.getsockname()[1]
@@ -73,7 +73,7 @@ def by_mqtt(command):
 
 
 def verify_unit(unit):
-    """What systemd says of it, but for the program, which is not installed here."""
+    """The complaints of systemd about it, except that the program is not installed here."""
     pathlib.Path("ezossl.service").write_text(unit)
     done = subprocess.run(["systemd-analyze", "verify", "./ezossl.service"], text=True,
                           stderr=subprocess.STDOUT, stdout=subprocess.PIPE)

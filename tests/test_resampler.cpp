@@ -45,7 +45,7 @@ std::vector<float> resampled(Rates rates, const std::vector<float> &samples, siz
     return result;
 }
 
-// The largest sample of a - b, away from both ends, in dB.
+// The largest sample of a - b in dB, without both ends.
 double difference_db(const std::vector<float> &a, const std::vector<float> &b)
 {
     double largest = 0;
@@ -98,7 +98,7 @@ TEST(Resampler, GivesTheSameInAnyPiecesUpToTheLastSample)
             for (const size_t chunk : {size_t{1}, size_t{4096}})
                 EXPECT_EQ(resampled(rates, samples, chunk), whole) << chunk;
         }
-        // Sound goes on to the end: it does not fade into silence before.
+        // Sound lasts to the end and does not fade into silence.
         const auto steady = resampled(rates, std::vector<float>(20000, 0.5f), 4096);
         EXPECT_NEAR(steady[steady.size() - 200], 0.5f, 0.01f) << rates.from << " to " << rates.to;
     }

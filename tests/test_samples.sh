@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test_samples.sh TOOL - the files in docs/samples do what they say. Without CMake: libezossl.a is
-# made of a copy of the sources, leaves them as they were, and finds the angle of a scene. For
-# Buildroot: no tag is named that may not exist.
+# test_samples.sh TOOL - the files in docs/samples work. The Makefile builds libezossl.a from a copy
+# of the sources without changing them, and the library finds the angle of a scene. The Buildroot
+# package names a commit, not a tag that may not exist.
 set -euo pipefail
 tool=$1
 source=$(realpath "$(dirname "$0")/..")

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_scenes.cpp - made-up sounds, the same on every machine, and the delays, votes, codes and
+// test_scenes.cpp - synthetic sounds, the same on every machine, and the delays, votes, codes and
 // angles that every machine must find in them: scene_answers.txt.
 
 #include "support.h"
@@ -75,8 +75,8 @@ std::string listed(const char *name, const T &numbers)
     return text;
 }
 
-// The sums of a block as they stand in memory: that of the energy and those of the delays, which
-// show the last bits of the FFT.
+// The bits of a block's sums: that of the energy and those of the delays, which show the last bits
+// of the FFT.
 std::string bits_of(SslHandle *ssl)
 {
     const auto word = [](float value) {
@@ -143,7 +143,7 @@ std::string without_bits(std::string text)
 TEST(Scenes, HaveTheSameAnswersOnEveryMachine)
 {
     std::string expected = read_file(EZOSSL_SCENE_ANSWERS), actual = answers();
-    // An FFT with other last bits changes those of the sums of the delays.
+    // An FFT with different last bits changes those of the sums of the delays.
     if (std::string(EZOSSL_FFT) != "builtin") {
         expected = without_bits(expected);
         actual = without_bits(actual);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_serve.cpp - the queue behind /events: what a reader gets that joins early, late or after the
-// next input began, and that it does not grow. The server itself is tried by test_serve.py.
+// test_serve.cpp - the queue of /events: what readers get that join early, late or after the next
+// input began, and that it does not grow. test_serve.py tests the server itself.
 
 #include "serve/event_log.h"
 
@@ -18,13 +18,13 @@ struct EventQueue : ::testing::Test {
     EventLog::Time now{};
     int blocks = 0;
 
-    // One every `pace`, which are named after their numbers.
+    // Adds an event every `pace`, each named after its number.
     void add_blocks(int count, std::chrono::milliseconds pace)
     {
         for (int i = 0; i < count; ++i)
             log.add(Kind::passing, std::to_string(blocks++), now += pace);
     }
-    // Texts, and in brackets how many events were lost before each.
+    // The texts, each after the number of events lost before it, in brackets.
     std::string all(EventLog::Reader &reader)
     {
         std::string text;

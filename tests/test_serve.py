@@ -60,7 +60,7 @@ def request(path="/", host="127.0.0.1", method="GET", more=""):
 
 
 class Reader:
-    """A reader of /events; with a small buffer, nothing may be on its way."""
+    """A reader of /events; a small buffer keeps the system from buffering events."""
 
     def __init__(self, port, receive_buffer=0):
         self.link = connect(port, receive_buffer)
@@ -69,7 +69,7 @@ class Reader:
         self.head = b"".join(iter(self.file.readline, b"\r\n")).decode()
 
     def events(self):
-        """Name, or "" for those of -f jsonl, and data; until the stream ends."""
+        """Name ("" for those of -f jsonl) and data of the events until the stream ends."""
         text = b""
         while size := int(self.file.readline(), 16):
             text += self.file.read(size + 2)[:-2]
@@ -105,7 +105,7 @@ def test_command_line():
     else:
         print("LEFT OUT: here everybody may use every port")
     assert run(f"demo --serve {'x' * 5000}:").stderr.startswith("ezossl: --serve: 'xxx")
-    # A word that is not an address is an input.
+    # An argument that is not an address is an input.
     assert "no such file" in run("track -s 5.8cm --serve missing.wav").stderr
     for address, url, told in (("0", "127.0.0.1", "for this computer only"),
                                ("localhost:0", "localhost", "for this computer only"),
@@ -192,7 +192,7 @@ def test_too_many_readers():
         while "503" in Reader(served.port).head:
             assert time.monotonic() < end
             time.sleep(0.05)
-        # The end comes to all of them, and at once.
+        # The end reaches all of them, at once.
         seconds, status = served.interrupt()
         assert status == 0 and seconds < (5 if PATIENT else 1), (seconds, status)
         assert b'"summary"' in until_closed(readers[0].link)
@@ -216,7 +216,7 @@ def test_reader_that_does_not_read():
         reader = Reader(served.port, 2048)
         deaf = Reader(served.port, 2048)
         feed(served, frames - 100)
-        end = time.monotonic() + PATIENCE  # the blocks come out though nobody reads them
+        end = time.monotonic() + PATIENCE  # blocks are printed although nobody reads the events
         while served.printed().count("\n") < frames - 100:
             assert time.monotonic() < end, served.printed().count("\n")
             time.sleep(0.05)
@@ -267,7 +267,7 @@ def test_connections_that_take_their_time():
 
 
 def test_latency():
-    """From the last sample of a block on standard input to its event."""
+    """The time from the last sample of a block on standard input to its event."""
     with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
         events = Reader(served.port).events()
         next(events)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_tool_answers.cpp - what the tool says beside its angles: faults, rates that do not fit, and
-// the settings and counts of its JSON.
+// test_tool_answers.cpp - what the tool reports besides angles: faults, rates that do not fit, and
+// the settings and counts in its JSON.
 
 #include <functional>
 #include <random>
@@ -14,7 +14,7 @@
 namespace {
 
 struct Answers : Tool {
-    // Value of a name in the first line of this type, printed as JSON; "" if there is none.
+    // The value of a name in the first line of this type, as JSON; "" if there is none.
     static std::string value(const std::string &type, const char *name)
     {
         std::ifstream lines("out");
@@ -142,8 +142,8 @@ TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
 
 TEST_F(Answers, CheckNamesContradictionsAndFewDirections)
 {
-    // Of each second a loud quarter leads by -3 samples, the faint rest by 6. The channels'
-    // correlation is that of the loud part, most frames are of the other.
+    // In each second a loud quarter leads by -3 samples, the faint rest by 6. The correlation of
+    // the channels is that of the loud part, but most frames belong to the faint one.
     std::mt19937 generator(1);
     Samples source(64020), samples;
     for (float &sample : source)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_tool_faults.cpp - the tool where the system fails it: the right output or a clear error,
-// nothing half-written.
+// test_tool_faults.cpp - the tool when calls of the system fail: the right output or a clear error,
+// and nothing half-written.
 
 #include <cerrno>
 
@@ -123,7 +123,7 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
-// A scene goes into a pipe as into a file; there is no place for the truth beside it.
+// A scene can go into a pipe as into a file; for a pipe there is no file of the true angles.
 TEST_F(Faults, ScenesGoWhereTheyAreSent)
 {
     ASSERT_EQ(run("simulate -a 30 -s 5.8 -d 1 --truth t.csv -o scene.wav"), 0);
@@ -150,7 +150,8 @@ TEST_F(Faults, ScenesGoWhereTheyAreSent)
     run("simulate -a 30 -s 5.8 -d 1 -o - | '" EZOSSL_TOOL "' - -s 5.8 -f csv");
     EXPECT_NE(contents("out").find(",31,ok,"), std::string::npos) << contents("out");
 
-    // A folder that may not be entered, or not be written to. Root may, but for its capabilities.
+    // A folder that may not be entered or written to. Root may do so unless it drops its
+    // capabilities.
     const std::string ordinary = geteuid() == 0 ? "setpriv --bounding-set=-all" : "";
     for (const mode_t mode : {0000, 0555}) {
         fs::create_directory("locked");
@@ -176,7 +177,7 @@ TEST_F(Faults, LiveRefusesBeforeItReplacesAFile)
     EXPECT_NE(contents("err").find("/dev/null: is a pipe or a device"), std::string::npos);
 }
 
-// Results go where they belong, messages nowhere.
+// Results go to the output, messages nowhere.
 TEST_F(Faults, ClosedDescriptorsAreNotThoseOfFiles)
 {
     const std::string track = "track x.wav -v -s 8.6 -b 1 -f csv -o o";
@@ -218,7 +219,7 @@ std::string ends_of(const std::string &path)
            std::to_string(last[1]);
 }
 
-// An hour takes too long to write: the file grows by a hole.
+// Writing an hour takes too long, so the file grows by a hole.
 TEST_F(Faults, RecordingsOfAnyLengthCanBeReadWheneverTheyEnd)
 {
     std::vector<int16_t> second(2 * 16000, 7);

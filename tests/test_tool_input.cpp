@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_tool_input.cpp - the road from a sound to frames: rates, channels, samples.
+// test_tool_input.cpp - from a sound to frames: rates, channels, samples.
 
 #include <cmath>
 #include <memory>
@@ -172,7 +172,7 @@ TEST(Input, FramesAreThePairsOfTheStreamOneAfterTheOther)
     EXPECT_EQ(refusal([] { counting(16000, 9).skip_to(1); }), "counter: ends before --start 1 s");
 }
 
-// Says that samples have come, and makes none.
+// Pretends to read many samples, without making any.
 struct Long : Counting {
     Long() : Counting(16000, 0) {}
     std::optional<size_t> read(float *, size_t count) override { return count; }
@@ -262,7 +262,7 @@ TEST_F(Tool, RawSamplesAreLittleEndianWithTheStatedRateAndChannels)
     EXPECT_EQ(four.length(), 1);
 }
 
-// A header that is taken for samples gives an angle too.
+// A header that is taken for samples would give an angle, too.
 TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
 {
     Samples sound(2 * 8192);

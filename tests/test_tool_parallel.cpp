@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_tool_parallel.cpp - track over several files at a time: the same results as one by one, and
-// what becomes of them when a process or the user ends it.
+// test_tool_parallel.cpp - track with several files at a time: the same results as one by one, and
+// what is left of them if a process or the user ends it.
 
 #include <csignal>
 
@@ -167,7 +167,7 @@ TEST_F(Parallel, SaysWhatTheSystemLacks)
         EXPECT_EQ(run("a.wav b.wav -s 5.8 -j 2", "out", kFaulty + environment), 1);
         EXPECT_NE(contents("err").find(message), std::string::npos) << contents("err");
     }
-    // What the first process needs no more is enough for the second.
+    // The second process starts with the resources that the first one has freed.
     EXPECT_EQ(
         run("a.wav b.wav -s 5.8 -j 2", "out", kFaulty + "FAIL_CALL=fork FAIL_AT=2 FAIL_ERRNO=11"),
         0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_tool_scenes.cpp - scenes that the tool makes, and the faults that it finds in spoilt ones.
+// test_tool_scenes.cpp - scenes that the tool makes, and the faults that it finds in damaged ones.
 
 #include <cmath>
 #include <random>
@@ -17,8 +17,8 @@ Samples read_audio(const char *path)
     return samples;
 }
 
-// Channel 0 is the scene's times gain0, channel 1 the scene's times gain1, with drift samples more
-// every second, and copy times channel 0, and noise.
+// Channel 0 is that of the scene times gain0. Channel 1 is that of the scene times gain1, `drift`
+// samples later every second, plus `copy` times channel 0, plus noise.
 struct Spoilt {
     const char *verdict;
     double lead0, drift;
@@ -77,7 +77,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         const std::string line = std::string("verdict     ") + c.verdict + "\n";
         EXPECT_NE(contents("out").find(line), std::string::npos) << line << contents("out");
     }
-    // The parts of a finding have lines of their own, and names that -c would take.
+    // The parts of a finding are on separate lines, and channels are numbered as for -c.
     Samples three;
     for (size_t i = 0; i < good.size(); i += 2)
         three.insert(three.end(), {0.0f, good[i], good[i + 1] / 10});
@@ -128,7 +128,7 @@ TEST_F(Tool, ScenesHaveATruthAndARoom)
     EXPECT_NEAR(10 * std::log10(energy[1] / energy[2]), 60 * 0.1 / 0.5, 0.6); // 5 %
 }
 
-// A scene of nearly as many echoes as there may be.
+// A scene with nearly the largest number of echoes.
 TEST_F(Tool, LongWorkShowsHowFarItIsAndCanBeInterrupted)
 {
     std::ofstream("command") << signal_when("grep -q 'x.wav: .* %' seen", "INT")

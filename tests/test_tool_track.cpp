@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_tool_track.cpp - the commands track and live: every way in, every form out, every end.
+// test_tool_track.cpp - the commands track and live: every kind of input, output and ending.
 
 #include <cctype>
 #include <random>
@@ -54,7 +54,7 @@ struct Track : Tool {
     }
 };
 
-// What JSON has, as CSV has it.
+// Converts JSON to the form of CSV.
 std::string field_of(const cJSON &item)
 {
     const std::string name = item.string != nullptr ? item.string : "";
@@ -113,7 +113,7 @@ TEST_F(Track, FormsHoldTheSameBlocks)
     EXPECT_NE(contents("rows").find("-inf,x x x"), std::string::npos);
 }
 
-// The samples begin behind the header, whatever length it says, and whatever else it holds.
+// The samples begin after the header, whatever length it states, and whatever else it holds.
 TEST_F(Track, StreamedFilesGiveWhatIntactOnesGive)
 {
     for (const int format : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
@@ -178,7 +178,7 @@ TEST_F(Track, TakesEveryInputAndKeepsOnlyWhatIsWhole)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
-// For loggers: the time of day, and which block spans what the device lost.
+// For loggers: the time of day, and which block has lost sound.
 TEST_F(Track, LiveLogsTheTimeAndTheGaps)
 {
     std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
@@ -204,7 +204,7 @@ TEST_F(Track, LiveLogsTheTimeAndTheGaps)
     EXPECT_NE(contents("log").find("\"overruns\":1,\"suspends\":0"), std::string::npos);
     run(command + "table");
     EXPECT_NE(contents("log").find("+29 deg!"), std::string::npos) << contents("log");
-    // A reader that goes away costs its own lines.
+    // A reader that goes away does not harm the recording.
     run("live -D x -s 8.6 -d 9 -f csv --raw-blocks -b 1 --record r.wav", "&1 | true");
     EXPECT_TRUE(fs::exists("r.wav")) << contents("err");
     std::ofstream("alsa.conf") << "pcm.x { type null hint { show on description \"two\" } }\n";
@@ -258,8 +258,8 @@ TEST_F(Track, NamesOfFilesCommandNoTerminal)
     EXPECT_EQ(contents("err").find('\033'), std::string::npos) << contents("err");
 }
 
-// A block and a half are heard before the interrupt, which waits for the first line; two blocks and
-// more would follow.
+// The interrupt comes after the first line, when the tool has one and a half blocks of sound; more
+// than two blocks would follow.
 TEST_F(Track, LiveFinishesTheBlockThatAnInterruptFallsInto)
 {
     std::ofstream("alsa.conf") << "pcm.null { type null }\n"
@@ -276,7 +276,7 @@ TEST_F(Track, LiveFinishesTheBlockThatAnInterruptFallsInto)
         << contents("out") << contents("err");
 }
 
-// Of 16000 frames, three blocks; the devices always have sound that comes from 29 degrees.
+// 16000 samples are three blocks; the devices always have sound from 29 degrees.
 TEST_F(Track, LiveOutlivesItsDevicesFaultsOrNamesThem)
 {
     const std::string whole = "x: 3 blocks, 3 decided (100 %), median +29 deg, ";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// test_tool_tracking.cpp - blocks out of frames: votes, gate, smoothing, reasons; and the band that
-// the sound fills.
+// test_tool_tracking.cpp - from frames to blocks: votes, gate, smoothing, reasons; and the band of
+// the sound.
 
 #include <algorithm>
 #include <cmath>
@@ -23,7 +23,7 @@ namespace {
 constexpr int kNone = EZOSSL_REJECTED_FRAME;
 using Kind = FrameVote::Kind;
 
-// All votes in order, and for each the count of those at most 0.2 further in the sine.
+// Sorts all votes, and counts for each those at most 0.2 further in the sine.
 DirectionVote::Result plain_result(const std::vector<FrameVote> &votes, size_t window)
 {
     std::vector<int> angles;
@@ -222,7 +222,7 @@ TEST(Smoother, TakesAFrameForWhatItsDelaySays)
     EXPECT_EQ(frames_in(0.001, 8000), 1);
 }
 
-// So many frames of each delay.
+// Frames of each delay, in the given numbers.
 std::vector<int> delays(std::initializer_list<std::pair<int, int>> counts)
 {
     std::vector<int> result;
@@ -306,7 +306,7 @@ TEST(BandLimit, IsWhereTheSoundOfALowerRateEnds)
         std::vector<float> sound = source;
         if (c.from != c.rate)
             sound = Resampler(c.from, c.rate).process(source.data(), pairs, true);
-        // Resampled, the noise keeps its power and so has this much more of it per Hz.
+        // Resampled noise keeps its power, so its density is this much higher.
         const double density = std::sqrt(static_cast<double>(c.rate) / c.from);
         const auto level = static_cast<float>(0.4 * density * std::pow(10.0, c.floor_db / 20.0));
         const std::vector<float> floor = noise(sound.size(), level);
@@ -398,8 +398,8 @@ TEST(BandLimit, IsNotFoundInDullSound)
     }
 }
 
-// Wide-band sound, then sound up to 4 kHz that is far louder. Of long sound not all is looked at,
-// but all of it counts.
+// Wide-band sound, then far louder sound up to 4 kHz. Of long sound only some windows are analysed,
+// but they stand for all of it.
 TEST(BandLimit, OfLongSoundIsThatOfAllOfIt)
 {
     const auto seconds = [](size_t count, int rate) {

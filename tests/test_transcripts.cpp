@@ -9,11 +9,11 @@
 //                                                       nothing if there is no such line
 //   set FIELD VALUE                                     an element is FIELD.INDEX
 //   see FIELD VALUE                                     integers exactly, floats to 6 digits
-//   votes BIN COUNT SUM                                 empties the votes, casts these, loudly
+//   votes BIN COUNT SUM                                 replaces all votes, at a high level
 //   env NAME [VALUE]                                    sets a variable of the environment
 //   mkdir PATH, link TO PATH, write PATH TEXT           in an empty directory of its own
-//   holds PATH MICROPHONE FIRST LAST                    the file has just these frames
-//   flush                                               writes out every stream there is
+//   holds PATH MICROPHONE FIRST LAST                    the file has exactly these frames
+//   flush                                               flushes every open stream
 //
 // Frames are numbers: places in a stream of noise. In paths and texts, /{N} is N slashes.
 
@@ -267,7 +267,7 @@ class Transcript : public testing::TestWithParam<const char *>
 {
 };
 
-// A line that is no call. False if it is one.
+// Executes a line that is not a call. False if it is one.
 bool play_direction(Stage &stage, const Words &w, const std::string &what)
 {
     if (w[0] == "begin")

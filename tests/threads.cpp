@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// threads.cpp - 32 instances in as many threads, each from Init to Free over and over, with and
-// without a level file: every thread gets what one alone gets. Built with ThreadSanitizer, which
-// ends the program at a data race. (What cJSON itself writes is not compiled here.)
+// threads.cpp - 32 instances in as many threads, each from Init to Free again and again, with and
+// without a level file: every thread must get the results of a single one. Built with
+// ThreadSanitizer, which ends the program at a data race. (cJSON itself is not compiled with it.)
 
 #include "EzoSsl.h"
 

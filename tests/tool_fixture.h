@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// tool_fixture.h - runs the command-line tool as a user does; EZOSSL_TOOL is its path.
+// tool_fixture.h - runs the command-line tool like a user; EZOSSL_TOOL is its path.
 
 #ifndef EZOSSL_TOOL_FIXTURE_H
 #define EZOSSL_TOOL_FIXTURE_H
@@ -31,8 +31,8 @@ inline void write_audio(const char *path, int rate, int channels, const Samples 
     ASSERT_EQ(file.write(samples.data(), count), count) << path;
 }
 
-// Stands before a command of the tool: sends it the signal as soon as the shell finds the condition
-// true. No test waits for a time in which the tool "should have" started.
+// A prefix for a command of the tool, which sends it the signal as soon as the shell finds the
+// condition true. No test relies on a time after which the tool "should have" started.
 inline std::string signal_when(const std::string &condition, const std::string &signal)
 {
     return "echo $$ >pid; (until " + condition +
@@ -40,15 +40,15 @@ inline std::string signal_when(const std::string &condition, const std::string &
            " $(cat pid)) 2>/dev/null & exec";
 }
 
-// The same, with a pipe `sound` that holds what FEED prints. The signal comes when the tool has
-// read that but for the last 64 KiB.
+// The same, with a pipe `sound` that carries the output of `feed`. The signal comes when the tool
+// has read all of it but the last 64 KiB.
 inline std::string signal_after(const std::string &feed, const std::string &signal)
 {
     return "rm -f sound; mkfifo sound; echo $$ >pid; (" + feed + "; kill -" + signal +
            " $(cat pid)) >sound 2>/dev/null & exec";
 }
 
-// Every test has a directory of its own; what the tool says is in the files out and err.
+// Every test has its own directory; the tool's output is in the files out and err.
 struct Tool : ::testing::Test {
     const fs::path previous = fs::current_path();
     const fs::path directory =

@@ -6,12 +6,12 @@ archive.py 'recordings/**/*.flac' --spacing 5.8cm --output angles.csv
 archive.py recordings -s 5.8cm -o angles.parquet --scheduler tcp://head:8786 -- --gate -60
 
 A folder stands for the sound files in it. Every worker runs `ezossl track` and must see the
-recordings under the same path. What follows -- are options of `ezossl track`.
+recordings under the same path. Arguments after -- are options of `ezossl track`.
 
 The rows are those of `ezossl track -f csv`, in the order of the names. OUTPUT.done lists the
-recordings that are in the output: a run that was ended, however it was, goes on where it stopped
-when it is started again, and takes what is new. OUTPUT.failed lists the others, with reasons; they
-are tried again by the next run.
+recordings that are in the output. If a run was interrupted in any way, start it again: it continues
+where it stopped, and includes new recordings. OUTPUT.failed lists the recordings that failed, with
+reasons; the next run tries them again.
 
 Needs python3-distributed (Dask), and pyarrow for Parquet.
 """
@@ -31,11 +31,11 @@ import sys
 import distributed
 
 ENDINGS = (".wav", ".flac", ".ogg", ".opus", ".mp3", ".aiff", ".au", ".caf", ".w64", ".rf64")
-AHEAD = 8  # recordings per processor that are in work, or wait for an earlier one to be written
+AHEAD = 8  # recordings per processor that are being tracked, or wait for an earlier one
 
 
 def track(path, options):
-    """Why it failed or "", the header and the rows of a recording; runs on a worker."""
+    """The reason for a failure or "", the header and the rows of a recording; runs on a worker."""
     command = ["ezossl", "track", "-q", "-f", "csv", *options, path]
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True)
     if done.returncode != 0:
@@ -54,16 +54,16 @@ def recordings(pattern):
 
 
 def state_of(path):
-    """Tells another recording under the same name."""
+    """Size and time of the file, which tell whether it has changed."""
     status = os.stat(path)
     return [status.st_size, status.st_mtime_ns]
 
 
 class Archive:
-    """The rows so far, and a journal of what they are.
+    """The rows so far, and a journal of the recordings that they come from.
 
-    A recording is in the archive once its line in the journal is complete. Rows behind the last
-    such line are of a run that was ended while it wrote them, and are cut off.
+    A recording is in the archive once its line in the journal is complete. Rows after the last such
+    line come from a run that was interrupted while it wrote them, and are cut off.
     """
 
     def __init__(self, path, settings):
@@ -83,7 +83,7 @@ class Archive:
         self._journal.truncate(sum(len(line) + 1 for line in lines))
         self._rows = open(path, "ab")
         if self._rows.tell() < size:
-            sys.exit(f"{path}: is shorter than {path}.done says; remove both to begin anew")
+            sys.exit(f"{path}: is shorter than {path}.done says; remove both to start over")
         self._rows.truncate(size)
         if not lines:
             self._note(settings)
@@ -127,7 +127,7 @@ def run(client, paths, options, archive):
             try:
                 reason, header, rows = future.result()
             except distributed.scheduler.KilledWorker:
-                reason = "its process was ended again and again; perhaps memory is short"
+                reason = "its process was killed several times; memory may be short"
             except OSError as error:  # of the worker
                 reason = f"ezossl cannot be started: {error}"
             if reason:
@@ -158,7 +158,7 @@ def main():
     parser.add_argument("-s", "--spacing", required=True, help="as for ezossl: 5.8cm, 0.058m")
     parser.add_argument("-o", "--output", required=True, help="a .csv or .parquet file")
     parser.add_argument("--scheduler", help="address of a Dask scheduler; default: this machine")
-    parser.add_argument("--workers", type=int, help="processes on this machine; default: all cores")
+    parser.add_argument("--workers", type=int, help="processes on this machine; default: one per core")
     arguments = sys.argv[1:]
     options = []
     if "--" in arguments:

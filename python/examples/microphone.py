@@ -29,7 +29,7 @@ def main():
             while True:
                 samples, overflowed = stream.read(1024)
                 if overflowed:
-                    print("sound was lost; beginning anew", file=sys.stderr)
+                    print("sound was lost; starting a new block", file=sys.stderr)
                     localizer.reset()
                 for block in localizer.process(samples):
                     found = block.reason if block.angle is None else f"{block.angle:+d} degrees"

@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""libezossl.so.1 by ctypes: finding it, its records, and what is process-wide around its calls.
+"""libezossl.so.1 through ctypes: finding it, its structures, and the process-wide state it uses.
 
-Only this file knows the C interface. The calls hold the interpreter's lock (PyDLL): a frame takes a
-few microseconds, and so no other Python thread changes the environment, which the library reads.
+Only this file knows the C interface. The calls hold the interpreter's lock (PyDLL): a frame takes
+only a few microseconds, and no other Python thread can change the environment meanwhile, which the
+library reads.
 """
 
 from __future__ import annotations
@@ -67,13 +68,13 @@ for _name in ("initstate", "setstate"):
 _libc.initstate.argtypes = [ctypes.c_uint, _ADDRESS, ctypes.c_size_t]
 _libc.setstate.argtypes = [_ADDRESS]
 
-_lock = threading.RLock()  # around what is process-wide: rand() and the environment
+_lock = threading.RLock()  # guards process-wide state: rand() and the environment
 _library: ctypes.PyDLL | None = None
 _level_file = -1
 
 
 def load() -> ctypes.PyDLL:
-    """The library, loaded once: the one that EZOSSL_LIBRARY names, else the loader's."""
+    """The library, loaded once: the one that EZOSSL_LIBRARY names, or else the loader's."""
     global _library
     with _lock:
         if _library is None:
@@ -105,7 +106,7 @@ def _load(path: str) -> ctypes.PyDLL:
 
 
 def require(name: str, code: int) -> None:
-    """Raises unless the code is that of success."""
+    """Raises LibraryRefusedError unless the code is that of success."""
     if code != OK:
         raise LibraryRefusedError(
             f"{name} refused with code {code & 0xFFFFFFFF:#010x}; messages=True shows why", code
@@ -117,8 +118,8 @@ def held_back_messages(hold: bool = True) -> Iterator[None]:
     """Keeps the library from printing more than errors while it is set up.
 
     It prints to file descriptor 1, which belongs to the caller, and takes its message level from
-    the file that DML_PATH names. So DML_PATH names one with the lowest level meanwhile: nothing
-    that others print in this time is touched, as it would be with a redirected descriptor.
+    the file that DML_PATH names. So DML_PATH meanwhile names a file with the lowest level.
+    Redirecting the descriptor instead would affect what others print in this time.
     """
     global _level_file
     if not hold:
@@ -142,11 +143,12 @@ def held_back_messages(hold: bool = True) -> Iterator[None]:
 class RandomState:
     """A sequence of rand() of its own, as from srand(seed).
 
-    The library draws from rand(), which the whole process shares. In `with state:` the sequence is
-    this one, so that each stream gives what it gives alone, and other users of rand() keep theirs.
+    The library draws from rand(), which the whole process shares. Inside `with state:` rand() uses
+    this sequence, so that each stream gives the same results as alone, and other users of rand()
+    keep their sequence.
     """
 
-    _BYTES = 128  # the size of glibc's own, which makes the sequences equal
+    _BYTES = 128  # the size of glibc's own state, so that the sequences are equal
 
     def __init__(self, seed: int) -> None:
         self._state = ctypes.create_string_buffer(self._BYTES)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Blocks, and tables of them."""
+"""Blocks, and their tables."""
 
 from __future__ import annotations
 

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What can go wrong. Each message says what is wrong, and what to do."""
+"""The exceptions. Each message says what is wrong, and what to do."""
 
 
 class EzosslError(Exception):

@@ -24,16 +24,16 @@ from .errors import (
 )
 
 RATES = (8000, 16000, 32000, 48000)
-_CLOSEST, _WIDEST = 0.001, 1.0  # metres; less than the tool's 10, as 5.8 is meant in cm
-_LOUDEST = 16.0  # of full scale 1: float samples beyond it are meant in another unit
+_CLOSEST, _WIDEST = 0.001, 1.0  # metres; less than the tool's 10, because 5.8 would be in cm
+_LOUDEST = 16.0  # of full scale 1; larger float samples must have another unit
 _REASONS = {
     _library.OK: "",
     _library.TOO_QUIET: "quiet",
-    _library.UNDECIDED: "undecided",  # _reason_of_undecided() tells more
+    _library.UNDECIDED: "undecided",  # _reason_of_undecided() is more specific
     _library.DELAY_TOO_LARGE: "beyond",
 }
-_DEFAULT_BLOCK = 32  # frames of a block of the library; its thresholds are made for it
-_BLOCKS_AT_ONCE = 256  # so that an hour of sound needs no memory for copies of it
+_DEFAULT_BLOCK = 32  # frames of a block of the library, for which its thresholds are made
+_BLOCKS_AT_ONCE = 256  # so that long sound is not copied as a whole
 
 
 def _check_range(name: str, value: int, low: int, high: int, unit: str) -> int:
@@ -96,8 +96,8 @@ def _reason_of_undecided(
 ) -> str:
     """Why a block of the library has no direction, from the clear delays of its frames.
 
-    The library gives a direction that has more votes than frames were rejected, and at least 4 of
-    every 32 frames.
+    The library gives a direction that has more votes than there are rejected frames, and at least 4
+    in 32 frames.
     """
     if 4 * len(clear) < frames:
         return "few_clear"
@@ -108,7 +108,7 @@ def _reason_of_undecided(
 
 
 def _to_int16(samples: Any) -> np.ndarray[Any, Any]:
-    """Samples as int16 of shape (n, 2), float samples rounded as the command-line tool does it."""
+    """Samples as int16 of shape (n, 2), float samples rounded like in the command-line tool."""
     array = np.asarray(samples)
     if array.ndim != 2 or array.shape[1] != _library.MICROPHONES:
         advice = "give a column per microphone, microphone 0 first"
@@ -143,15 +143,15 @@ class Localizer:
 
     rate         sample rate in Hz: 8000, 16000, 32000 or 48000; 16000 is best for speech
     spacing      distance of the microphones in metres
-    temperature  of the air in whole degrees Celsius, -40 ... 85
+    temperature  air temperature in whole degrees Celsius, -40 ... 85
     gate         sound at or below this level gets no angle: dB of full scale, -80 ... 0, or "auto"
                  to follow the noise: 6 dB above the quietest 64 ms of the last 30 seconds, but at
-                 least 10 dB below the loudest so far; -80 where nothing is smoothed
+                 least 10 dB below the loudest so far; -80 with smooth=None
     block        frames of 128 samples in a block, 1 ... 10000; by default as many as last 0.256 s,
-                 and 32 where nothing is smoothed
+                 and 32 with smooth=None
     smooth       seconds of sound whose frames vote for the angle of a block, 0.1 ... 60. None
                  gives blocks as the library decides them, each from its own frames only
-    seed         of the random numbers that refine a delay: equal seeds, equal results
+    seed         of the random numbers that refine a delay; equal seeds give equal results
     messages     lets the library print its messages to standard output
 
     Raises RateError, SpacingError, SettingError, LibraryNotFoundError. A Localizer may be used by
@@ -184,7 +184,7 @@ class Localizer:
         self._init = _library.SslInit(
             _library.FRAME_LENGTH, rate, round(100 * spacing, 9), 0, _library.MICROPHONES
         )
-        # Smoothed, every frame is a block of the library's, and its angle a vote.
+        # When smoothing, every frame is a block of the library, and its angle a vote.
         is_fixed = smooth is None and level is not None
         self._config = _library.SslConfig(
             temperature,
@@ -199,7 +199,7 @@ class Localizer:
         self._delays = np.zeros(frames, np.int32)
         self._angles = np.zeros(frames, np.int32)
         with _library.held_back_messages(not messages):
-            # Of 32-bit integers, so that it is aligned; kept, as the instance lives in it.
+            # Of 32-bit integers, for alignment; kept, because the instance lives in it.
             self._buffer = (ctypes.c_int32 * (self._lib.EzoSsl_GetBufferSize() // 4 + 1))()
         self.reset()
 
@@ -209,7 +209,7 @@ class Localizer:
         return float(self._block_samples) / float(self._init.sample_rate)
 
     def reset(self) -> None:
-        """Starts again at time 0, without earlier sound, and with the first random number.
+        """Starts again at time 0, without earlier sound, and at the first random number.
 
         Reopens a closed Localizer.
         """
@@ -234,9 +234,9 @@ class Localizer:
         """Takes sound, and returns the blocks that it completes.
 
         samples  array of shape (n, 2), n of any size; column 0 is microphone 0. int16, or floating
-                 point of full scale 1 (what lies beyond is clamped)
+                 point of full scale 1 (larger samples are clamped)
 
-        What does not fill a block waits for the next call. Raises ShapeError, SampleTypeError,
+        Samples that do not fill a block wait for the next call. Raises ShapeError, SampleTypeError,
         SampleValueError, ClosedError.
         """
         if self._handle is None:
@@ -301,7 +301,7 @@ class Localizer:
             code = run(handle, address, delay)
             if code != _library.OK:
                 _library.require("EzoSsl_Run", code)
-            codes.append(self._direction(angle))  # no angle: none of -90 ... 90
+            codes.append(self._direction(angle))  # without an angle, out of range
             delay += 4
             angle += 4
         powers = energies / (_library.FRAME_LENGTH * _library.MICROPHONES)
@@ -365,7 +365,7 @@ def track(samples: Any, rate: int, spacing: float, **settings: Any) -> List[Bloc
               microphone 0
     rate      sample rate in Hz: 8000, 16000, 32000 or 48000
     spacing   distance of the microphones in metres
-    settings  those of Localizer
+    settings  further arguments of Localizer
 
     An unfinished block at the end is dropped. The blocks equal the lines of
     `ezossl track -f csv -r RATE`; without -r the tool resamples to 16000 Hz first. Raises what

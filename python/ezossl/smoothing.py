@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 """Directions by a vote of the frames of the last second: steadier than the library's blocks.
 
-Each block takes the angles of all frames of the last `smooth` seconds. It finds the narrow range of
-directions, 0.2 wide in the sine of the angle, that most of them fall into. If at least 14 % of the
-frames do, and at least ten, the block's angle is their median. Frames at or below the gate do not
-vote. The command-line tool has the same rules.
+The frames of the last `smooth` seconds vote for the direction of a block. The range of directions
+with the most votes wins; it is 0.2 wide in the sine of the angle. If it has at least 14 % of the
+frames, and at least ten, the block's angle is the median of its votes. Frames at or below the gate
+do not vote. The command-line tool has the same rules.
 """
 
 from __future__ import annotations
@@ -19,7 +19,7 @@ from . import _library
 
 LOWEST_GATE = -80  # dB of full scale, as in the library
 _BLOCK_SECONDS = 0.256
-_SEGMENT_SECONDS = 0.064  # of sound that is quiet, or is not
+_SEGMENT_SECONDS = 0.064  # of sound that the gate judges together
 _RANGE = 0.2 + 1e-9  # of sines
 _QUORUM_PERCENT = 14  # of the frames in the window
 _LEAST_QUORUM = 10  # frames, while the window fills and at low rates
@@ -62,7 +62,7 @@ class NoiseGate:
         self.level: float = LOWEST_GATE if level is None else level
         self._now = 0.0
         self._loudest: float = LOWEST_GATE
-        # End and level of those that may yet become the lowest: each is lower than all before it.
+        # End and level of segments that may yet become the lowest: each is lower than later ones.
         self._candidates: Deque[Tuple[float, float]] = collections.deque()
 
     def is_quiet(self, level: float, seconds: float) -> bool:
@@ -82,7 +82,7 @@ class NoiseGate:
 
 
 def densest(angles: np.ndarray[Any, Any]) -> Tuple[int, int]:
-    """How many of the whole angles fall into the range that most fall into, and their median."""
+    """The number of angles in the range with the most of them, and their median."""
     counts = np.bincount(angles + 90, minlength=len(_ANGLES))
     before = np.concatenate([[0], np.cumsum(counts)])
     inside = np.where(counts > 0, before[_RANGE_END] - before[:-1], 0)
@@ -121,7 +121,7 @@ class Smoother:
         for start in range(0, len(powers), self._segment):
             segment = powers[start : start + self._segment]
             total = 0.0
-            for power in segment:  # by way of the level, as the tool does it: equal to the last bit
+            for power in segment:  # through the level, as in the tool: equal to the last bit
                 total += 10 ** (decibels(power) / 10)
             level = decibels(total / len(segment))
             quiet = self._gate.is_quiet(level, len(segment) * self._frame_seconds)
@@ -135,9 +135,9 @@ class Smoother:
         is_silent: np.ndarray[Any, Any],
         powers: np.ndarray[Any, Any],
     ) -> Tuple[Optional[int], str, int, int, int]:
-        """Takes the frames of a block: delay, angle, whether the library calls it silent, power.
+        """Takes a block: delay, angle, whether the library calls it silent, power of each frame.
 
-        Returns the angle, the reason, and the frames of the window, with a clear delay, agreeing.
+        Returns the angle, the reason, and the numbers of frames: all, with a clear delay, agreeing.
         """
         is_loud = self._is_loud(powers.tolist())
         is_clear = is_loud & ~is_silent & (delays != _library.REJECTED_FRAME)

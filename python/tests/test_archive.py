@@ -17,7 +17,7 @@ TOOL = os.environ["EZOSSL_TOOL"]
 
 @pytest.fixture
 def folder(tmp_path, monkeypatch):
-    """Six recordings and a file that is none, and an ezossl that logs who starts it, and dawdles."""
+    """Six recordings and a file that is not one, and a slow ezossl that logs who starts it."""
     for number in range(6):
         simulate(tmp_path / "in" / "deep" / f"{number}.wav", 15 * number)
     (tmp_path / "in" / "bad.wav").write_text("no sound")
@@ -73,7 +73,7 @@ def test_a_killed_worker_and_a_killed_run_lose_nothing_and_repeat_nothing(folder
     started = len(logged(folder))
     assert len(set(logged(folder))) >= 2 and started > 7  # two workers, and the third one again
 
-    # As if the next run had been killed while it wrote; and then there is one more recording.
+    # As if the next run had been killed while it wrote, and then a recording had been added.
     with out.open("ab") as rows, open("out.csv.done", "ab") as journal:
         rows.write(b"in/deep/6.wav,0.00")
         journal.write(b'["in/deep/6.w')

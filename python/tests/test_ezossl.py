@@ -48,7 +48,7 @@ def write(path, samples, rate=16000):
 
 @pytest.fixture(scope="module")
 def scene(tmp_path_factory):
-    """A source that walks in a noisy room, and pauses: blocks with every kind of end but one."""
+    """A source that moves and pauses in a noisy room: blocks with every reason but one."""
     path = tmp_path_factory.mktemp("scene") / "scene.wav"
     tool("simulate", "--walk=-60,60", "-s", "5.8cm", "-r", "16000", "-d", "6", "--snr", "-3",
          "-o", str(path))
@@ -59,7 +59,7 @@ def scene(tmp_path_factory):
 
 
 def lines(blocks):
-    """As the tool writes them."""
+    """The blocks in the form of the tool's CSV."""
     return [[f"{b.start:.6f}", f"{b.end:.6f}", "" if b.angle is None else str(b.angle),
              b.reason or "ok", str(b.frames_agreeing), str(b.frames_used), str(b.frames),
              f"{b.level:.2f}"]
@@ -67,7 +67,7 @@ def lines(blocks):
 
 
 def table_of(output):
-    """Of the tool: what lines() has."""
+    """The same from the tool."""
     columns = ["t_start", "t_end", "angle_deg", "status", "frames_agreeing", "frames_used",
                "frames_total", "level_dbfs"]
     return [[row[name] for name in columns] for row in csv.DictReader(io.StringIO(output))]
@@ -279,12 +279,12 @@ def example(name, *arguments):
 
 
 def test_the_microphone_example_prints_blocks_until_it_is_stopped():
-    # The overflow comes with the seventh of 20 chunks of 1024: one block before it, three behind.
+    # The overflow comes with the seventh of 20 chunks of 1024: one block before it, three after.
     done = example("microphone.py", "0.086", "3")
     lines = [line.split() for line in done.stdout.splitlines()]
     assert [line[0] for line in lines] == ["0.26", "0.26", "0.51", "0.77"]
     assert [line[4:] for line in lines] == [["+29", "degrees"]] * 4
-    assert (done.returncode, done.stderr) == (0, "sound was lost; beginning anew\n")
+    assert (done.returncode, done.stderr) == (0, "sound was lost; starting a new block\n")
     for arguments, message in [(["5.8"], "0.058"), (["0.086", "absent"], "No input device"),
                                ([], "DEVICE")]:
         done = example("microphone.py", *arguments)
@@ -356,8 +356,8 @@ def test_smoothed_blocks_vote_over_a_second():
 
 
 def test_the_gate_follows_the_noise(tmp_path):
-    """40 s of a faint sound from the right, which is the noise, with bursts 26 dB above it from the
-    left; then the faint sound 12 dB louder, which is not noise before 30 s have passed."""
+    """40 s of a faint sound from the right, which counts as noise, with bursts 26 dB above it from
+    the left; then the faint sound 12 dB louder, which counts as noise only after 30 s."""
     common = np.random.default_rng(1).integers(-8000, 8000, 80 * 16000).astype(np.int16)
     time = np.arange(len(common))[:, None] / 16000
     is_burst = (time < 40) & (time % 2 < 0.5)
