@@ -13,7 +13,7 @@ readonly spacing=5.8cm
 readonly rate=16000
 readonly seconds=5
 
-# Shows the steps of a build, which it reads, in one line of a terminal.
+# Reads the output of a build, and shows its steps in one line of the terminal.
 progress() {
     local line
     while IFS= read -r line; do
@@ -39,7 +39,7 @@ build_tool() {
     fi
 }
 
-# Prints a row of the table; the status tells whether the angle was found.
+# Prints a row of the table; fails if the angle was not found.
 locate() {
     local truth=$1 tolerance=$2 scene="$scenes/voice_$1.wav" summary median decided blocks verdict=
     "$tool" simulate --input "$voice" --angle "$truth" --spacing "$spacing" --rate "$rate" \
@@ -74,7 +74,7 @@ END
 echo "  truth [deg]  found [deg]  blocks decided"
 failures=0
 for truth in -75 -60 -45 -30 -15 0 15 30 45 60 75; do
-    # Towards the axis of the pair a small error of the delay is a large one of the angle.
+    # Near the axis of the pair a small error in the delay is a large error in the angle.
     if [ "${truth#-}" -gt 60 ]; then tolerance=15; else tolerance=8; fi
     locate "$truth" "$tolerance" || failures=$((failures + 1))
 done

@@ -1,8 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # packages.sh [arm64|armhf] - makes the Debian packages of this machine, or cross-compiles those of
-# another, tries them, and leaves them in build/package-ARCHITECTURE. The same source gives the same
-# bytes in any folder. Installs what is missing; nothing outside this folder is written.
+# another one, tests them, and leaves them in build/package-ARCHITECTURE. The same source gives the
+# same bytes in any folder. Installs missing build dependencies, but writes to this folder only.
 set -euo pipefail
 cd "$(dirname "$0")"
 umask 022
@@ -22,11 +22,11 @@ arm64 | armhf) cmake/install-packages.sh build tools package "$architecture" ;;
     exit 2
     ;;
 esac
-# What dpkg-architecture knows of the machine: DEB_HOST_GNU_TYPE and others.
+# Sets DEB_HOST_GNU_TYPE and other variables of the machine.
 eval "$(dpkg-architecture --host-arch "$architecture" --print-set 2>/dev/null)"
 
 folder=$PWD/build/package-$architecture
-build() { # in a copy, as dpkg-buildpackage leaves the packages beside the source
+build() { # in a copy, because dpkg-buildpackage puts the packages next to the source
     rm -rf "$folder"
     mkdir -p "$folder/ezossl"
     tar -c --exclude-vcs --exclude=./build . | tar -x -C "$folder/ezossl"
@@ -37,7 +37,7 @@ build() { # in a copy, as dpkg-buildpackage leaves the packages beside the sourc
         --build-profiles="$profiles"
 }
 
-# What debian/tests does with installed packages, with these, unpacked.
+# Runs debian/tests on the unpacked packages.
 try() {
     local work=$1 libdir=usr/lib/$DEB_HOST_MULTIARCH package
     for package in "$folder"/*.deb; do

@@ -1,11 +1,11 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# test.sh [PRESET [OPTION...]] - installs what is missing, builds the preset, with further options
-# of CMake, and runs all its tests.
+# test.sh [PRESET [OPTION...]] - installs what is missing, builds the preset with the options of
+# CMake, if any, and runs all its tests.
 #
 #   release   what is shipped (default)
 #   dev       with debug information; warnings are errors
-#   clang     by the other compiler; warnings are errors
+#   clang     compiled by clang; warnings are errors
 #   sanitize  with AddressSanitizer and UndefinedBehaviorSanitizer
 #   arm64     64-bit Arm, cross-compiled; tests run under an emulator
 #   armhf     32-bit Arm, cross-compiled and emulated as well
@@ -16,7 +16,7 @@ usage() {
 }
 
 preset=${1:-release}
-shift || true # there may be none
+shift || true # the preset may be omitted
 groups=(build tools test)
 case $preset in
 -h | --help) usage && exit 0 ;;

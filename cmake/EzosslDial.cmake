@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: MIT
 #
-# The page of the dial as a source file: the text of dial.html, and the hashes of its one script and
-# its one style, by which a browser knows that they are the page's own.
+# Makes a source file of the dial's page: the text of dial.html, and the hashes of its script and
+# its style, by which browsers recognise them as the page's own.
 
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
     ${CMAKE_CURRENT_SOURCE_DIR}/ezossl/serve/dial.html)
 file(READ ${CMAKE_CURRENT_SOURCE_DIR}/ezossl/serve/dial.html EZOSSL_DIAL_HTML)
 
-# SHA-256 in base 64, which CMake has in base 16 only: three digits of the one are two of the other.
+# SHA-256 in base 64. CMake gives base 16 only: three digits of it are two of base 64.
 function(ezossl_content_hash text result)
     set(digits ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/)
     string(SHA256 hex "${text}")

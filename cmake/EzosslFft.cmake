@@ -56,7 +56,7 @@ else()
     endif()
 endif()
 
-# On 64-bit Arm the built-in FFT is nearly as fast as Ne10, and has the bits of all machines.
+# On 64-bit Arm the built-in FFT is nearly as fast as Ne10, and gives the same bits everywhere.
 set(EZOSSL_FFT_CHOSEN ${EZOSSL_FFT})
 if(EZOSSL_FFT STREQUAL "auto")
     set(EZOSSL_FFT_CHOSEN builtin)
@@ -71,7 +71,7 @@ set(EZOSSL_FFT_LIBS_PRIVATE "")
 set(EZOSSL_FFT_DEBIAN_PACKAGE "")
 if(EZOSSL_FFT_CHOSEN STREQUAL "ne10")
     set(EZOSSL_FFT_NEEDED libNE10)
-    set(EZOSSL_FFT_LIBS_PRIVATE -lNE10 -pthread) # its threads are in libc as of glibc 2.34 only
+    set(EZOSSL_FFT_LIBS_PRIVATE -lNE10 -pthread) # libc has the thread functions only from glibc 2.34
     set(EZOSSL_FFT_DEBIAN_PACKAGE libne10-dev)
     message(STATUS "FFT: Ne10, ${ne10_library}")
 else()

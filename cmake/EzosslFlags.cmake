@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 #
-# Flags as interface targets: what a target is built with is what it links.
+# Flags as interface targets: a target gets its flags by linking them.
 
-# The build type and the compile commands are the business of the project on top.
+# The top-level project decides on the build type and the compile commands.
 if(top_level)
     if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
         set(CMAKE_BUILD_TYPE Release)
@@ -15,8 +15,8 @@ endif()
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 
-# What is shipped is the same wherever it is built: no path of the build in it, and no time. Builds
-# for debugging keep their paths, by which a debugger finds the sources.
+# Release builds contain no path and no time, so they are the same wherever they are built. Debug
+# builds keep their paths, by which a debugger finds the sources.
 set(shipped "$<OR:$<CONFIG:Release>,$<CONFIG:MinSizeRel>>")
 add_compile_options("$<${shipped}:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>"
     "$<${shipped}:-ffile-prefix-map=${PROJECT_BINARY_DIR}=.>")
@@ -24,8 +24,8 @@ set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 set(CMAKE_C_ARCHIVE_CREATE "<CMAKE_AR> qcD <TARGET> <LINK_FLAGS> <OBJECTS>")
 set(CMAKE_C_ARCHIVE_FINISH "<CMAKE_RANLIB> -D <TARGET>")
 
-# What is built here for its own sake is hardened; a project that this is a part of has flags of its
-# own, and so does a builder who names such flags. Sanitizers look closer than these do.
+# Builds of ezossl itself are hardened. A project that includes it chooses its own flags, and so
+# does a builder who sets such flags. Sanitizers detect more than these flags.
 if(top_level AND NOT "${CMAKE_CXX_FLAGS}" MATCHES "-fsanitize=")
     include(CheckCXXCompilerFlag)
     foreach(flag -fstack-protector-strong -fstack-clash-protection
@@ -51,12 +51,12 @@ endif()
 add_library(ezossl_arithmetic INTERFACE)
 target_compile_options(ezossl_arithmetic INTERFACE -ffp-contract=off -fno-fast-math -fno-math-errno)
 
-# Warnings are for those who work on this project, not for projects that it is a part of.
+# Warnings are for developers of this project, not for projects that include it.
 add_library(ezossl_basic_warnings INTERFACE)
 add_library(ezossl_warnings INTERFACE)
 target_link_libraries(ezossl_warnings INTERFACE ezossl_basic_warnings)
 if(top_level)
-    # Tests compute what they expect in double and by hand: they have the basic warnings only.
+    # Tests mix float and double in their expected values, so they get the basic warnings only.
     target_compile_options(ezossl_basic_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow
         -Wformat-security -Wundef $<$<BOOL:${EZOSSL_WERROR}>:-Werror>)
     # clang takes the explicit double{x} for an implicit promotion.

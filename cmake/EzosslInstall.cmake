@@ -1,12 +1,12 @@
 # SPDX-License-Identifier: MIT
 #
-# Install rules, and what find_package() and pkg-config need of the installed files.
+# Install rules, and the files for find_package() and pkg-config.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# What a program links besides libezossl.a, by name: so find_package() looks for nothing that a
-# program with the shared library does without.
+# What a program links besides libezossl.a, by name, so that find_package() does not look for
+# libraries that a program with the shared library does not need.
 set(static_libraries ${EZOSSL_FFT_LIBS_PRIVATE} -lcjson -lm)
 target_link_libraries(ezossl_static INTERFACE "$<INSTALL_INTERFACE:${static_libraries}>")
 
@@ -32,7 +32,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
 install(FILES cmake/ezosslConfig.cmake ${PROJECT_BINARY_DIR}/ezosslConfigVersion.cmake
     DESTINATION ${config_dir})
 
-# Paths in the .pc file start at the file itself: the tree may be moved. Not so the system's own.
+# Paths in the .pc file are relative to the file, so that the tree may be moved, except in /usr.
 set(prefix ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH libdir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH includedir_of_prefix ${prefix} ${CMAKE_INSTALL_FULL_INCLUDEDIR})

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Sourced. Debian's archives as this machine's apt has them, and an apt-get with lists of its own.
+# Sourced. The Debian archives in the configuration of apt, and an apt-get with its own lists.
 
-# debian_archives TYPE [OPTION] - lines of a sources.list, of TYPE deb or deb-src, for the main
-# archive, its updates and its security suite, as far as this machine has them, at the mirrors that
-# it uses, to be checked with the same keys.
+# debian_archives TYPE [OPTION] - prints lines of a sources.list, of TYPE deb or deb-src, for the
+# main archive, its updates and its security suite, if configured on this machine, with the same
+# mirrors and keys.
 debian_archives() {
     local entry uri release label options
     # shellcheck disable=SC2016 # apt-get's own variables
@@ -18,14 +18,15 @@ debian_archives() {
     done
 }
 
-# main_archive TYPE [OPTION] - the main archive alone: of all it is the one that mirrors have for
-# every architecture and with sources.
+# main_archive TYPE [OPTION] - the same for the main archive alone, the only one that mirrors have
+# for every architecture and with sources.
 main_archive() {
     debian_archives "$@" | grep -vE ' [^ ]+-[^ ]* main$'
 }
 
-# signed_by ENTRY - the option that names the keys of an entry of apt's, FILE:NUMBER: a paragraph of
-# a file *.sources, or a line. Nothing where they are the default, or written out in the entry.
+# signed_by ENTRY - prints the option that names the keys of an entry of apt, FILE:NUMBER: a
+# paragraph of a *.sources file, or a line. Prints nothing if they are the default, or part of the
+# entry.
 signed_by() {
     local file=${1%:*} number=${1##*:}
     if [ ! -r "$file" ]; then
@@ -39,7 +40,7 @@ signed_by() {
 }
 
 # private_apt FOLDER [LINES] - sets the array `apt` to an apt-get that keeps its lists in FOLDER and
-# needs no privileges to read them. It knows just these lines, or what this machine's apt knows.
+# needs no privileges to read them. It uses only these lines, or by default the configured archives.
 private_apt() {
     mkdir -p "$1"/lists/partial "$1"/cache/archives/partial
     # shellcheck disable=SC2034 # for who sources this

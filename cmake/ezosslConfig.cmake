@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 #
-# Installed: what find_package(ezossl) reads. Distributions may leave libezossl.a out, or have it in
-# a package of its own: ezossl::ezossl_static is there when the file is.
+# Installed, and read by find_package(ezossl). Distributions may omit libezossl.a or put it into a
+# separate package, so ezossl::ezossl_static is defined only if the file exists.
 
 include(${CMAKE_CURRENT_LIST_DIR}/ezosslShared.cmake)
 if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/../../libezossl.a)

@@ -1,21 +1,21 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
-# install-packages.sh [--dry-run] GROUP... - the Debian packages of this project, in one place.
-# Installs those of the groups that are missing; does nothing, and needs no privileges, when all are
-# there. Shows first what will be done, removes nothing, and refuses with apt's reason. --dry-run
-# shows it and changes nothing. Without apt-get it looks for the programs and libraries themselves.
+# install-packages.sh [--dry-run] GROUP... - installs the missing Debian packages of the groups.
+# Does nothing, and needs no privileges, if none are missing. First shows what it will do; removes
+# nothing; if it refuses, shows apt's reason. --dry-run only shows the plan. Without apt-get it
+# looks for the programs and libraries themselves.
 #
 #   build   compiler, build system, libraries of the library
 #   tools   libraries of the command-line tool
 #   test    GoogleTest, make for a sample, Python for its module, example, XML parser and the
 #           accuracy
 #   browser a browser and its driver, for the test of the page that --serve shows; 400 MB
-#   check   formatting, static analysis, the pages, a look at the packages, chroots
-#   clang   the other compiler
-#   bench   Google Benchmark, FFTW beside which the FFT is measured, the emulator that counts
+#   check   formatting, static analysis, the pages, the check of the packages, chroots
+#   clang   the compiler clang
+#   bench   Google Benchmark, FFTW for comparison, the emulator that counts instructions
 #   fuzz    the compiler of the fuzzers, a parser of XML
 #   demo    the voices that demo.sh places
-#   recipes what the pages docs/recipes.md and docs/archives.md use beside the tool
+#   recipes the programs with which docs/recipes.md and docs/archives.md use the tool
 #   package what makes Debian packages
 #   arm64, armhf   cross compiler, emulator, and the libraries of all of the above for that machine
 set -euo pipefail
@@ -30,7 +30,7 @@ declare -A probes=(
     [libsoxr-dev]='module soxr' [libasound2-dev]='module alsa' [make]='program make'
     [libmicrohttpd-dev]='module libmicrohttpd'
     [libcli11-dev]='module CLI11' [libgtest-dev]='module gtest' [python3]='program python3'
-    # Without these, the tests of the Python module are left out.
+    # Without these, the tests of the Python module are skipped.
     [python3-numpy]='program python3' [python3-pytest]='program python3'
     [python3-pip]='program python3' [python3-setuptools]='program python3'
     [libexpat1-dev]='module expat'
@@ -64,8 +64,9 @@ packages=()
 architectures=() # foreign ones
 foreign() {
     local package http=libmicrohttpd12
-    # As Debian 13 names it. Without the package -dev, which needs versions of many others that
-    # mirrors do not have for each architecture; its header is that of this machine.
+    # The second is the name in Debian 13. The package -dev is not installed, because it needs
+    # versions of many others that mirrors do not have for each architecture; the header is that of
+    # this machine.
     ! apt-cache show libmicrohttpd12t64 >/dev/null 2>&1 || http=libmicrohttpd12t64
     packages+=("$2" qemu-user)
     for package in libcjson-dev libkissfft-dev libsndfile1-dev libsoxr-dev \
@@ -131,7 +132,7 @@ native=$(dpkg --print-architecture)
 is_installed() {
     local architecture=${1#*:}
     [ "$architecture" != "$1" ] || architecture=$native
-    # A name alone stands for the package of every architecture.
+    # A name without an architecture stands for all architectures.
     dpkg-query -W -f '${Architecture} ${db:Status-Status}\n' "${1%:*}" 2>/dev/null |
         grep -qxE "($architecture|all) installed"
 }
@@ -150,7 +151,7 @@ done
 aside=$(mktemp -d)
 trap 'rm -rf "$aside"' EXIT
 private_apt "$aside"
-# Includes the architectures that this machine has already, as all must have the same versions.
+# Includes the architectures that this machine has already, because versions must match.
 others=$({ dpkg --print-foreign-architectures && printf '%s\n' "${architectures[@]}"; } |
     grep -vx -e "$native" -e '' | sort -u | paste -sd, || true)
 apt+=(-o APT::Architectures="$native${others:+,$others}" -o APT::Get::List-Cleanup=false)
@@ -167,8 +168,8 @@ twice() { # COMMAND... - a mirror may be in the middle of an update
     "$@" || { sleep 10 && "$@"; }
 }
 twice update -o APT::Architectures="$native" || failed 'the lists of packages cannot be read'
-# For the other architectures, only Debian's own suites, because others may not have them. With the
-# updates, because the version that is installed here may be there. A list may be missing.
+# For the other architectures only Debian's own suites, because others may not have them; with the
+# updates, because these may have the version that is installed here. A list may be missing.
 if [ -n "$others" ]; then
     debian_archives deb "arch=$others" >"$aside/others.list"
     twice update -o Dir::Etc::SourceList="$aside/others.list" -o Dir::Etc::SourceParts=- || {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// fuzz_calls.cpp - sequences of calls with hostile arguments, a hostile environment and hostile
-// words in the instance, which lies between pages that cannot be touched.
+// fuzz_calls.cpp - sequences of calls with hostile arguments, a hostile environment and damaged
+// words in the instance, which lies between inaccessible pages.
 //
-// An input is text where it can be, so that a human can write one: a letter is a call, and the
-// bytes behind it are its arguments (see play). "icspfd" makes an instance, configures it, places
+// Inputs are text as far as possible, so that people can write them: a letter is a call, and the
+// bytes after it are its arguments (see play). "icspfd" makes an instance, configures it, places
 // the microphones, runs a block and asks for its direction.
 
 #include "SslCore.h"
@@ -21,7 +21,7 @@ namespace {
 
 unsigned long long calls = 0;
 
-// What an input must not bring about.
+// Ends the program if an input has broken a promise.
 void require(bool holds, const char *what)
 {
     if (holds)
@@ -36,7 +36,7 @@ struct Input {
     bool empty() const { return next == end; }
     uint8_t byte() { return empty() ? 0 : *next++; }
 
-    // A digit stands for a number that is likely to matter; any other byte and the three behind it
+    // A digit stands for a number that is likely to matter; any other byte and the three after it
     // are the number.
     int32_t number()
     {
@@ -60,7 +60,7 @@ struct Input {
     }
 };
 
-// The words that an input may set: all but addresses, and what only the core itself writes.
+// The words that an input may set: all but addresses and those that only the core itself writes.
 struct Words {
     size_t offset, count;
 };
@@ -102,7 +102,7 @@ SslHandle *instance(const Stage &stage)
     return reinterpret_cast<SslHandle *>(stage.buffer);
 }
 
-// The library leaves streams open in some orders of calls; here they would run out.
+// In some orders of calls the library leaves streams open, so descriptors would run out.
 void close_streams(const Stage &stage)
 {
     if (!stage.initialised)
@@ -121,7 +121,7 @@ void set_up(Stage &stage, const SslInit &init, bool reset)
     SslHandle *const handle =
         reset ? EzoSsl_Reset(instance(stage), &init) : EzoSsl_Init(stage.buffer, &init);
     require(handle == nullptr || handle == instance(stage), "the handle is the buffer's address");
-    stage.initialised = true; // or zeroed, which is as good
+    stage.initialised = true; // or zeroed, which is equally valid
 }
 
 void run(Stage &stage, uint8_t delay, uint8_t level)
@@ -146,7 +146,7 @@ void get_direction(const Stage &stage)
             "an angle, or none");
 }
 
-// Calls without what they need.
+// Calls with NULL arguments.
 void call_with_null(const Stage &stage, uint8_t which)
 {
     SslHandle *const ssl = which % 2 == 0 ? nullptr : instance(stage);
@@ -244,7 +244,7 @@ void play(Stage &stage, Input &in)
             run(stage, delay, level);
         return;
     }
-    case 'R': { // these very samples
+    case 'R': { // exactly these samples
         const size_t bytes = std::min(sizeof stage.frame, static_cast<size_t>(in.end - in.next));
         std::memcpy(stage.frame, in.next, bytes);
         in.next += bytes;
@@ -288,7 +288,7 @@ void play(Stage &stage, Input &in)
     }
 }
 
-// Room for a buffer between two pages that cannot be touched, the buffer at the end of the room.
+// Memory between two inaccessible pages, with the buffer at its end.
 char *buffer_before_guard_page()
 {
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
@@ -300,7 +300,7 @@ char *buffer_before_guard_page()
     return first + room - EZOSSL_BUFFER_BYTES;
 }
 
-// Files go to a folder of this process; messages of the library nowhere.
+// Files go to a folder of this process; messages of the library are discarded.
 char *prepare()
 {
     static char folder[] = "/tmp/fuzz_calls.XXXXXX";

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fuzz_command_line.cpp - command lines: each is taken, or refused in words. Nothing is run. Of
-// an input, each line is an argument.
+// fuzz_command_line.cpp - command lines: each is accepted, or refused with a message. No command is
+// run. Each line of an input is an argument.
 
 #define main ezossl_main // the program's own, which is not called
 #include "main.cpp"      // NOLINT(bugprone-suspicious-include)
@@ -20,7 +20,7 @@ void require(bool holds, const std::string &text)
     std::abort();
 }
 
-// What the user is told; empty if the command line is taken.
+// The message to the user; empty if the command line is accepted.
 std::string refusal_of(int argc, char **argv)
 {
     CommandLine line;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// fuzz_level.cpp - level files: whatever one holds, the level is one of four.
+// fuzz_level.cpp - level files: whatever they hold, the level is one of four.
 
 #include "debug_msglevel.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fuzz_names.cpp - names of files and blocks in CSV, JSON lines and figures, which are parsed: what
-// was written comes back. The first line of an input is the name; each eight bytes behind it are a
-// block.
+// fuzz_names.cpp - file names and blocks in CSV, JSON lines and figures: parsing these must give
+// what was written. The first line of an input is the name; every eight bytes after it are a block.
 
 #include "base/utf8.h"
 #include "output/output_format.h"
@@ -52,7 +51,7 @@ std::vector<Block> blocks_of(const uint8_t *data, size_t size)
     return blocks;
 }
 
-// What a writer makes of the blocks.
+// The text that a writer makes of the blocks.
 std::string written(const OutputFormat &format, const std::string &name,
                     const std::vector<Block> &blocks)
 {
@@ -75,7 +74,7 @@ std::string written(const OutputFormat &format, const std::string &name,
     return text;
 }
 
-// Records of fields, as RFC 4180 has them.
+// Parses records of fields by RFC 4180.
 std::vector<std::vector<std::string>> parse_csv(const std::string &text)
 {
     std::vector<std::vector<std::string>> records = {{""}};
@@ -97,7 +96,7 @@ std::vector<std::vector<std::string>> parse_csv(const std::string &text)
     return records;
 }
 
-// Expects the members by their names, as CSV and JSON have them; `text` gives a member as CSV does.
+// Checks the members of a block by their names; `text` gives a member in the form of CSV.
 template <class Text>
 void compare(const Block &block, const Text &text)
 {
@@ -152,7 +151,7 @@ void check_json(const std::string &name, const std::vector<Block> &blocks)
         if (line > 0 && line <= blocks.size())
             compare(blocks[line - 1], member);
     }
-    require(line == blocks.size() + 2, "a line per block, one before and one behind");
+    require(line == blocks.size() + 2, "a line per block, one before and one after");
 }
 
 // Control characters and what is not allowed in XML are replaced.

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // fuzz_sound.cpp - sound files through reader, resampler, library and smoothing: whatever a file
-// holds, it is refused in words, or gives blocks whose times follow one another and whose angles
-// are angles.
+// holds, it is refused with a message, or gives blocks with consecutive times and valid angles.
 //
-// The first letter of an input is what it is: f a whole file, r samples without a header, w a WAV
-// file whose header is made here from the bytes that follow. The second letter chooses the rate of
-// the analysis.
+// The first letter of an input is its kind: f a whole file, r samples without a header, w a WAV
+// file whose header is made here from the bytes that follow. The second letter chooses the analysis
+// rate.
 
 #include "base/failure.h"
 #include "input/file_part.h"
@@ -33,7 +32,7 @@ void require(bool holds, const char *what)
     std::abort();
 }
 
-// Numbers from the start of a text, which they leave.
+// Removes bytes from the start of a text, and returns them as a number.
 uint32_t take(std::string &text, size_t bytes)
 {
     uint32_t value = 0;
@@ -110,7 +109,7 @@ void track(const FilePart &part, const InputSettings &settings)
 
 } // namespace
 
-// libsndfile does not free all that it had for an Ogg file that it refuses.
+// libsndfile does not free all memory of an Ogg file that it refuses.
 extern "C" const char *__lsan_default_suppressions()
 {
     return "leak:libsndfile\nleak:libvorbis\n";

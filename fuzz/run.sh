@@ -1,9 +1,9 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # run.sh [TIME [NAME...]] - builds the fuzzers and runs each (or those named) for TIME: hours such
-# as 8 or 0.5, or seconds such as 60s; one minute without. As many run at once as there are
-# processors. What they find and learn is kept in build/fuzz: an input that fails is
-# build/fuzz/NAME-crash-*, and fuzz_NAME FILE plays it again.
+# as 8 or 0.5, or seconds such as 60s (default: one minute). As many run at once as there are
+# processors. Their findings and corpora are kept in build/fuzz: an input that fails is
+# build/fuzz/NAME-crash-*, and fuzz_NAME FILE replays it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,7 +23,7 @@ if cmake/fetch-cjson.sh; then
 else
     echo 'LEFT OUT: cJSON is not instrumented, see above' >&2
 fi
-export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # counts for a new build directory only
+export CMAKE_GENERATOR=${CMAKE_GENERATOR:-Ninja} # affects new build directories only
 cmake --preset fuzz "${cjson[@]}" >/dev/null
 cmake --build --preset fuzz --parallel "$(nproc)"
 
@@ -38,7 +38,7 @@ fuzz() { # NAME
     local learned=build/fuzz/corpus/$1 dictionary=()
     mkdir -p "$learned"
     [ ! -e "fuzz/$1.dict" ] || dictionary=(-dict="fuzz/$1.dict")
-    # The folders are named in full: fuzz_calls works in a folder of its own.
+    # Absolute paths, because fuzz_calls changes to a folder of its own.
     build/fuzz/fuzz/fuzz_"$1" "${dictionary[@]}" -max_total_time="$seconds" -timeout=10 \
         -print_final_stats=1 -artifact_prefix="$PWD/build/fuzz/$1-" \
         "$PWD/$learned" "$PWD/fuzz/corpus/$1" 2>"$learned.log" || { cat "$learned.log"; return 1; }

@@ -8,8 +8,8 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${EZOSSL_TRIPLET}-gcc)
 set(CMAKE_CXX_COMPILER ${EZOSSL_TRIPLET}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${EZOSSL_TRIPLET})
-# Without -L: the loader then comes from those packages, too. With that of the cross compiler, which
-# is of another release, a program that forks does not survive.
+# Without -L, so that the loader comes from those packages, too. With the loader of the cross
+# compiler, which is of another release, programs that fork crash.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${EZOSSL_EMULATOR_NAME})
 
 # The target's .pc files only: those of this machine would name its own libraries.

@@ -158,7 +158,7 @@ def main():
     parser.add_argument("-s", "--spacing", required=True, help="as for ezossl: 5.8cm, 0.058m")
     parser.add_argument("-o", "--output", required=True, help="a .csv or .parquet file")
     parser.add_argument("--scheduler", help="address of a Dask scheduler; default: this machine")
-    parser.add_argument("--workers", type=int, help="processes on this machine; default: one per core")
+    parser.add_argument("--workers", type=int, help="processes here; default: one per core")
     arguments = sys.argv[1:]
     options = []
     if "--" in arguments:
