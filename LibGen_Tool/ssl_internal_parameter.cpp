@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ssl_internal_parameter.cpp - the settings stamp: what this library file was built with, to be
-// found in it with `strings`. No code reads it; a test holds it against the values in use.
+// ssl_internal_parameter.cpp - the settings stamp: the settings of this build, which `strings`
+// finds in the library file. No code reads it; a test compares it with the values in use.
 
 #include "EzoSsl.h"
 

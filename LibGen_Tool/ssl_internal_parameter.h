@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ssl_internal_parameter.h - the settings that this build is stamped with.
+// ssl_internal_parameter.h - the settings in the stamp of this build.
 
 #ifndef SSL_INTERNAL_PARAMETER_H
 #define SSL_INTERNAL_PARAMETER_H

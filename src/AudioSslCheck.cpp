@@ -22,13 +22,13 @@ const char *class_tag(MsgClass msg_class)
     return "ALGO_MSG_MSG";
 }
 
-// How an operation is named in messages about the order, and in those about the handle.
+// The names of an operation in messages about the order, and in those about the handle.
 struct OperationTags {
     const char *order;
     const char *handle;
 };
 constexpr OperationTags kTags[] = {
-    {"Init", "Init"}, // the first of all: has no order
+    {"Init", "Init"}, // the first call: no rule of order applies
     {"Config", "Config"},
     {"GetConfig", "Get_Config"},
     {"SetShape", "Set_Shape"},
@@ -53,14 +53,14 @@ constexpr uint32_t kAfterShape = only(kCalParams) | kAfterParams;
 constexpr uint32_t kAfterConfig = only(kGetConfig) | kShapes | kAfterShape;
 
 struct OrderRule {
-    int32_t SslCallOrderFlags::*flag; // the step that is looked at
+    int32_t SslCallOrderFlags::*flag; // the step that is checked
     SslStep wanted;                   // what it must be
     int32_t code;
     const char *text;  // takes the operation's tag
-    uint32_t asked_of; // set of operations
+    uint32_t asked_of; // the operations that the rule applies to
 };
 
-// In the order of the tests: the first rule that fails decides.
+// In the order of the checks: the first rule that fails decides.
 constexpr OrderRule kOrderRules[] = {
     {&SslCallOrderFlags::init_state, kStepDone, EZOSSL_NOT_INITIALISED,
      " [SSL] [%s] Fail! Please call EzoSsl_Init first!\t\n", only(kConfig)},

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// AudioSslCheck.h - messages, the order of calls and the check of a handle: what every operation
-// goes through before its work.
+// AudioSslCheck.h - messages, the order of calls and the check of a handle, which come before the
+// work of every operation.
 
 #ifndef AUDIO_SSL_CHECK_H
 #define AUDIO_SSL_CHECK_H
@@ -10,8 +10,8 @@
 
 #include <cstdint>
 
-// Prints one message to standard output, if `level` has the bit of its class: "[class] " and the
-// text. The lines of two threads do not mix.
+// Prints one message, "[class] " and the text, to standard output if `level` has the bit of its
+// class. The lines of two threads do not mix.
 __attribute__((format(printf, 3, 4))) void ssl_print(int32_t level, MsgClass msg_class,
                                                      const char *text, ...);
 
@@ -31,7 +31,7 @@ enum SslOperation : uint32_t {
 };
 
 // Whether the calls that `operation` needs have been made. Returns 0 or, after a message, the code
-// of the first that is missing.
+// of the first missing one.
 int32_t ssl_check_order(const SslHandle *handle, SslOperation operation);
 
 // Whether Init, of this or another build, has made an instance of the buffer.
@@ -40,7 +40,7 @@ bool ssl_has_magic(const SslHandle *handle);
 // Whether the buffer holds an instance of this build. Returns 0 or, after a message, a code.
 int32_t ssl_check_handle(const SslHandle *handle, int32_t level, SslOperation operation);
 
-// Both, the order first.
+// Checks both, the order first.
 int32_t ssl_check_call(const SslHandle *handle, SslOperation operation);
 
 #endif

@@ -3,7 +3,7 @@
 //
 // The modes that open and close the files differ on purpose: Init and Reset open them for any mode
 // but 0, Run opens them for 1 only, and Free closes them for 1 only. A closed stream is NULL;
-// closing or writing it does nothing. If the disk is full, samples are lost and nothing else.
+// closing or writing it does nothing. If the disk is full, only samples are lost.
 
 #include "AudioSslDump.h"
 
@@ -103,7 +103,7 @@ bool ssl_dump_set_up(SslHandle *handle, const char *tag)
 bool ssl_dump_update(SslHandle *handle)
 {
     if (KivOsEnvironment("AUDIO_SSL_DUMP") == nullptr) {
-        // dump_mode keeps its value, so this repeats with every frame. It does no harm.
+        // dump_mode keeps its value, so this repeats with every frame, which is harmless.
         if (handle->dump_mode == kDumpOn)
             close_files(&handle->dump_files);
         return true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// AudioSslProcess.cpp - the exported operations, in the order in which a caller meets them.
+// AudioSslProcess.cpp - the exported operations, in the order in which a caller uses them.
 //
 // Each tests its pointers, marks its own step as entered, checks the order of calls and the handle,
 // and then does its work.
@@ -53,7 +53,7 @@ int32_t EzoSsl_Free(SslHandle *handle)
     if (is_null(handle, " [SSL] [Free] Fail! The handle is null!\t\n"))
         return EZOSSL_BAD_HANDLE;
     fft_free(&handle->fft);
-    // In a buffer that never was an instance there are no streams, only what looks like them.
+    // In a buffer that never was an instance, the words of the streams are not valid pointers.
     if (ssl_has_magic(handle))
         ssl_dump_free(handle);
     return EZOSSL_OK;
@@ -167,7 +167,7 @@ int32_t EzoSsl_ApplyDigitalGain(SslHandle *handle, int16_t *microphone_input, in
         handle->digital_gain_db = gain;
         handle->digital_gain_factor = static_cast<float>(std::pow(10.0, double{exponent}));
     }
-    // The low 16 bits of the product are kept: what is too loud wraps around.
+    // The low 16 bits of the product are kept, so samples that are too loud wrap around.
     for (uint32_t i = 0; i < kFrameLength * kMicCount; ++i) {
         const float sample = handle->digital_gain_factor * static_cast<float>(microphone_input[i]);
         microphone_input[i] = static_cast<int16_t>(float_to_int32(sample));
@@ -197,7 +197,7 @@ int32_t EzoSsl_SetCallbackFunction(int32_t, int32_t, int32_t, int32_t)
 
 namespace {
 
-// A shape is entered anew; one that is there already stays in force until it is overwritten.
+// Begins a new shape. The old one, if any, stays in force until it is overwritten.
 void enter_shape(SslHandle *handle, const char *overwrite_warning)
 {
     if (handle->order.shape_state != kStepDone)
@@ -258,7 +258,7 @@ int32_t EzoSsl_Set_ArbitraryShape(SslHandle *handle, const float *array_pos)
     const int32_t bad = ssl_check_handle(handle, handle->msg_level, kSetArbitraryShape);
     if (bad != EZOSSL_OK)
         return bad;
-    // The check before lets two microphones only through: every call ends here.
+    // The check above passes only two microphones, so every call ends here.
     if (handle->mic_num == 2) {
         ssl_print(handle->msg_level, kMsgError,
                   "[SSL] [Set_ArbitraryShape] Fail! Two microphone array must be linear. Can't use "
@@ -355,7 +355,7 @@ int32_t EzoSsl_Run(SslHandle *handle, const int16_t *microphone_input, int32_t *
 
 namespace {
 
-// Writes the angle of the block and ends the turn, whatever the answer.
+// Writes the angle of the block and ends the turn, whatever the result.
 int32_t find_direction(SslHandle *handle, int32_t *direction_avg_int)
 {
     handle->order.direction_state = kStepDone;

@@ -45,7 +45,7 @@ int32_t check_init(const SslInit *init, int32_t level)
     return EZOSSL_OK;
 }
 
-// Everything that is not 0 in a fresh instance, but for the tables and the order.
+// Sets everything that is not 0 in a fresh instance, except the tables and the order.
 void fill_settings(SslHandle *handle, const SslInit *init, int32_t level)
 {
     std::memcpy(handle->magic, kSslMagic, sizeof handle->magic);
@@ -85,7 +85,7 @@ SslHandle *ssl_set_up(void *working_buffer, const SslInit *ssl_init, const char 
         ssl_print(level, kMsgError, " [SSL] [%s] Fail! The handle or ssl_init is null!\t\n", tag);
         return nullptr;
     }
-    // The record cannot lie elsewhere; a machine may trap on its first float.
+    // The record must be aligned, because a machine may trap on its first float.
     if (reinterpret_cast<uintptr_t>(working_buffer) % alignof(SslHandle) != 0) {
         ssl_print(level, kMsgError, " [SSL] [%s] Fail! The handle is not aligned to 4 bytes!\t\n",
                   tag);

@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-// Points the record at the FFT working memory that follows it in the buffer.
+// Sets the record's address of the FFT working memory, which follows it in the buffer.
 void ssl_carve(SslHandle *handle, int32_t level);
 
 // The whole of Init. `tag` names the caller, "Init" or "Reset", in messages.

@@ -3,8 +3,8 @@
  * @file EzoSsl.h
  * The interface of ezossl, sound source localisation with two microphones.
  *
- * Samples of two synchronised microphones go in, frame by frame; after each block of frames the
- * direction of the dominant sound comes out, in whole degrees. Plain C, from C89 on; also C++.
+ * Samples of two synchronised microphones go in, frame by frame. After each block of frames the
+ * direction of the dominant sound comes out, in whole degrees. For C, from C89 on, and C++.
  *
  *
  * ## The angle
@@ -22,8 +22,8 @@
  * Angles on the side of microphone 0 are positive, those on the side of microphone 1 negative.
  * Microphone 0 is the first sample of every interleaved pair; swapping the microphones flips the
  * sign. Two microphones measure the angle to their own axis and nothing else. They cannot tell
- * front from back, above from below, or how far away the sound is. Of several sounds at once, the
- * dominant one is found.
+ * front from back, above from below, or how far away the sound is. Of several sounds at once, they
+ * find the dominant one.
  *
  * A delay is the arrival time at microphone 0 minus that at microphone 1, in samples at the sample
  * rate. If it is positive, microphone 0 hears the sound later, so the sound is on the side of
@@ -40,7 +40,7 @@
  *     then, for every block (bf_mode 0):
  *       EzoSsl_Run             once per frame, direction_frame_num times
  *       EzoSsl_Get_Direction   the angle of the block
- *       EzoSsl_Reset_Mapping   clears the votes; due before the next Run
+ *       EzoSsl_Reset_Mapping   clears the votes; required before the next Run
  *     EzoSsl_Free            closes the dump files; the buffer is yours again
  *
  * @code{.c}
@@ -138,7 +138,7 @@ extern "C" {
 /** The version of this interface, second number. */
 #define EZOSSL_VERSION_MINOR 4
 
-/** Fixed sizes and marks. */
+/** Fixed sizes and special values. */
 enum {
     EZOSSL_BUFFER_BYTES = 21936,    /**< bytes of an instance, as EzoSsl_GetBufferSize() says */
     EZOSSL_FRAME_LENGTH = 128,      /**< samples per microphone per frame */
@@ -220,9 +220,9 @@ EZOSSL_API SslHandle *EzoSsl_Init(void *working_buffer, const SslInit *ssl_init)
  * first. */
 EZOSSL_API SslHandle *EzoSsl_Reset(SslHandle *handle, const SslInit *ssl_init);
 
-/** Ends an instance. Closes the dump files if AUDIO_SSL_DUMP is 1 now, only if the buffer still
- * holds a valid instance. Afterwards release the buffer or give it to EzoSsl_Init again; do nothing
- * else with the handle.
+/** Ends an instance. Closes the dump files if AUDIO_SSL_DUMP is 1 now and the buffer still holds a
+ * valid instance. Afterwards release the buffer or give it to EzoSsl_Init again; do nothing else
+ * with the handle.
  * @return EZOSSL_OK, EZOSSL_BAD_HANDLE (NULL). */
 EZOSSL_API int32_t EzoSsl_Free(SslHandle *handle);
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // SslCore.h - the algorithm core: the instance record, and what is computed on it.
 //
-// The core prints nothing and refuses nothing, because its callers have checked the instance. It
-// keeps no state outside the record.
+// The core prints nothing and refuses nothing: its callers check the instance. It keeps no state
+// outside the record.
 //
 // Units: lengths in metres, delays in samples at the instance's sample rate, angles in radians
 // unless a name says degrees. Microphone 0 is the reference of every pair; pair p is microphone 0
@@ -42,7 +42,7 @@ constexpr char kSslMagic[] = "W0Q0";
 constexpr int32_t kGeometryLinear = 0;
 constexpr int32_t kGeometryCircular = 1;
 
-// How far the calls have come.
+// The progress of a call.
 enum SslStep : int32_t {
     kStepEntered = 0, // entered and not finished
     kStepDone = 1,
@@ -91,7 +91,7 @@ struct SslRecord {
 
     // One frame on its way to a lag.
     float time_frame[kMicCount][kFftLength];     // newest 256 samples, oldest first, in [-1, 1)
-    float ref_frame_a[kFrameLength];             // what the time-domain estimator compares:
+    float ref_frame_a[kFrameLength];             // the frames that the time-domain mode compares:
     float ref_frame_b[kPairCount][kFrameLength]; // both hold microphone 0
     float fft_scratch[kSpectrumFloats];
     float spectrum[kMicCount][kSpectrumFloats]; // real, imaginary, ...
@@ -116,7 +116,7 @@ struct SslRecord {
     SslCallOrderFlags order;
     int32_t msg_level;
     int32_t voting_changed; // 1: the next Run empties the votes first
-    int32_t dump_mode;      // AUDIO_SSL_DUMP as last taken over
+    int32_t dump_mode;      // AUDIO_SSL_DUMP as last read
 
     // Votes and the decision on them.
     int32_t vote_count[kPairCount][kVoteBinCount];
@@ -156,8 +156,8 @@ struct SslHandle : SslRecord<(kSslStateBytes - sizeof(SslRecord<1>)) / sizeof(in
 
 #pragma pack(pop)
 
-// What callers rely on: the size, the alignment, and the fields at both ends and in between whose
-// place is promised. The rest may be in any order.
+// What callers rely on: the size, the alignment, and the places of some fields. The other fields
+// may be in any order.
 static_assert(sizeof(SslHandle) == kSslStateBytes && alignof(SslHandle) == 4);
 static_assert(offsetof(SslHandle, magic) == 0 && offsetof(SslHandle, point_number) == 4 &&
               offsetof(SslHandle, sample_rate) == 8 && offsetof(SslHandle, mic_distance) == 12 &&
@@ -167,7 +167,7 @@ static_assert(offsetof(SslHandle, magic) == 0 && offsetof(SslHandle, point_numbe
               offsetof(SslHandle, direction_frame_num_before) == 32 &&
               offsetof(SslHandle, bf_mode) == 36 && offsetof(SslHandle, mic_num) == 40 &&
               offsetof(SslHandle, mic_pos) == 44);
-// Where the field begins that follows `member` without a gap.
+// The offset of the field that follows `member` without a gap.
 #define SSL_BEHIND(member) (offsetof(SslHandle, member) + sizeof(SslHandle::member))
 static_assert(offsetof(SslHandle, sound_speed) == SSL_BEHIND(lag_table) &&
               offsetof(SslHandle, cleared) == SSL_BEHIND(sound_speed) &&
@@ -220,16 +220,16 @@ void ssl_linear_delays(SslHandle *handle);
 // the expected delays.
 void Ssl_Cal_Geometry(SslHandle *handle);
 
-// The same, and the shape, from positions x, y of each microphone in centimetres.
+// The same, and the shape, from the positions x, y of each microphone in centimetres.
 void Ssl_Cal_ArbitraryGeometry(SslHandle *handle, const float *array_pos);
 
-// How many pairs of microphones have the same position.
+// The number of pairs whose microphones have the same position.
 uint32_t ssl_coincident_microphones(const float *array_pos);
 
 // The pseudo-inverse of the pair vectors of a circular array.
 void Ssl_Cal_Intrinsic(SslHandle *handle);
 
-// ---- The road of a frame (SslCoreDelay.cpp) -------------------------------------------------
+// ---- From samples to a vote (SslCoreDelay.cpp) ----------------------------------------------
 
 // De-interleaves 2 x 128 samples into input_pcm.
 void ssl_deinterleave(SslHandle *handle, const int16_t *microphone_input);
@@ -260,7 +260,7 @@ bool ssl_block_is_quiet(SslHandle *handle);
 // Picks the winning bin of every pair; true if all have enough votes.
 bool ssl_vote_decide(SslHandle *handle);
 
-// The winning bins' mean delays as path differences, against what the geometry allows.
+// The winning bins' mean delays as path differences, compared with what the geometry allows.
 void ssl_vote_to_path(SslHandle *handle);
 
 // Path differences to cosines (linear array); true if the array can be resolved.

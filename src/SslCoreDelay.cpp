@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SslCoreDelay.cpp - the road of a frame, from samples to a vote, top to bottom.
+// SslCoreDelay.cpp - the signal path of a frame, from samples to a vote, in the order of the steps.
 //
 // bf_mode 0: generalised cross-correlation with phase transform (C. H. Knapp and G. C. Carter, "The
 // generalized correlation method for estimation of time delay", IEEE Trans. ASSP 24, 1976), graded
@@ -41,13 +41,14 @@ void ssl_load_frame(SslHandle *handle)
     for (float(&frame)[kFrameLength] : handle->ref_frame_b)
         std::memcpy(frame, newest, sizeof frame);
 
-    // Nobody reads the rate, so the compiler leaves its computation out.
+    // Nobody reads the rate, so the compiler omits its computation.
     [[maybe_unused]] float zero_crossing_rate;
     ssl_zero_crossing_rate(newest, kFrameLength, &zero_crossing_rate);
 }
 
-// The sum runs in index order, so that over the older half is the sum that the frame before made of
-// its newest half alone. Each addition waits for the one before it: two sums take the time of one.
+// The sum runs in index order, so the sum over the older half equals the one that the previous
+// frame made over its newest half alone. Each addition waits for the previous one, so two sums take
+// the time of one.
 void ssl_frame_energy(SslHandle *handle)
 {
     const float *const x0 = handle->time_frame[0] + kFrameLength;
@@ -102,7 +103,7 @@ void cross_spectrum(SslHandle *handle)
     cross[kLast + 1] = x0[kLast + 1] * x1[kLast] - x0[kLast] * x1[kLast + 1];
 }
 
-// Leaves the phase of every bin only.
+// Keeps only the phase of every bin.
 void phase_transform(SslHandle *handle)
 {
     complex_magnitude(handle->cross_spectrum, handle->cross_magnitude, kSpectrumFloats);
@@ -114,7 +115,7 @@ void phase_transform(SslHandle *handle)
     }
 }
 
-// The correlation over the lag, -128 first.
+// The correlation by lag, -128 first.
 void correlate(SslHandle *handle)
 {
     std::memcpy(handle->fft_scratch, handle->cross_spectrum, sizeof handle->fft_scratch);
@@ -132,7 +133,7 @@ void remove_floor(float *correlation, uint32_t min_index)
         correlation[i] -= floor;
 }
 
-// The candidate direction whose expected delay is nearest; of equals the first.
+// The candidate direction whose expected delay is nearest; the first of equals.
 uint32_t nearest_candidate(const float (&expected)[kCandidateCount], int32_t delay)
 {
     uint32_t best = 0;
@@ -147,9 +148,9 @@ uint32_t nearest_candidate(const float (&expected)[kCandidateCount], int32_t del
     return best;
 }
 
-// How far the peak lies beside its index, in samples: the vertex of the parabola through the peak
-// and its neighbours, but with a random factor of 0.70 ... 0.89 where the vertex has 0.5. The
-// correlation is circular, so the ends of the array are neighbours.
+// The distance of the peak from its index, in samples: the vertex of the parabola through the peak
+// and its neighbours, but with a random factor of 0.70 ... 0.89 instead of 0.5. The correlation is
+// circular, so the ends of the array are neighbours.
 float refinement(const float *correlation, uint32_t max_index)
 {
     const float peak = correlation[max_index];
@@ -192,7 +193,7 @@ Peak grade_peak(SslHandle *handle)
     return peak;
 }
 
-// One vote more. A count stays at its largest value in a block that is never reset.
+// Adds a vote. In a block that is never reset, a count stays at its largest value.
 void add_vote(int32_t *count)
 {
     if (*count < INT32_MAX)
@@ -203,7 +204,7 @@ void add_vote(int32_t *count)
 
 void ssl_delay_gcc(SslHandle *handle, int32_t *delay_sample)
 {
-    // Nobody reads the two powers, so the compiler leaves their computation out.
+    // Nobody reads the two powers, so the compiler omits their computation.
     [[maybe_unused]] const float right_power = array_power(handle->time_frame[1], kFftLength);
     [[maybe_unused]] const float left_power = array_power(handle->time_frame[0], kFftLength);
 

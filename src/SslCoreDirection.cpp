@@ -38,7 +38,7 @@ bool ssl_block_is_quiet(SslHandle *handle)
 
 bool ssl_vote_decide(SslHandle *handle)
 {
-    // Of equal counts the lower bin wins. Without any vote the previous winner stays.
+    // Of equal counts the lower bin wins. Without votes the previous winner stays.
     for (uint32_t pair = 0; pair < kPairCount; ++pair) {
         int32_t most = 0;
         for (uint32_t bin = 0; bin < kVoteBinCount; ++bin) {

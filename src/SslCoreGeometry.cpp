@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // SslCoreGeometry.cpp - where the microphones are, and which delays that allows.
 //
-// Two microphones are always a linear array, so no call of the interface reaches the circular and
-// the arbitrary branch; both are complete all the same.
+// Two microphones are always a linear array, so no call of the interface reaches the complete
+// branches for circular and arbitrary arrays.
 
 #include "SslCore.h"
 

@@ -37,7 +37,7 @@ inline uint32_t array_first_extreme(const float *x, uint32_t n)
     for (; i < n; ++i)
         if (x[i] == extreme)
             return i;
-    return 0; // x[0] is not a number: no comparison moves a scan away from it
+    return 0; // x[0] is NaN: no comparison moves a scan away from it
 }
 
 inline uint32_t array_argmax(const float *x, uint32_t n)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// SslCoreTables.cpp - constant tables of the core, what is looked up in them, and the tables that
-// every instance starts with.
+// SslCoreTables.cpp - constant tables of the core, look-ups in them, and the tables that every
+// instance starts with.
 
 #include "SslCore.h"
 
@@ -59,7 +59,7 @@ uint16_t ssl_gate_amplitude(int32_t level_db)
 
 void ssl_set_vote_gate(SslHandle *handle)
 {
-    // Of the frame count the bits are taken: a negative one is a very large one.
+    // The frame count is read as unsigned: a negative one is very large.
     const uint32_t blocks = static_cast<uint32_t>(handle->direction_frame_num) >> 5;
     for (uint32_t bin = 0; bin < kVoteBinCount; ++bin)
         handle->vote_gate[bin] =

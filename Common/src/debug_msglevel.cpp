@@ -36,7 +36,7 @@ int32_t level_in_file(KivFile file)
     const int64_t size = KivFsSeek(file, 0, kKivFsEnd);
     if (size <= 0 || size > kLargestFile || KivFsSeek(file, 0, kKivFsStart) != 0)
         return kMsgLevelDefault;
-    // One byte more, so that the text has its terminating zero.
+    // One byte more, for the terminating zero.
     char *const text = static_cast<char *>(KivOsMemAlloc(static_cast<size_t>(size) + 1));
     if (text == nullptr)
         return kMsgLevelDefault;
@@ -56,7 +56,7 @@ int32_t read_message_level()
     const char *const named = KivOsEnvironment("DML_PATH");
     const int length =
         std::snprintf(path, sizeof path, "%s", named != nullptr ? named : "/config/audioAlgo.json");
-    // A path that was cut off may name another file, so none is opened.
+    // A truncated path may name another file, so none is opened.
     if (length < 0 || static_cast<size_t>(length) >= sizeof path)
         return kMsgLevelDefault;
 

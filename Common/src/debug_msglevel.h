@@ -12,7 +12,7 @@ enum MsgClass : int32_t {
     kMsgInfo = 4,
 };
 
-// The level while none is known: before an instance has one, or without a level file.
+// The default level: before an instance has one, or without a level file.
 constexpr int32_t kMsgLevelDefault = kMsgError | kMsgWarning | kMsgInfo;
 
 // Reads the level from the level file: the file that the environment variable DML_PATH names, or

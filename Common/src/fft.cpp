@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// fft.cpp - checks and packing of the real FFT. The texts name the FFT library that this interface
-// was first written for.
+// fft.cpp - checks and packing of the real FFT. The messages name the FFT library for which this
+// interface was first written.
 
 #include "fft.h"
 
@@ -52,13 +52,14 @@ void fft_rdft(FftContext *ctx, int32_t points, int32_t direction, float *data, c
     if (direction != kFftForward && direction != kFftInverse)
         return;
     if (ctx->fft_cfg == nullptr || data == nullptr || aux1 == nullptr || aux2 == nullptr) {
-        // A report only: the auxiliary arrays carry nothing, so without them the transform goes on.
+        // Only reported: the auxiliary arrays are not used, so the transform continues without
+        // them.
         std::puts("[Audio] input Null in Ne10_workingBufPtr->fft_Ne10_cfg");
         std::printf("address = %p is NULL in %s\n", ctx->fft_cfg, "fft_rdft");
         if (ctx->fft_cfg == nullptr || data == nullptr)
             return;
     }
-    // The plan is for fft_size points and fft_work holds no more: another length has no meaning.
+    // The plan is for fft_size points, and fft_work holds no more, so other lengths are refused.
     if (points != ctx->fft_size)
         return;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // fft.h - real FFT with an rdft-style calling interface, in memory that the caller supplies.
 //
-// The FFT itself stands behind fft_backend.h.
+// The FFT itself is behind fft_backend.h.
 
 #ifndef FFT_H
 #define FFT_H
@@ -30,8 +30,8 @@ constexpr uint32_t fft_get_buffer_size(uint32_t points)
     return 18 * points + 96 * (points / 32 + 1) + 556;
 }
 
-// Initialises the FFT, once in a process; any number of threads may call it. To be called before
-// fft_init. A failure prints a line of its own; transforms work all the same.
+// Initialises the FFT, once in a process; any number of threads may call it. Call it before
+// fft_init. A failure prints a line of its own, but transforms still work.
 void fft_start();
 
 // Builds the plan for fft_size points, which the FFT in use must support (the built-in one has 256

@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Initialises the FFT if it needs that, once in a process; any number of threads may call it. To be
-// called before the other functions.
+// Initialises the FFT if it needs that, once in a process; any number of threads may call it. Call
+// it before the other functions.
 void fft_backend_start();
 
 // Builds a plan for forward and inverse transforms of `points` real points in the `bytes` bytes at

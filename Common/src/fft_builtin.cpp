@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // fft_builtin.cpp - a real FFT of 256 points that gives the same bits on every machine, with every
-// compiler and at every optimisation, because each sum and product stands here in its order.
+// compiler and at every optimisation level, because the order of its operations is fixed.
 //
 // Real from complex: 256 real samples x are read as 128 complex ones, z[n] = x[2n] + i x[2n + 1],
 // which have a complex transform Z. The transforms of the even and of the odd samples follow from
@@ -9,9 +9,8 @@
 //
 // The complex transform is a Stockham autosort in four steps of radix 4, 4, 4 and 2 (C. Van Loan,
 // "Computational Frameworks for the Fast Fourier Transform", 1992, section 1.7). Each step reads
-// one array and writes another, in such an order that the last step leaves the bins in theirs:
-// nothing is shuffled by reversed bits, and neighbours stay neighbours, so that four lanes can work
-// side by side.
+// one array and writes another, in such an order that the last step leaves the bins in order. No
+// bit reversal is needed, and neighbours stay neighbours, so that four lanes can work side by side.
 //
 // W(n, m) below is exp(-2 pi i m / n).
 
@@ -27,13 +26,13 @@ namespace {
 constexpr uint32_t kPoints = 256;
 constexpr uint32_t kBins = kPoints / 2; // of the complex transform
 
-// Real and imaginary parts apart, so that lanes hold the same part of neighbours.
+// Real and imaginary parts are separate, so that lanes hold the same part of neighbours.
 struct Bins {
     alignas(16) float re[kBins];
     alignas(16) float im[kBins];
 };
 
-// The plan is memory for the steps; what never changes are the tables of twiddle factors.
+// The plan is memory for the steps; the twiddle factors are constant tables.
 struct Plan {
     Bins a;
     Bins b;
@@ -41,7 +40,7 @@ struct Plan {
 
 // ---- Bins four at a time --------------------------------------------------------------------
 
-// From and to separate parts; `at` is a multiple of four.
+// Load from and store to separate parts; `at` is a multiple of four.
 template <typename Parts>
 inline FourComplex load(const Parts &from, uint32_t at)
 {
@@ -59,7 +58,7 @@ inline void store(Bins &to, uint32_t at, FourComplex bins)
 // A step of radix r joins the transforms of r sequences into one that is r times as long. With
 // `length` for the length so far, input k of sequence j at bin q lies at
 //     k (128 / r) + j length + q,
-// is turned by W(r length, k q), and output i lies at
+// is multiplied by W(r length, k q), and output i lies at
 //     j r length + i length + q.
 
 // The transform of four points: sum over k of x[k] W(4, i k), which takes no product.
@@ -77,7 +76,8 @@ inline Quartet transform_of_four(FourComplex x0, FourComplex x1, FourComplex x2,
              even_difference - odd_difference}};
 }
 
-// Radix 4 at length 1: nothing to turn. The four lanes are four j here, so rows become columns.
+// Radix 4 at length 1, without twiddle factors. The four lanes are four j here, so rows become
+// columns.
 void first_step(const float *samples, Bins &out)
 {
     constexpr uint32_t kQuarter = kBins / 4;
@@ -111,7 +111,7 @@ void middle_step(const FftTwiddles<Length> (&twiddles)[3], const Bins &in, Bins 
     }
 }
 
-// Radix 2 at length 64. Leaves the bins as the caller has them, or their conjugates.
+// Radix 2 at length 64. Writes the bins in the caller's layout, or their conjugates.
 template <bool Conjugate>
 void last_step(const Bins &in, float *out)
 {
@@ -141,9 +141,9 @@ void transform_complex(Plan &plan, const float *in, float *out)
 // O = (Z[k] - conj(Z[m])) / 2i that of the odd ones. Then
 //     X[k] = E + W(256, k) O  and  conj(X[m]) = E - W(256, k) O.
 //
-// The way back is the same way. An inverse transform is the conjugate of the forward transform of
-// the conjugate; and from conj(X) in place of Z these very sums give conj(Z), halved. Without the
-// division by 2 forward and inverse make 256 times the samples.
+// The inverse uses the same steps. An inverse transform is the conjugate of the forward transform
+// of the conjugate, and applied to conj(X) instead of Z these sums give conj(Z), halved. Without
+// the division by 2, forward and inverse together give 256 times the samples.
 
 enum Way { kToSpectrum, kToSamples };
 

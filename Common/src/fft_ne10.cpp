@@ -24,7 +24,7 @@ constexpr int32_t kShortest = 16; // for less than 16 points Ne10 fills no table
 struct Ne10Plan {
     Record record;
     size_t sample_bytes; // of one transform
-    float *samples;      // a place for them where they are aligned to 8; NULL if no need
+    float *samples;      // room for a copy aligned to 8; NULL if not needed
 };
 
 template <typename T>

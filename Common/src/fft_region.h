@@ -16,7 +16,7 @@ struct FftRegion {
     size_t bytes;
 };
 
-// The next `bytes` bytes of the region, or NULL if they are not there.
+// The next `bytes` bytes of the region, or NULL if fewer are left.
 inline void *fft_take(FftRegion &region, size_t bytes, size_t alignment = kFftAlignment)
 {
     const size_t gap = (alignment - reinterpret_cast<uintptr_t>(region.next)) % alignment;

@@ -46,7 +46,7 @@ inline FourComplex reversed(FourComplex a)
     return {reversed(a.re), reversed(a.im)};
 }
 
-// From and to eight floats: real, imaginary, real, ...
+// Load from and store to eight floats: real, imaginary, real, ...
 inline FourComplex load_zipped(const float *from)
 {
     const FourFloats low = load_four(from);

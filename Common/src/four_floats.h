@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// four_floats.h - four floats at a time, as GCC and Clang have them on every machine: a vector
-// register where there is one, else four floats one after the other. Each lane is rounded as a
-// float of its own would be, so both give the same bits.
+// four_floats.h - four floats at a time, as GCC and Clang offer them on every machine: in a vector
+// register if there is one, otherwise one after the other. Each lane is rounded like a single
+// float, so both give the same bits.
 
 #ifndef FOUR_FLOATS_H
 #define FOUR_FLOATS_H
@@ -15,8 +15,8 @@ constexpr uint32_t kLanes = 4;
 // The arithmetic operators work lane by lane.
 typedef float FourFloats __attribute__((vector_size(16)));
 
-// From and to any address of a float. 32-bit Arm has no such vectors in its base, and would copy
-// them through integer registers.
+// Load from and store to any address of a float. Baseline 32-bit Arm has no such vectors, and would
+// copy them through integer registers.
 inline FourFloats load_four(const float *from)
 {
 #ifdef __arm__
@@ -38,7 +38,8 @@ inline void store_four(float *to, FourFloats value)
 #endif
 }
 
-// From and to an address that is a multiple of 16: machines that can save instructions then.
+// Load from and store to an address that is a multiple of 16, which saves instructions on some
+// machines.
 inline FourFloats load_aligned(const float *from)
 {
     return load_four(static_cast<const float *>(__builtin_assume_aligned(from, 16)));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// vector.cpp - elementwise products; the compiler makes four lanes a step of them.
+// vector.cpp - elementwise products, which the compiler vectorises.
 
 #include "vector.h"
 

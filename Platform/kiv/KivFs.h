@@ -9,7 +9,7 @@
 
 using KivFile = int32_t; // an open file; negative: none
 
-constexpr uint32_t kKivFsRead = 0x10001; // the one way of opening: an existing file, to read
+constexpr uint32_t kKivFsRead = 0x10001; // the only mode: opens an existing file for reading
 
 enum KivFsWhence : int32_t { kKivFsStart = 0, kKivFsCurrent = 1, kKivFsEnd = 2 };
 

@@ -14,7 +14,7 @@ KivFile KivFsOpen(const char *path, uint32_t flags, uint32_t mode)
 {
     if (flags != kKivFsRead)
         return -1;
-    // A named pipe without a writer must not hold the caller up, nor a terminal become its own.
+    // Must not block on a named pipe without a writer, nor make a terminal the controlling one.
     return open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, mode);
 }
 
@@ -58,7 +58,7 @@ const char *KivOsEnvironment(const char *name)
 {
 #ifdef __GLIBC__
     return secure_getenv(name);
-#else // other C libraries may have no secure_getenv; all can ask the kernel
+#else // other C libraries may lack secure_getenv, but can ask the kernel
     return getauxval(AT_SECURE) == 0 ? std::getenv(name) : nullptr;
 #endif
 }
