@@ -29,7 +29,7 @@ build_tool() {
     . cmake/generator.sh
     local log=$build/demo.log
     mkdir -p "$build"
-    echo "building in $build, which takes two minutes on two cores the first time; log in $log"
+    echo "building in $build, which takes about two minutes on two cores the first time; log in $log"
     if ! { cmake --preset release -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON &&
         cmake --build --preset release --target ezossl_tool --parallel "$(nproc)"; } 2>&1 |
         tee "$log" | progress; then
@@ -84,10 +84,10 @@ if [ "$failures" -gt 0 ]; then
     exit 1
 fi
 cat <<END
-All found. What to type next:
+All found. Next steps:
 
   export PATH="$PWD/${tool%/*}:\$PATH"
-  # a dial in the browser, with a sound that moves
+  # a dial in the browser, for a sound that moves
   ezossl demo --serve
   # block by block
   ezossl track $scenes/voice_-30.wav --spacing $spacing

@@ -8,7 +8,7 @@ cd "$(dirname "$0")"
 umask 022
 
 if ! command -v dpkg >/dev/null; then
-    echo 'packages.sh: Debian packages are made on a Debian system' >&2
+    echo 'packages.sh: Debian packages can be made only on a Debian system' >&2
     exit 1
 fi
 native=$(dpkg --print-architecture)

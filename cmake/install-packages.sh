@@ -158,7 +158,7 @@ apt+=(-o APT::Architectures="$native${others:+,$others}" -o APT::Get::List-Clean
 failed() { # WHAT - with what apt said
     cat "$aside/log" >&2
     echo "install-packages.sh: $1; apt's reason is above. Nothing was changed." >&2
-    echo "install-packages.sh: missing are: ${missing[*]}" >&2
+    echo "install-packages.sh: missing: ${missing[*]}" >&2
     exit 1
 }
 update() {
