@@ -214,7 +214,7 @@ TEST_F(Track, LiveLogsTheTimeAndTheGaps)
     EXPECT_EQ(contents("out").find("input,t_start,"), 0u) << contents("out");
 }
 
-// A meter of 9 to 25 columns stands behind 51 of the table, and three are left free.
+// A meter of 9 to 25 columns follows the table's 51 columns, and three columns stay free.
 TEST_F(Track, TheTableFitsTheTerminalAndHasColoursIfTheyAreWanted)
 {
     const struct {

@@ -483,7 +483,7 @@ TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
         S other;
         const char *step; // empty for no advice
     } cases[] = {
-        {usual, 4, 5, S::disagree, "'disagree': move the source nearer, or lessen"},
+        {usual, 4, 5, S::disagree, "'disagree': move the source nearer, or reduce"},
         {usual, 4, 4, S::disagree, ""},
         {usual, 3, 4, S::disagree, ""}, // too few to tell
         {usual, 0, 8, S::near_miss, "'near miss': move the source nearer, or try a longer --sm"},

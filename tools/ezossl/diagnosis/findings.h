@@ -17,7 +17,7 @@ struct FindingKind {
     const char *remedy;
 };
 
-// Of the blocks with sound: if fewer have a direction, that is a finding.
+// Share of the blocks with sound: if fewer have a direction, that is a finding.
 inline constexpr double kFewShare = 0.2;
 
 struct Finding {
@@ -84,7 +84,7 @@ inline constexpr FindingKind kNoDirections = {true, false, "no directions",
     "record a source that is nearer, louder or in a room with less echo"};
 inline constexpr FindingKind kFewDirections = {false, false, "few directions",
     "the sound is far, noisy or full of echo",
-    "move the source nearer, or lessen noise and echo"};
+    "move the source nearer, or reduce noise and echo"};
 inline constexpr FindingKind kLowerRate = {false, false, "few directions",
     "at this rate a frame of 128 samples holds little sound",
     "use -r 16000"};

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// random_numbers.h - a sequence of rand() that nobody else draws from. The library draws from
-// rand(), which the whole process shares: a localizer beside another would change its angles.
+// random_numbers.h - a private sequence of rand(). The library draws from rand(), which the whole
+// process shares, so without this one localizer would change the angles of another.
 
 #ifndef EZOSSL_TOOL_RANDOM_NUMBERS_H
 #define EZOSSL_TOOL_RANDOM_NUMBERS_H
@@ -32,7 +32,7 @@ public:
 private:
     char *bytes() { return reinterpret_cast<char *>(state_); }
 
-    int32_t state_[32]; // as many as behind srand(), so that the sequence is the same
+    int32_t state_[32]; // the size that srand() uses, so that the sequence is the same
 };
 
 #endif
