@@ -29,7 +29,7 @@ build_tool() {
     . cmake/generator.sh
     local log=$build/demo.log
     mkdir -p "$build"
-    echo "building in $build, which takes about two minutes on two cores the first time; log in $log"
+    echo "building in $build, about two minutes on two cores the first time; log in $log"
     if ! { cmake --preset release -DEZOSSL_BUILD_TESTS=OFF -DEZOSSL_BUILD_TOOLS=ON &&
         cmake --build --preset release --target ezossl_tool --parallel "$(nproc)"; } 2>&1 |
         tee "$log" | progress; then
