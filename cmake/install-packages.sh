@@ -97,6 +97,7 @@ for group in "$@"; do
     demo) packages+=(alsa-utils) ;;
     recipes)
         packages+=(jq mosquitto mosquitto-clients sox ffmpeg systemd python3-distributed)
+        packages+=(pipewire pipewire-bin wireplumber dbus)
         packages+=(gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good)
         ;;
     package) packages+=(build-essential debhelper dh-python python3-numpy) ;;
