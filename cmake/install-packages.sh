@@ -90,7 +90,7 @@ for group in "$@"; do
     fuzz) packages+=(clang libclang-rt-dev libexpat1-dev) ;;
     browser) packages+=(chromium chromium-driver python3-selenium) ;;
     check)
-        packages+=(clang-format clang-tidy shellcheck ccache doxygen lintian debootstrap)
+        packages+=(clang-format clang-tidy shellcheck mypy ccache doxygen lintian debootstrap)
         packages+=(python3-matplotlib python3-pandas) # for tests of the Python module and drawings
         ;;
     bench) packages+=(libbenchmark-dev libfftw3-dev libkissfft-dev qemu-user python3) ;;

@@ -88,7 +88,8 @@ def _expected_delays(metres: float, rate: int) -> np.ndarray[Any, Any]:
     """The delays, in samples, of the nine directions that the library votes for."""
     spacing = np.float32(float(np.float32(round(100 * metres, 9))) * 0.01)
     limit = int(spacing / np.float32(346) * np.float32(rate)) + 1
-    return (limit * np.cos(np.arange(9) / 8 * math.pi)).astype(np.float32)
+    delays: np.ndarray[Any, Any] = limit * np.cos(np.arange(9) / 8 * math.pi)
+    return delays.astype(np.float32)
 
 
 def _reason_of_undecided(
