@@ -6,7 +6,7 @@ usage: bench/report.py [--frames NUMBER]
 
 Builds the presets release, arm64 and armhf, counts instructions under an emulator, and takes times
 on this computer, which should have nothing else to do. --frames is the number of frames among which
-the worst is searched (1000000, which takes an hour).
+the worst is searched (1000000, which takes ten minutes).
 """
 
 import datetime
@@ -211,7 +211,7 @@ Time of a complete frame, relative to the library's.
 
 A frame of noise at 16000 Hz takes {m.times['run/16000'] / 1000:.2f} us. Relative to it:
 
-{table(('', 'time'), [(f'`{case}`', f'{m.ratio(case):.2f}') for case in m.times
+{table(('', 'time'), [(f'`{case}`', f'{m.ratio(case):.2f}') for case in sorted(m.times)
                       if case.startswith(('run', 'signal', 'call', 'stage'))])}
 
 ## Share of a core
