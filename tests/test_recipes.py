@@ -72,7 +72,7 @@ def by_mqtt(command):
     return found, expected
 
 
-# The only source of a session of its own, which hears talk.wav.
+# The only source of a daemon of its own, which hears talk.wav.
 MICROPHONE = """
 pipewire >>log 2>&1 & wireplumber >>log 2>&1 &
 wait_for() { timeout 15 sh -c "until $1 >>log 2>&1; do sleep 0.1; done" || exit 77; }
