@@ -196,6 +196,7 @@ def test_too_many_readers():
         seconds, status = served.interrupt()
         assert status == 0 and seconds < (5 if PATIENT else 1), (seconds, status)
         assert b'"summary"' in until_closed(readers[0].link)
+        assert "lost" not in served.said(), served.said()
 
 
 def feed(served, blocks):

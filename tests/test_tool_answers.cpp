@@ -230,18 +230,20 @@ TEST_F(Answers, EveryReasonIsGivenWhereTheFramesHaveIt)
     fs::rename("scene.wav", "noisy.wav");
     scene("-a 60 -d 5 -s 10cm");
     const std::string smoothed = "noisy.wav -s 10cm";
-    const std::tuple<std::string, const char *, int> cases[] = {
-        {smoothed, "ok", 1},
-        {smoothed, "few_clear", 10},
-        {smoothed, "disagree", 10},
-        {smoothed, "near_miss", 5},
-        {smoothed + " -g 0", "quiet", 78},
-        {"scene.wav -s 1cm", "beyond", 19},
-        {smoothed + " --raw-blocks", "disagree", 10},
-        {smoothed + " --raw-blocks", "few_clear", 10},
-        {smoothed + " --mode delay", "undecided", 78},
+    const std::tuple<std::string, const char *, const char *, int> cases[] = {
+        {smoothed, "ok", " deg  ", 1},
+        {smoothed, "few_clear", "  unclear  ", 10},
+        {smoothed, "disagree", "  disagree  ", 10},
+        {smoothed, "near_miss", "  near miss  ", 5},
+        {smoothed + " -g 0", "quiet", "  too quiet  ", 78},
+        {"scene.wav -s 1cm", "beyond", "  long lag  ", 19},
+        {smoothed + " --raw-blocks", "disagree", "  disagree  ", 10},
+        {smoothed + " --raw-blocks", "few_clear", "  unclear  ", 10},
+        {smoothed + " --mode delay", "undecided", "  undecided  ", 78},
     };
-    for (const auto &[arguments, status, least] : cases) {
+    for (const auto &[arguments, status, words, least] : cases) {
+        run("track " + arguments);
+        EXPECT_TRUE(says(words, "out")) << contents("out");
         run("track -f csv " + arguments);
         std::ifstream lines("out");
         int found = 0;
