@@ -157,6 +157,12 @@ def test_pages():
         assert not re.search(r"(src|href)=.?(https?:|//)", page)
         statuses = json.loads(re.search(r'id="statuses">(.*?)</script>', page)[1])
         assert statuses["quiet"]["words"] == "too quiet" and "lower" in statuses["quiet"]["next_step"]
+        ends = (json.loads(data)["t_end"] for name, data in Reader(served.port).events()
+                if '"block"' in data)
+        first, began = next(ends), time.monotonic()
+        while time.monotonic() < began + 0.6:
+            last = next(ends)
+        assert last - first < 3, (first, last)  # the demo is as fast as its sound
 
 
 def test_events_are_those_of_jsonl():
