@@ -1,7 +1,8 @@
 #!/bin/bash
 # SPDX-License-Identifier: MIT
 # test_manual.sh TOOL - bash completion and the manual page have every command, option and value of
-# the tool; the page also has the defaults, statuses and columns.
+# the tool; the page also has the defaults, statuses and columns. The figures of README are those
+# that its commands draw, apart from the curve of the level, whose last digits may differ.
 set -euo pipefail
 tool=$(realpath "$1")
 cd "$(dirname "$0")/.."
@@ -77,3 +78,14 @@ done
 "$tool" "$work/x.wav" -s 5 -f csv --per-frame -o "$work/x.csv" 2>"$work/err"
 header=$(head -n 1 "$work/x.csv")
 require "${header%,frame_delays}" "$(<docs/ezossl.1)" manual
+
+sed -n 's/^\$ ezossl \(.*scene\.wav.*\)/\1/p' README.md >"$work/commands"
+[ "$(wc -l <"$work/commands")" = 2 ]
+while read -ra arguments; do
+    (cd "$work" && "$tool" "${arguments[@]}" >out 2>err)
+done <"$work/commands"
+for figure in walk.svg rose.svg; do
+    diff <(grep -v '<path class="level"' "docs/$figure") \
+        <(grep -v '<path class="level"' "$work/$figure") ||
+        { echo "^ docs/$figure is not what the commands of README draw" && exit 1; }
+done

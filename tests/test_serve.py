@@ -176,6 +176,7 @@ def test_events_are_those_of_jsonl():
         assert command.startswith("live") == ('"time":"20' in printed[1]), printed
     faults = [json.loads(data) for name, data in got if name == "fault"]
     assert [fault["name"] for fault in faults] == ["too quiet"], got
+    assert "What to do: raise the capture gain" in faults[0]["text"], faults
     # All blocks are events, though not all are printed; and what is printed is the same as ever.
     command = "track x.wav -s 5.8cm -f csv --on-change 9"
     with Served(TOOL, command, FOLDER.name) as served:
@@ -230,7 +231,9 @@ def test_reader_that_does_not_read():
         got = []
         reading = threading.Thread(target=lambda: got.extend(reader.events()))
         reading.start()
-        time.sleep(0.5)
+        while not got or json.loads(got[-1][1]).get("t_end", 0) < 0.008 * (frames - 100):
+            assert time.monotonic() < end, got[-1:]  # until it has caught up
+            time.sleep(0.05)
         served.process.stdin.close()
         assert served.process.wait(PATIENCE) == 0
         reading.join()

@@ -67,6 +67,7 @@ TEST_F(Tool, RefusesWithAReasonAndLeavesNothingBehind)
         {2, "cd.wav -s 5 --plot x.png", "x.png: figures are SVG"},
         {2, "cd.wav -s 5 -s 6", "--spacing can be given only once"},
         {2, "track cd.wav -s", "--spacing needs a value"},
+        {2, "cd.wav -s 5 --raw-rate 8000", "--raw"},
         {2, "cd.wav -s 5 -r 16k", "--rate: '16k' is not one of 8000, 16000"},
         {2, "track cd.wav -s -5", "spacing '-5' must be"},
         {2, "track cd.wav -s 11m", "spacing '11m' must be"},

@@ -102,6 +102,11 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         run(std::string("check wide.wav -s ") + spacing);
         EXPECT_NE(contents("out").find(expected), std::string::npos) << spacing << contents("out");
     }
+    Samples faint(good.begin(), good.begin() + 2 * 24000); // 1.5 s, and then below the gate
+    for (size_t i = 0; i < 2 * 64000; ++i)
+        faint.push_back(static_cast<float>(generator() % 2001) * 1e-7f);
+    write_audio("faint.wav", 16000, 2, faint);
+    EXPECT_EQ(run("check faint.wav -s 5.8cm"), 0) << contents("out");
     run("simulate -w -90,90 -s 20cm -d 6 -r 48000 -o walk.wav");
     EXPECT_EQ(run("check walk.wav -s 20cm"), 0) << contents("out"); // moves, and is no drift
 }
