@@ -35,14 +35,16 @@ for file in "${@:4}"; do
     done
     # Some flags show only in the instructions.
     code=$("${OBJDUMP:-objdump}" -d --no-show-raw-insn "$file")
-    case $(readelf -hW "$file" | grep Machine:) in
-    *X86-64*) mark=endbr64 probe='[^0-9a-f]0x0,.*%rsp' page='sub .*[^0-9a-f]0x1000,%rsp' ;;
-    *AArch64*) mark='paciasp|bti' probe='str.*xzr, \[sp' page='sub.*sp, sp, #0x10, lsl #12' ;;
+    machine=$(readelf -hW "$file" | sed -nE 's/.*Machine: +//p')
+    case $machine in
+    *X86-64*) mark=endbr64 ;;
+    AArch64) mark='paciasp|bti' ;;
     *) continue ;;
     esac
     [ "$(grep -cE "$mark" <<<"$code")" -gt 10 ] || # the C library's own start has a few
         fail "$file: jumps may go anywhere"
-    [[ $file != *.so* ]] || continue # the library has no frame of a page
-    grep -A 1 "$page" <<<"$code" | grep "$probe" >/dev/null ||
+    # The library has no frame of a page. Arm probes every 64 KiB only, and no frame is so large.
+    [[ $file != *.so* && $machine == *X86-64* ]] || continue
+    grep -A 1 'sub .*[^0-9a-f]0x1000,%rsp' <<<"$code" | grep '[^0-9a-f]0x0,.*%rsp' >/dev/null ||
         fail "$file: does not touch every page of the stack"
 done
