@@ -140,36 +140,6 @@ TEST_F(Answers, RatesWithoutSoundInTheUpperBandAreLoweredOrNamed)
     EXPECT_TRUE(says("verdict     usable\n", "out")) << contents("out");
 }
 
-TEST_F(Answers, CheckNamesContradictionsAndFewDirections)
-{
-    // In each second a loud quarter leads by -3 samples, the faint rest by 6. The correlation of
-    // the channels is that of the loud part, but most frames belong to the faint one.
-    std::mt19937 generator(1);
-    Samples source(64020), samples;
-    for (float &sample : source)
-        sample = static_cast<float>(generator() % 2001) / 1000.0f - 1.0f;
-    for (size_t n = 0; n < 64000; ++n) {
-        const bool is_loud = n % 16000 < 4000;
-        const float level = is_loud ? 0.6f : 0.05f;
-        samples.insert(samples.end(),
-                       {level * source[n + 10], level * source[n + (is_loud ? 7 : 16)]});
-    }
-    write_audio("x.wav", 16000, 2, samples);
-    EXPECT_EQ(run("check x.wav -s 20cm"), 3);
-    EXPECT_TRUE(says("verdict     UNUSABLE: contradiction\n", "out")) << contents("out");
-    EXPECT_TRUE(says("-40 deg corresponds to a lag\n            of +6.00 samples, but that of "
-                     "the channels is -3.00\n",
-                     "out")) // asin(6 x 343 / 16000 / 0.2) = 40.0
-        << contents("out");
-
-    scene("-a 30 -s 5.8cm -d 10 --snr -5");
-    EXPECT_EQ(run("check scene.wav -s 5.8cm"), 0);
-    EXPECT_TRUE(says("warning     few directions: ", "out")) << contents("out");
-    scene("-a 30 -s 5.8cm -d 6 -r 48000 --room 6x5x3 --rt60 0.8 --distance 2.2");
-    run("check scene.wav -s 5.8cm -r 48000");
-    EXPECT_TRUE(says("What to do: use -r 16000\n", "out")) << contents("out");
-}
-
 TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
 {
     // Microphone 0 is two samples ahead; the last half second is silent.
@@ -221,35 +191,6 @@ TEST_F(Answers, BlocksHaveTheLengthTimesAndCountsOfTheirSound)
     for (const auto &[arguments, is_warned] : warned) {
         EXPECT_EQ(run(std::string("track x.wav -s 8.6 ") + arguments), 0);
         EXPECT_EQ(says("blocks of fewer than 4 frames get angles from noise too"), is_warned);
-    }
-}
-
-TEST_F(Answers, EveryReasonIsGivenWhereTheFramesHaveIt)
-{
-    scene("-a -45,45,-20,0 -d 5 -s 10cm --snr -8");
-    fs::rename("scene.wav", "noisy.wav");
-    scene("-a 60 -d 5 -s 10cm");
-    const std::string smoothed = "noisy.wav -s 10cm";
-    const std::tuple<std::string, const char *, const char *, int> cases[] = {
-        {smoothed, "ok", " deg  ", 1},
-        {smoothed, "few_clear", "  unclear  ", 10},
-        {smoothed, "disagree", "  disagree  ", 10},
-        {smoothed, "near_miss", "  near miss  ", 5},
-        {smoothed + " -g 0", "quiet", "  too quiet  ", 78},
-        {"scene.wav -s 1cm", "beyond", "  long lag  ", 19},
-        {smoothed + " --raw-blocks", "disagree", "  disagree  ", 10},
-        {smoothed + " --raw-blocks", "few_clear", "  unclear  ", 10},
-        {smoothed + " --mode delay", "undecided", "  undecided  ", 78},
-    };
-    for (const auto &[arguments, status, words, least] : cases) {
-        run("track " + arguments);
-        EXPECT_TRUE(says(words, "out")) << contents("out");
-        run("track -f csv " + arguments);
-        std::ifstream lines("out");
-        int found = 0;
-        for (std::string line; std::getline(lines, line);)
-            found += line.find(std::string(",") + status + ',') != std::string::npos ? 1 : 0;
-        EXPECT_GE(found, least) << arguments << status;
     }
 }
 

@@ -36,7 +36,6 @@ struct Faults : Tool {
                        " FAIL_AT=" + std::to_string(n) + " FAIL_ERRNO=" + std::to_string(error) +
                        " LD_PRELOAD='" EZOSSL_FAULTY_SYSTEM "'");
     }
-    static std::ptrdiff_t files() { return std::distance(fs::directory_iterator("."), {}); }
 };
 
 // Whichever read fails, the input is neither truncated nor whole.
@@ -50,7 +49,7 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
         ASSERT_EQ(run(arguments + " -o o"), 0) << contents("err");
         const std::string expected = contents("o");
         fs::remove("o");
-        const auto before = files();
+        const auto before = count_files();
         int failed = 0;
         for (int n = 1; n <= 16; ++n) {
             const int status = run_with("read", n, EIO, arguments + " -o o");
@@ -58,7 +57,7 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
             EXPECT_EQ(status, is_named) << arguments << ", read " << n << ": " << contents("err");
             EXPECT_TRUE(contents("o") == (is_named ? "" : expected)) << arguments << ", read " << n;
             fs::remove("o");
-            EXPECT_EQ(files(), before) << arguments << ", read " << n;
+            EXPECT_EQ(count_files(), before) << arguments << ", read " << n;
             failed += is_named;
         }
         EXPECT_GT(failed, 3) << arguments;
@@ -129,7 +128,7 @@ TEST_F(Faults, ScenesGoWhereTheyAreSent)
     ASSERT_EQ(run("simulate -a 30 -s 5.8 -d 1 --truth t.csv -o scene.wav"), 0);
     const std::string scene = contents("scene.wav"), truth = contents("t.csv");
     ASSERT_GT(scene.size(), 64000u);
-    const auto before = files();
+    const auto before = count_files();
     const std::tuple<const char *, const char *, const char *> cases[] = {
         {"-", "", ""},
         {"/dev/stdout", "", ""},
@@ -144,7 +143,7 @@ TEST_F(Faults, ScenesGoWhereTheyAreSent)
             EXPECT_TRUE(contents("out") == scene) << name << contents("err");
             EXPECT_EQ(contents("t.csv"), option[0] == '-' && option[1] == '-' ? truth : "");
         }
-        EXPECT_EQ(files(), before - 1) << name;
+        EXPECT_EQ(count_files(), before - 1) << name;
     }
     EXPECT_FALSE(fs::exists("/dev/stdout.truth.csv"));
     run("simulate -a 30 -s 5.8 -d 1 -o - | '" EZOSSL_TOOL "' - -s 5.8 -f csv");
@@ -196,14 +195,14 @@ TEST_F(Faults, InterruptedScenesLeaveTheOldFiles)
     run("--help <sound", "out", signal_after("true", "0")); // for its files
     std::ofstream("o.wav") << "old";
     std::ofstream("o.truth.csv") << "old";
-    const auto before = files();
+    const auto before = count_files();
     for (const char *signal : {"INT", "TERM", "HUP"}) {
         EXPECT_EQ(run("simulate -a -60,-30,0,30,60 -d 60 -s 5 --room 9x9x9 --rt60 1 -o o.wav "
                       "-i sound",
                       "out", signal_after("cat s.wav /dev/zero | head -c 200000", signal)),
                   130);
         EXPECT_EQ(contents("o.wav") + contents("o.truth.csv"), "oldold") << signal;
-        EXPECT_EQ(files(), before) << signal;
+        EXPECT_EQ(count_files(), before) << signal;
     }
 }
 

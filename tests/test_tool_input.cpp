@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // test_tool_input.cpp - from a sound to frames: rates, channels, samples.
 
+#include <array>
 #include <cmath>
 #include <memory>
 
@@ -8,6 +9,7 @@
 #include "base/sample_format.h"
 #include "input/audio_file.h"
 #include "input/channels.h"
+#include "input/file_signature.h"
 #include "input/frame_source.h"
 #include "input/sample_rates.h"
 #include "output/summary.h"
@@ -262,6 +264,59 @@ TEST_F(Tool, RawSamplesAreLittleEndianWithTheStatedRateAndChannels)
     EXPECT_EQ(four.length(), 1);
 }
 
+std::string two_frames(std::string frame, size_t length)
+{
+    frame.resize(length, '\1');
+    return frame + frame;
+}
+
+std::string name_of(const std::string &start)
+{
+    const FileSignature *const known = find_signature(start);
+    return known != nullptr ? known->name : "";
+}
+
+// ISO/IEC 11172-3 and 13818-3, and ETSI TS 102 366.
+TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
+{
+    const struct {
+        char version;
+        unsigned samples_per_bit; // of a frame, times 1000
+        int halvings;             // of the rate
+        std::array<unsigned, 14> kbit;
+    } mp3[] = {
+        {'\xfb', 144000, 0, {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}},
+        {'\xf3', 72000, 1, {8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160}},
+        {'\xe3', 72000, 2, {8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160}},
+    };
+    constexpr unsigned kRates[] = {44100, 48000, 32000};
+    for (const auto &kind : mp3)
+        for (unsigned i = 0; i < 14 * 3 * 2; ++i) {
+            const unsigned place = i / 6, rate = i / 2 % 3, padding = i % 2;
+            const size_t length =
+                kind.samples_per_bit * kind.kbit[place] / (kRates[rate] >> kind.halvings) + padding;
+            const std::string start = {
+                '\xff', kind.version,
+                static_cast<char>((place + 1) << 4 | rate << 2 | padding << 1), '\xc4'};
+            EXPECT_EQ(name_of(two_frames(start, length)), "an MP3 file") << i;
+            EXPECT_EQ(name_of(two_frames(start, length + 1)), "") << i;
+        }
+    constexpr unsigned kKbit[] = {32,  40,  48,  56,  64,  80,  96,  112, 128, 160,
+                                  192, 224, 256, 320, 384, 448, 512, 576, 640};
+    for (unsigned i = 0; i < 3 * 38; ++i) {
+        const unsigned rate = i / 38, size = i % 38, kbit = kKbit[size / 2];
+        const size_t length = rate == 0   ? 4 * kbit
+                              : rate == 2 ? 6 * kbit
+                                          : 2 * (kbit * 96000 / 44100 + size % 2);
+        const std::string start = {0x0b, 'w', 1, 1, static_cast<char>(rate << 6 | size), 0x40};
+        EXPECT_EQ(name_of(two_frames(start, length)), "an AC-3 file") << i;
+        EXPECT_EQ(name_of(two_frames(start, length + 2)), "") << i;
+    }
+    for (const char *start : {"\xff\xfb\xfc\xc4", "\xff\xfb\xf0\xc4", "\xff\xeb\x90\xc4",
+                              "\xff\xff\x90\xc4"}) // no rate, no bit rate, no version, layer I
+        EXPECT_EQ(name_of(two_frames(start, 417)), "");
+}
+
 // A header that is taken for samples would give an angle, too.
 TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
 {
@@ -282,16 +337,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         EXPECT_EQ(contents("err"), std::string("ezossl: x: is ") + name + "; omit --raw\n");
         EXPECT_EQ(run("track x -s 5 -q"), 0) << name << contents("err");
     }
-    // Two frames: of 64 kbit/s at 16 kHz, and of 40 bytes.
-    std::string mp3 = "\xff\xf3\x88\xc4" + std::string(284, '\1');
-    mp3 += mp3;
-    std::string aac = "\xff\xf1\x60\x80\x05\x1f\xfc" + std::string(33, '\1');
-    aac += aac;
-    // Of 32 kbit/s at 48, 44.1 and 32 kHz, and the newer kind with frames of 40 bytes.
-    const auto ac3 = [](const std::string &header, size_t length) {
-        const std::string frame = "\x0bw" + header + std::string(length - 2 - header.size(), '\1');
-        return frame + frame;
-    };
+    const std::string mp3 = two_frames("\xff\xf3\x88\xc4", 288); // of 64 kbit/s at 16 kHz
     std::string gsm;
     for (int i = 0; i < 20; ++i)
         gsm += "\xd2" + std::string(32, '\1');
@@ -300,64 +346,34 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     const auto spoilt = [&wav](size_t place, const std::string &bytes) {
         return std::string(wav).replace(place, bytes.size(), bytes);
     };
-    const std::string m4a = std::string(3, '\0') + "\x1c" + "ftypM4A " + std::string(99, '\0');
-    const std::string no_wav = " file that cannot be read: its header is damaged, or its encoding "
-                               "is not known; convert it: ffmpeg -i x.wav x.new.wav";
-    const std::tuple<std::string, const char *, std::string> cases[] = {
-        {mp3, "x.wav --raw", "x.wav: is an MP3 file; omit --raw"},
-        {mp3.substr(0, 290), "x.wav --raw", "72 samples"}, // may be sound
-        {aac, "x.wav --raw", "is an AAC file; omit --raw, and convert it: ffmpeg -i x.wav x.new"},
-        {ac3({1, 1, 0, 0x40}, 128), "x.wav --raw", "is an AC-3 file; omit --raw, and convert it: "},
-        {ac3({1, 1, 0x41, 0x40}, 140), "x.wav --raw", "is an AC-3 file"},
-        {ac3({1, 1, '\x80', 0x40}, 192), "x.wav --raw", "is an AC-3 file"},
-        {ac3({0, 19, '\x80', '\x80'}, 40), "x.wav --raw", "is an AC-3 file"},
-        {ac3({1, 1, 0, 0x40}, 130), "x.wav --raw", "65 samples"},
-        {gsm, "x.wav --raw", "is a GSM file; omit --raw, and convert it: ffmpeg -i x.wav x.new"},
-        {gsm.substr(33), "x.wav --raw", "156 samples"},
-        {m4a, "x.wav",
-         "an M4A or MP4 file, which ezossl does not read; convert it: ffmpeg -i x.wav"},
-        {m4a, "x.wav --raw", "is an M4A or MP4 file; omit --raw, and convert it: ffmpeg -i x.wav"},
-        {m4a, "- <x.wav --raw",
-         "is an M4A or MP4 file; omit --raw, and convert it: ffmpeg -i FILE"},
-        {"\x1a\x45\xdf\xa3webm", "x.wav",
-         "is a Matroska or WebM file, which ezossl does not read;"},
-        {"fLaC" + wav, "x.wav", "is a FLAC" + no_wav},
-        {"fLaC" + wav, "| - ", "is a FLAC file, but a pipe must carry plain WAV; convert it: "},
-        {"no sound", "x.wav", "its format is not known; convert it: ffmpeg -i x.wav x.new.wav, or"},
-        {"no sound", "| -", "is not WAV; use track --raw for samples without a header"},
-        {"", "| -", "standard input: is empty"},
-        {spoilt(22, std::string(2, '\0')), "x.wav", "the header says 0 channels; record it again"},
-        {spoilt(22, "\1\4"), "| -", "the header says 1025 channels"},
-        {spoilt(24, std::string(4, '\0')), "x.wav", "x.wav: 0 Hz; record at 1000 ... 384000 Hz"},
-        {spoilt(24, std::string(4, '\0')), "| -", "standard input: 0 Hz; record at 1000"},
-        {spoilt(24, "\xff\xff\xff\xff"), "x.wav", "x.wav: 4294967295 Hz; record at 1000"},
-        {spoilt(34, std::string(1, '\0')), "x.wav", "is a WAV" + no_wav},
-        {spoilt(34, std::string(1, '\0')), "| -", "is a WAV file, but a pipe must carry plain WAV"},
-        {spoilt(36, "none"), "x.wav", "is a WAV" + no_wav},
-        {wav.substr(0, 30), "x.wav", "is a WAV" + no_wav},
-        {wav.substr(0, 44), "x.wav", "holds no samples"},
+    const std::pair<const char *, std::string> files[] = {
+        {"mp3", mp3},
+        {"mp3-begun", mp3.substr(0, 290)}, // may be sound
+        {"aac", two_frames("\xff\xf1\x60\x80\x05\x1f\xfc", 40)},
+        {"ac3", two_frames({0x0b, 'w', 0, 19, '\x80', '\x80'}, 40)}, // the newer kind
+        {"gsm", gsm},
+        {"gsm-short", gsm.substr(33)},
+        {"m4a", std::string(3, '\0') + "\x1c" + "ftypM4A " + std::string(99, '\0')},
+        {"webm", "\x1a\x45\xdf\xa3webm"},
+        {"wma", "\x30\x26\xb2\x75wma"},
+        {"wavpack", "wvpk and more"},
+        {"amr", "#!AMR\n and more"},
+        {"avi", "RIFF1234AVI LIST"},
+        {"no-flac", "fLaC" + wav},
+        {"text", "no sound"},
+        {"empty", ""},
+        {"no-channels", spoilt(22, std::string(2, '\0'))},
+        {"many-channels", spoilt(22, "\1\4")},
+        {"no-rate", spoilt(24, std::string(4, '\0'))},
+        {"largest-rate", spoilt(24, "\xff\xff\xff\xff")},
+        {"no-bits", spoilt(34, std::string(1, '\0'))},
+        {"no-data", spoilt(36, "none")},
+        {"no-header", wav.substr(0, 30)},
+        {"no-samples", wav.substr(0, 44)},
     };
-    for (const auto &[bytes, how, message] : cases) {
-        std::ofstream("x.wav") << bytes;
-        const bool is_pipe = how[0] == '|';
-        EXPECT_EQ(run(std::string("track -s 5 ") + (how + (is_pipe ? 1 : 0)), "out",
-                      is_pipe ? "cat x.wav |" : ""),
-                  1)
-            << message;
-        EXPECT_NE(contents("err").find(message), std::string::npos) << message << contents("err");
-    }
-}
-
-TEST_F(Tool, Mp3OfEveryBitRateIsNoSound)
-{
-    char place = 0;
-    for (const int kbit : {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}) {
-        const std::string start = {'\xff', '\xfb', static_cast<char>(++place << 4), '\xc4'};
-        const std::string frame = start + std::string(144000u * kbit / 44100 - 4, '\1');
-        std::ofstream("x") << frame << frame;
-        run("track x --raw -s 5");
-        EXPECT_EQ(contents("err"), "ezossl: x: is an MP3 file; omit --raw\n") << kbit;
-    }
+    for (const auto &[name, bytes] : files)
+        std::ofstream(std::string(name) + ".wav") << bytes;
+    play("inputs");
 }
 
 // The commands agree on the rate.

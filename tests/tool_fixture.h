@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -70,6 +71,47 @@ struct Tool : ::testing::Test {
         const std::string command =
             before + " '" EZOSSL_TOOL "' " + arguments + " >" + out + " 2>err";
         return WEXITSTATUS(std::system(command.c_str()));
+    }
+    static std::ptrdiff_t count_files() { return std::distance(fs::directory_iterator("."), {}); }
+
+    // Runs the lines of transcripts/tool/NAME.txt that begin with "$ ", in which `ezossl` is the
+    // tool. Each must print the lines with "| " that follow it; "[N]" is a status other than 0.
+    // With EZOSSL_RECORD=1 the file is written anew, to be read before it is committed.
+    static void play(const std::string &name)
+    {
+        const std::string path = EZOSSL_TRANSCRIPTS "/tool/" + name + ".txt";
+        std::ifstream lines(path);
+        std::string seen;
+        int commands = 0;
+        for (std::string line; std::getline(lines, line);) {
+            if (line.rfind('|', 0) == 0 || line.rfind('[', 0) == 0)
+                continue;
+            seen += line + '\n';
+            if (line.rfind("$ ", 0) != 0)
+                continue;
+            seen += output_of(line.substr(2));
+            ++commands;
+        }
+        EXPECT_GT(commands, 0) << path;
+        std::ofstream("seen") << seen;
+        EXPECT_EQ(std::system(("diff -u '" + path + "' seen").c_str()), 0);
+        if (std::getenv("EZOSSL_RECORD") != nullptr)
+            std::ofstream(path) << seen;
+        fs::remove("seen");
+    }
+
+private:
+    static std::string output_of(const std::string &command)
+    {
+        std::ofstream("script") << "ezossl() { '" EZOSSL_TOOL "' \"$@\"; }\n" << command << '\n';
+        const int status = std::system("LC_ALL=C sh script >seen 2>&1");
+        std::istringstream seen(contents("seen"));
+        std::string text;
+        for (std::string line; std::getline(seen, line);)
+            text += line.empty() ? "|\n" : "| " + line + '\n';
+        fs::remove("script");
+        fs::remove("seen");
+        return status == 0 ? text : text + '[' + std::to_string(WEXITSTATUS(status)) + "]\n";
     }
 };
 
