@@ -62,6 +62,11 @@ TEST_F(Tool, PrintsTheRecordedBlocks)
     play("track");
 }
 
+TEST_F(Tool, ListensAsRecorded)
+{
+    play("live");
+}
+
 TEST_F(Tool, MakesTheRecordedScenes)
 {
     play("scenes");

@@ -221,6 +221,12 @@ std::string ends_of(const std::string &path)
 // Writing an hour takes too long, so the file grows by a hole.
 TEST_F(Faults, RecordingsOfAnyLengthCanBeReadWheneverTheyEnd)
 {
+    const auto open_files = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = open_files();
+    SoundWriter("unfinished.wav", 16000, 2, SoundWriter::Length::open);
+    EXPECT_EQ(open_files(), before);
     std::vector<int16_t> second(2 * 16000, 7);
     second[0] = 5;
     SoundWriter recording("r.wav", 16000, 2, SoundWriter::Length::open);

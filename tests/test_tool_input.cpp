@@ -276,7 +276,7 @@ std::string name_of(const std::string &start)
     return known != nullptr ? known->name : "";
 }
 
-// ISO/IEC 11172-3 and 13818-3, and ETSI TS 102 366.
+// The frames of ISO/IEC 11172-3 and 13818-3, and of ETSI TS 102 366.
 TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
 {
     const struct {
@@ -311,6 +311,16 @@ TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
         const std::string start = {0x0b, 'w', 1, 1, static_cast<char>(rate << 6 | size), 0x40};
         EXPECT_EQ(name_of(two_frames(start, length)), "an AC-3 file") << i;
         EXPECT_EQ(name_of(two_frames(start, length + 2)), "") << i;
+    }
+    for (const unsigned length : {7u, 40u, 2047u, 2048u, 8191u}) { // ISO/IEC 13818-7
+        const std::string start = {'\xff',
+                                   '\xf1',
+                                   0x60,
+                                   static_cast<char>(0x80 | length >> 11),
+                                   static_cast<char>(length >> 3),
+                                   static_cast<char>(length << 5 | 0x1f)};
+        EXPECT_EQ(name_of(two_frames(start, length)), "an AAC file") << length;
+        EXPECT_EQ(name_of(two_frames(start, length + 1)), "") << length;
     }
     for (const char *start : {"\xff\xfb\xfc\xc4", "\xff\xfb\xf0\xc4", "\xff\xeb\x90\xc4",
                               "\xff\xff\x90\xc4"}) // no rate, no bit rate, no version, layer I

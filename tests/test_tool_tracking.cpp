@@ -10,6 +10,7 @@
 
 #include "base/median.h"
 #include "base/sample_format.h"
+#include "base/text.h"
 #include "input/band_limit.h"
 #include "input/resampler.h"
 #include "output/advice.h"
@@ -504,6 +505,14 @@ TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
         summary.faults = {"a fault"};
         EXPECT_EQ(advice_on(summary, input).empty(), c.settings.localizer.mode == DelayMode::vote);
     }
+}
+
+TEST(RoughTime, HasOneUnit)
+{
+    const std::pair<double, const char *> cases[] = {
+        {0.4, "0 s"}, {119, "119 s"}, {120, "2 min"}, {7199, "120 min"}, {7200, "2 h"}};
+    for (const auto &[seconds, text] : cases)
+        EXPECT_EQ(rough_time(seconds), text);
 }
 
 TEST(TimeAxis, HasAtMostTenStepsWithLabelsOfOneUnit)

@@ -32,6 +32,14 @@ inline void write_audio(const char *path, int rate, int channels, const Samples 
     ASSERT_EQ(file.write(samples.data(), count), count) << path;
 }
 
+inline Samples read_audio(const char *path)
+{
+    SndfileHandle file(path);
+    Samples samples(static_cast<size_t>(file.frames() * file.channels()));
+    file.read(samples.data(), static_cast<sf_count_t>(samples.size()));
+    return samples;
+}
+
 // A prefix for a command of the tool, which sends it the signal as soon as the shell finds the
 // condition true. No test relies on a time after which the tool "should have" started.
 inline std::string signal_when(const std::string &condition, const std::string &signal)
@@ -74,9 +82,9 @@ struct Tool : ::testing::Test {
     }
     static std::ptrdiff_t count_files() { return std::distance(fs::directory_iterator("."), {}); }
 
-    // Runs the lines of transcripts/tool/NAME.txt that begin with "$ ", in which `ezossl` is the
-    // tool. Each must print the lines with "| " that follow it; "[N]" is a status other than 0.
-    // With EZOSSL_RECORD=1 the file is written anew, to be read before it is committed.
+    // Runs the lines of transcripts/tool/NAME.txt that begin with "$ ". Each must print the lines
+    // with "| " that follow it; "[N]" is a status other than 0. With EZOSSL_RECORD=1 the file is
+    // written anew, to be read before it is committed.
     static void play(const std::string &name)
     {
         const std::string path = EZOSSL_TRANSCRIPTS "/tool/" + name + ".txt";
@@ -103,8 +111,10 @@ struct Tool : ::testing::Test {
 private:
     static std::string output_of(const std::string &command)
     {
-        std::ofstream("script") << "ezossl() { '" EZOSSL_TOOL "' \"$@\"; }\n" << command << '\n';
-        const int status = std::system("LC_ALL=C sh script >seen 2>&1");
+        std::ofstream("script") << ". '" EZOSSL_TRANSCRIPTS "/tool/commands.sh'\n"
+                                << command << '\n';
+        const int status = std::system("TOOL='" EZOSSL_TOOL "' FAULTY_DEVICE='" EZOSSL_FAULTY_DEVICE
+                                       "' sh script >seen 2>&1");
         std::istringstream seen(contents("seen"));
         std::string text;
         for (std::string line; std::getline(seen, line);)

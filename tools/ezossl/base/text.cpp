@@ -26,6 +26,16 @@ std::string counted(int64_t count, const char *thing)
     return std::to_string(count) + ' ' + thing + (count == 1 ? "" : "s");
 }
 
+std::string rough_time(double seconds)
+{
+    constexpr double kMinute = 60.0;
+    constexpr double kHour = 3600.0;
+    if (seconds < 2 * kMinute)
+        return format_text("%.0f s", seconds);
+    return seconds < 2 * kHour ? format_text("%.0f min", seconds / kMinute)
+                               : format_text("%.0f h", seconds / kHour);
+}
+
 std::string wrapped(const std::string &text, size_t indent)
 {
     std::istringstream words(text);

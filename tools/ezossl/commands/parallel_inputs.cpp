@@ -41,17 +41,6 @@ double size_of(const std::string &file)
     return none_of_a_pipe ? 0.0 : static_cast<double>(size);
 }
 
-// A duration in one unit, for people.
-std::string rough_time(double seconds)
-{
-    constexpr double kMinute = 60.0;
-    constexpr double kHour = 3600.0;
-    if (seconds < 2 * kMinute)
-        return format_text("%.0f s", seconds);
-    return seconds < 2 * kHour ? format_text("%.0f min", seconds / kMinute)
-                               : format_text("%.0f h", seconds / kHour);
-}
-
 // The process of one input, or its output that waits for its turn.
 class Worker
 {
