@@ -225,7 +225,9 @@ TEST_F(Faults, RecordingsOfAnyLengthCanBeReadWheneverTheyEnd)
         return std::distance(fs::directory_iterator("/proc/self/fd"), {});
     };
     const auto before = open_files();
-    SoundWriter("unfinished.wav", 16000, 2, SoundWriter::Length::open);
+    {
+        const SoundWriter unfinished("unfinished.wav", 16000, 2, SoundWriter::Length::open);
+    }
     EXPECT_EQ(open_files(), before);
     std::vector<int16_t> second(2 * 16000, 7);
     second[0] = 5;
