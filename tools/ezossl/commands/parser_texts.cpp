@@ -25,6 +25,23 @@ public:
         return entry(name.substr(0, name.find('{')) + make_option_opts(option),
                      option->get_description());
     }
+    // Releases of the parser differ in the form of these.
+    std::string make_option_opts(const CLI::Option *option) const override
+    {
+        std::string text;
+        if (option->get_expected_min() > 0) { // takes a value
+            text += option->get_type_name().empty() ? "" : ' ' + option->get_type_name();
+            text += option->get_default_str().empty() ? "" : '=' + option->get_default_str();
+            text +=
+                option->get_expected_max() == CLI::detail::expected_max_vector_size ? " ..." : "";
+            text += option->get_required() ? " REQUIRED" : "";
+        }
+        for (const CLI::Option *const other : option->get_needs())
+            text += " Needs: " + other->get_name();
+        for (const CLI::Option *const other : option->get_excludes())
+            text += " Excludes: " + other->get_name();
+        return text;
+    }
     std::string make_usage(const CLI::App *app, std::string /*name*/) const override
     {
         const Command *const command =
