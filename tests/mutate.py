@@ -37,7 +37,7 @@ SUITES = {
                                                [*CTEST, "^Serve$"]]),
     "tools/": (["ezossl_tests"], [[*TESTS, f"--gtest_filter=*:-{LIBRARY}:{SLOW}"],
                                  [*TESTS, f"--gtest_filter={SLOW}"],
-                                 [*CTEST, "^(Accuracy|Manual)$"]]),
+                                 [*CTEST, "^(Accuracy|Manual|Serve|InjectedFaults)$"]]),
     "": (["ezossl_tests", "real_time_builtin", "header_example"],
          [[*TESTS, f"--gtest_filter={LIBRARY}"], [*CTEST, "^(RealTime|HeaderExample)"]]),
 }  # fmt: skip

@@ -67,6 +67,11 @@ TEST_F(Tool, ListensAsRecorded)
     play("live");
 }
 
+TEST_F(Tool, DrawsTheRecordedFigures)
+{
+    play("figures");
+}
+
 TEST_F(Tool, MakesTheRecordedScenes)
 {
     play("scenes");

@@ -52,7 +52,8 @@ struct Track : Tool {
 // The samples begin after the header, whatever length it states, and whatever else it holds.
 TEST_F(Track, StreamedFilesGiveWhatIntactOnesGive)
 {
-    for (const int format : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24}) {
+    for (const int format : {SF_FORMAT_PCM_U8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32,
+                             SF_FORMAT_FLOAT, SF_FORMAT_DOUBLE, SF_FORMAT_ULAW, SF_FORMAT_ALAW}) {
         write_audio("x.wav", 16000, 2, pair(kPairs, 2), SF_FORMAT_WAV | format);
         const std::string intact = contents("x.wav");
         const std::string form = "x.wav -s 8.6 -b 1 -f csv --per-frame";
