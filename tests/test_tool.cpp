@@ -77,22 +77,4 @@ TEST_F(Tool, MakesTheRecordedScenes)
     play("scenes");
 }
 
-TEST_F(Tool, AnswersDependOnTheSamplesAndTheSpacingOnly)
-{
-    run("simulate -a -60,0,30 -s 5.8cm -d 1 --snr 0 -o x.wav --truth x.csv");
-    run("track x.wav -s 5.8");
-    const std::string out = contents("out"), err = contents("err");
-    EXPECT_NE(out.find(" deg "), std::string::npos) << out << err;
-    for (const char *arguments :
-         {"x.wav -s 58mm -o -", "track x.wav -s '0.058 m' -t 20 -b 32 -g auto"}) {
-        run(arguments);
-        EXPECT_EQ(contents("out") + contents("err"), out + err) << arguments;
-    }
-    run("x.wav -s 5.8 -o pipe; wait; cat got", "out", "mkfifo pipe; cat pipe >got &");
-    EXPECT_EQ(contents("out"), out);
-    run("track -v x.wav -s 5.8cm"); // the library's messages go to standard error only
-    EXPECT_EQ(contents("out"), out);
-    EXPECT_NE(contents("err"), err);
-}
-
 } // namespace

@@ -4,8 +4,6 @@
 
 #include <cerrno>
 
-#include <sys/stat.h>
-
 #include "input/audio_file.h"
 #include "output/sound_writer.h"
 #include "tool_fixture.h"
@@ -64,129 +62,14 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
     }
 }
 
-std::string mode_of(const char *path)
-{
-    struct stat status = {};
-    stat(path, &status);
-    return std::to_string(status.st_mode & 07777) + ' ' + std::to_string(status.st_uid);
-}
-
 TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
 {
-    const std::string track = "track x.wav -s 8.6 -b 1 -f csv ";
-    ASSERT_EQ(run(track + "-o expected"), 0);
-    const std::string expected = contents("expected");
-
-    std::ofstream("kept") << "old";
-    chmod("kept", 0640);
-    const bool is_root = chown("kept", 4711, static_cast<gid_t>(-1)) == 0;
-    const std::string mode = mode_of("kept");
-    EXPECT_EQ(run(track + "-o kept"), 0);
-    EXPECT_EQ(contents("kept"), expected);
-    EXPECT_EQ(mode_of("kept"), mode);
-    EXPECT_EQ(mode, is_root ? "416 4711" : mode);
-    EXPECT_EQ(run(track + "-o new", "out", "umask 027;"), 0);
-    EXPECT_EQ(mode_of("new").substr(0, 3), "416"); // 0640
-
-    std::ofstream("protected") << "old";
-    chmod("protected", 0444);
-    EXPECT_EQ(run(track + "-o protected"), 1);
-    EXPECT_NE(contents("err").find("protected: is write-protected"), std::string::npos);
-    EXPECT_EQ(contents("protected"), "old");
-
-    fs::create_directory("folder");
-    fs::create_symlink("second", "dangling");
-    fs::create_symlink("folder/there", "second");
-    EXPECT_EQ(run(track + "-o dangling"), 0);
-    EXPECT_EQ(contents("folder/there"), expected);
-    EXPECT_TRUE(fs::is_symlink("dangling") && fs::is_symlink("second"));
-
-    const std::string longest(255, 'n');
-    EXPECT_EQ(run(track + "-o " + longest), 0) << contents("err");
-    EXPECT_EQ(contents(longest.c_str()), expected);
-
-    EXPECT_EQ(run_with("fsync", 1, EIO, track + "-o kept"), 1);
-    EXPECT_NE(contents("err").find("kept: cannot be written: Input/output"), std::string::npos);
-    EXPECT_EQ(contents("kept"), expected);
-
-    std::ofstream("one.svg") << "old";
-    fs::create_hard_link("one.svg", "other.svg");
-    fs::create_symlink(".", "here");
-    for (const char *names : {"-o p.svg --plot ./p.svg", "-o p.svg --histogram here/p.svg",
-                              "--plot one.svg --histogram other.svg"}) {
-        EXPECT_EQ(run(track + names), 2) << names;
-        EXPECT_NE(contents("err").find("svg: is named for two outputs"), std::string::npos);
-    }
-    EXPECT_EQ(contents("one.svg"), "old");
+    play("outputs");
     for (const auto &file : fs::directory_iterator("."))
         EXPECT_NE(file.path().extension(), ".part") << file;
-}
-
-// A scene can go into a pipe as into a file; for a pipe there is no file of the true angles.
-TEST_F(Faults, ScenesGoWhereTheyAreSent)
-{
-    ASSERT_EQ(run("simulate -a 30 -s 5.8 -d 1 --truth t.csv -o scene.wav"), 0);
-    const std::string scene = contents("scene.wav"), truth = contents("t.csv");
-    ASSERT_GT(scene.size(), 64000u);
-    const auto before = count_files();
-    const std::tuple<const char *, const char *, const char *> cases[] = {
-        {"-", "", ""},
-        {"/dev/stdout", "", ""},
-        {"fifo", "; wait; rm fifo; mv got out", "mkfifo fifo; timeout 5 cat fifo >got &"},
-    };
-    for (const auto &[name, behind, start] : cases) {
-        for (const char *option : {"--truth t.csv -o ", "-o "}) {
-            fs::remove("t.csv");
-            EXPECT_EQ(run("simulate -a 30 -s 5.8 -d 1 " + (option + (name + std::string(behind))),
-                          "out", start),
-                      0);
-            EXPECT_TRUE(contents("out") == scene) << name << contents("err");
-            EXPECT_EQ(contents("t.csv"), option[0] == '-' && option[1] == '-' ? truth : "");
-        }
-        EXPECT_EQ(count_files(), before - 1) << name;
-    }
-    EXPECT_FALSE(fs::exists("/dev/stdout.truth.csv"));
-    run("simulate -a 30 -s 5.8 -d 1 -o - | '" EZOSSL_TOOL "' - -s 5.8 -f csv");
-    EXPECT_NE(contents("out").find(",31,ok,"), std::string::npos) << contents("out");
-
-    // A folder that may not be entered or written to. Root may do so unless it drops its
-    // capabilities.
-    const std::string ordinary = geteuid() == 0 ? "setpriv --bounding-set=-all" : "";
-    for (const mode_t mode : {0000, 0555}) {
-        fs::create_directory("locked");
-        chmod("locked", mode);
-        EXPECT_EQ(run("simulate -a 30 -s 5.8 -d 1 -o locked/x.wav", "out", ordinary), 1);
-        EXPECT_EQ(contents("err"), "ezossl: locked/x.wav: cannot be written: Permission denied\n");
-        fs::remove("locked");
-    }
-}
-
-// `live -o` writes into its file at once, so nothing may be refused after that.
-TEST_F(Faults, LiveRefusesBeforeItReplacesAFile)
-{
-    std::ofstream("alsa.conf") << "pcm.x { type null }\n";
-    setenv("ALSA_CONFIG_PATH", fs::absolute("alsa.conf").c_str(), 1);
-    for (const char *other : {"--record", "--plot", "--histogram"}) {
-        std::ofstream("old.svg") << "old";
-        EXPECT_EQ(run(std::string("live -D x -s 5 -d 1 -o old.svg ") + other + " ./old.svg"), 2);
-        EXPECT_NE(contents("err").find("old.svg: is named for two outputs"), std::string::npos);
-        EXPECT_EQ(contents("old.svg"), "old") << other;
-    }
-    EXPECT_EQ(run("live -D x -s 5 -d 1 --record /dev/null"), 2);
-    EXPECT_NE(contents("err").find("/dev/null: is a pipe or a device"), std::string::npos);
-}
-
-// Results go to the output, messages nowhere.
-TEST_F(Faults, ClosedDescriptorsAreNotThoseOfFiles)
-{
-    const std::string track = "track x.wav -v -s 8.6 -b 1 -f csv -o o";
-    ASSERT_EQ(run(track), 0);
-    const std::string expected = contents("o");
-    for (const char *closed : {"0<&-", "1>&-", "2>&-", "1>&- 2>&-", "0<&- 1>&- 2>&-"}) {
-        const std::string command = "'" EZOSSL_TOOL "' " + track + " 2>err >out " + closed;
-        EXPECT_EQ(WEXITSTATUS(std::system(command.c_str())), 0) << closed;
-        EXPECT_TRUE(contents("o") == expected) << closed;
-    }
+    EXPECT_EQ(run_with("fsync", 1, EIO, "track x.wav -s 8.6 -b 1 -q -o kept"), 1);
+    EXPECT_EQ(contents("err"), "ezossl: kept: cannot be written: Input/output error\n");
+    EXPECT_EQ(contents("kept"), contents("expected"));
 }
 
 // Interrupted in the middle of a scene, or before its files appear.

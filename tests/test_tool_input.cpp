@@ -388,22 +388,4 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     play("inputs");
 }
 
-// The commands agree on the rate.
-TEST_F(Tool, CheckReadsAsTrackDoes)
-{
-    run("simulate -a 30 -s 20cm -r 8000 -d 2 -o x.wav");
-    std::string wav = contents("x.wav");
-    wav.replace(24, 4, std::string("\x11\x2B\0\0", 4)); // 11025 Hz
-    std::ofstream("x.wav") << wav;
-    EXPECT_EQ(run("track x.wav -s 20cm"), 0);
-    EXPECT_NE(contents("err").find("x.wav: 11025 Hz is resampled to 8000 Hz"), std::string::npos);
-    run("check x.wav -s 20cm");
-    EXPECT_EQ(contents("out").find("x.wav: 1.45 s at 8000 Hz\n"), 0u) << contents("out");
-    std::ofstream("alsa.conf") << "pcm_type.faulty { lib \"" EZOSSL_FAULTY_DEVICE "\" }\n"
-                               << "pcm.x { type faulty rate 48000 }\n";
-    setenv("ALSA_CONFIG_PATH", fs::absolute("alsa.conf").c_str(), 1);
-    run("check --live 2 -D x -s 5.8cm");
-    EXPECT_EQ(contents("out").find("x: 2.00 s at 16000 Hz\n"), 0u) << contents("out");
-}
-
 } // namespace

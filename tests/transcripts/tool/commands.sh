@@ -23,3 +23,11 @@ terminal() { # COLUMNS VARIABLE=VALUE... -- ARGUMENTS - the tool on a terminal
     printf '%s ' "'$TOOL'" "$@" >>typed
     script -qec 'sh typed' /dev/null </dev/null | sed 's/\r$//; s/\x1b/ESC/g'
 }
+
+ordinary() { # ARGUMENTS - the tool, without the rights of root
+    if [ "$(id -u)" = 0 ]; then
+        setpriv --bounding-set=-all "$TOOL" "$@"
+    else
+        ezossl "$@"
+    fi
+}
