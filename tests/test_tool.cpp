@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_tool.cpp - the command-line tool: scenes and their angles, refusals.
+// test_tool.cpp - the command-line tool: the delay in a scene, and transcripts with few inputs.
 
 #include <algorithm>
 #include <cmath>

@@ -322,10 +322,13 @@ TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
         EXPECT_EQ(name_of(two_frames(start, length)), "an AAC file") << length;
         EXPECT_EQ(name_of(two_frames(start, length + 1)), "") << length;
     }
-    EXPECT_EQ(name_of("\1" + std::string(19 * 33, '\xd2') + std::string(33, '\xd2')), "");
-    for (const char *start :
-         {"\xff\xfb\xfc\xc4", "\xff\xfb\xf0\xc4", "\xff\xf3\xf0\xc4", "\xff\xeb\x90\xc4",
-          "\xff\xff\x90\xc4"}) // no rate, no bit rate, no version, layer I
+    EXPECT_EQ(name_of(std::string(20 * 33, '\xd2')), "a GSM file");
+    EXPECT_EQ(name_of("\1" + std::string(20 * 33, '\xd2')), "");
+    const char *const wrong[] = {"\xff\xfb\xfc\xc4",                     // no rate
+                                 "\xff\xfb\xf0\xc4", "\xff\xf3\xf0\xc4", // no bit rate
+                                 "\xff\xeb\x90\xc4",                     // no version
+                                 "\xff\xff\x90\xc4"};                    // layer I
+    for (const char *start : wrong)
         EXPECT_EQ(name_of(two_frames(start, 417)), "");
 }
 

@@ -3,14 +3,13 @@
 
 #include <cmath>
 #include <random>
-#include <sstream>
 
 #include "tool_fixture.h"
 
 namespace {
 
-// Channel 0 is that of the scene times gain0. Channel 1 is that of the scene times gain1, `drift`
-// samples later every second, plus `copy` times channel 0, plus noise.
+// Channel 0 is that of the scene times gain0. Channel 1 is that of the scene times gain1, read
+// `drift` samples further ahead every second, plus `copy` times channel 0, plus noise.
 struct Spoilt {
     const char *name;
     double lead0, drift;

@@ -488,7 +488,7 @@ TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
         {usual, 4, 4, S::disagree, ""},
         {usual, 3, 4, S::disagree, ""}, // too few to tell
         {usual, 0, 8, S::near_miss, "'near miss': move the source nearer, or try a longer --sm"},
-        {usual, 0, 1, S::quiet, "too quiet: lower the gate with -g"},
+        {usual, 0, 1, S::quiet, "too quiet: raise the capture gain"},
         {usual, 1, 90, S::quiet, ""},
         {fast, 4, 5, S::disagree, "at 48000 Hz few blocks get an angle: omit -r"},
         {raw, 4, 5, S::near_miss, "omit --raw-blocks"},

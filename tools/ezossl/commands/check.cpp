@@ -57,7 +57,7 @@ void note_what_is_missing(const FrameSource &source)
 void print_measurements(const FrameSource &source, bool is_cut, const Diagnosis &diagnosis,
                         DataOutput &output)
 {
-    output.print("%s: %.2f s at %d Hz%s\n", source.stream().name().c_str(),
+    output.print("%s: %.2f s at %d Hz%s\n", printable(source.stream().name()).c_str(),
                  static_cast<double>(source.read_pairs()) / source.rate(), source.rate(),
                  is_cut ? " (only the beginning)" : "");
     output.print("levels      %.1f and %.1f dB of full scale\n",

@@ -25,7 +25,7 @@ public:
         return entry(name.substr(0, name.find('{')) + make_option_opts(option),
                      option->get_description());
     }
-    // Releases of the parser differ in the form of these.
+    // Written here because the releases of the parser differ in its form.
     std::string make_option_opts(const CLI::Option *option) const override
     {
         std::string text;
@@ -88,6 +88,10 @@ std::string sentence_of(const CLI::App &app, const CLI::Error &error)
         return text + ": the distance between the microphones, for example -s 5.8cm";
     if (text == "COMMAND is required" || text == "FILE is required")
         return "give a sound file, for example: ezossl talk.wav -s 5.8cm";
+    if (text == "--output is required")
+        return text + ", for example -o scene.wav";
+    if (text.rfind("--walk: ", 0) == 0 && text.find("required") != std::string::npos)
+        return "--walk needs two angles, for example --walk -90,90";
     const std::string no_conversion = "Could not convert: ";
     if (text.rfind(no_conversion, 0) == 0)
         return text.substr(no_conversion.size()) + " is not a whole number";

@@ -88,11 +88,9 @@ void check_length(const SimulateArguments &options, size_t source_length, size_t
     const double seconds = static_cast<double>(source_length) / options.rate;
     if (seconds * static_cast<double>(count) <= kLongestSeconds)
         return;
-    char text[128];
-    std::snprintf(text, sizeof text,
-                  "the scene is longer than %.0f s (%zu angles of %.1f s); shorten it with -d",
-                  kLongestSeconds, count, seconds);
-    throw Failure(text);
+    throw UsageFailure(
+        format_text("the scene is longer than %.0f s (%zu angles of %.1f s); shorten it with -d",
+                    kLongestSeconds, count, seconds));
 }
 
 // In a smaller room, sound is reflected more often within the reverberation time.
@@ -103,9 +101,10 @@ void check_echoes(const SceneSettings &settings, size_t angles)
     const double echoes = static_cast<double>(angles * EZOSSL_MIC_COUNT) *
                           echo_count(*settings.room, speed_of_sound(settings.temperature));
     if (echoes > kMostEchoes)
-        throw Failure(format_text("the scene has %.0f million echoes; the limit is %.0f million. "
-                                  "Reduce --rt60 or the number of angles (%zu), or enlarge --room",
-                                  std::ceil(echoes / 1e6), kMostEchoes / 1e6, angles));
+        throw UsageFailure(
+            format_text("the scene has %.0f million echoes; the limit is %.0f million. "
+                        "Reduce --rt60 or the number of angles (%zu), or enlarge --room",
+                        std::ceil(echoes / 1e6), kMostEchoes / 1e6, angles));
 }
 
 // Shows progress meanwhile.
@@ -144,18 +143,19 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
 void report(const SimulateArguments &options, const SceneSettings &settings, double seconds)
 {
     const bool is_named = !is_standard_output(options.output);
-    std::fprintf(stderr, "%s: %.3f s per angle at %d Hz, SNR %g dB:",
-                 is_named ? options.output.c_str() : "standard output", seconds, options.rate,
-                 options.snr_db);
+    std::string text = format_text("%s: %.3f s per angle at %d Hz, SNR %g dB:",
+                                   is_named ? options.output.c_str() : "standard output", seconds,
+                                   options.rate, options.snr_db);
     const char *separator = "";
     const std::vector<double> &angles = options.walk.empty() ? options.angles : options.walk;
     for (const double angle : angles) {
-        std::fprintf(stderr, "%s %+g deg (delay %+.3f samples)", separator, angle,
-                     far_field_delay(angle, settings));
+        text += format_text("%s %+g deg (delay %+.3f samples)", separator, angle,
+                            far_field_delay(angle, settings));
         separator = options.walk.empty() ? "," : " walking to";
     }
     const std::string truth = options.truth_path();
-    std::fprintf(stderr, "%s%s\n", truth.empty() ? "" : "; truth in ", truth.c_str());
+    text += (truth.empty() ? "" : "; truth in ") + truth;
+    std::fprintf(stderr, "%s\n", printable(text).c_str());
 }
 
 SceneSettings scene_settings(const SimulateArguments &options)

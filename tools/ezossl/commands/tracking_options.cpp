@@ -58,8 +58,8 @@ void add_gate_option(CLI::App &parser, std::optional<int> &gate_db)
         int level = 0;
         if (!CLI::detail::lexical_cast(text, level) || level < -80 || level > 0)
             throw CLI::ValidationError("--gate", "'" + text +
-                                                     "' is neither auto nor a level of -80 ... 0 "
-                                                     "dB of full scale");
+                                                     "' is neither auto nor a whole number of dB "
+                                                     "from -80 to 0");
         gate_db = level;
     };
     parser

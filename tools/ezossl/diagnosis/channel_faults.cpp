@@ -24,10 +24,11 @@ double ratio_of(double db)
     return std::pow(10.0, db / 20.0);
 }
 
-// A share of full scale, from steps of 16 bits.
+// A share of full scale to a tenth, from steps of 16 bits.
 double percent(double steps)
 {
-    return 100.0 * steps / kFullScale;
+    const double tenths = std::round(1000.0 * steps / kFullScale);
+    return tenths == 0.0 ? 0.0 : tenths / 10.0; // not -0.0
 }
 
 // Microphones count from 0, as in the library; channels count from 1, as in -c.

@@ -35,7 +35,7 @@ inline constexpr FindingKind kLossy = {false, false, "lossy compression",
     "lossy compression changes the phase, so angles of such a file cannot be trusted",
     "record WAV or FLAC"};
 inline constexpr FindingKind kDeadChannel = {true, true, "dead channel",
-    "one microphone is not heard, so there is no direction",
+    "one microphone is hardly heard or not at all, so directions cannot be trusted",
     "check its wiring, its supply and the capture channel"};
 inline constexpr FindingKind kIdentical = {true, true, "identical channels",
     "both channels carry the same signal, which has no direction",

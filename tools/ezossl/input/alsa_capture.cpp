@@ -135,9 +135,11 @@ void AlsaCapture::set_channels(snd_pcm_hw_params_t *hardware, int wanted)
     require(snd_pcm_hw_params_get_channels_max(hardware, &most), "does not report its channels");
     if (most < static_cast<unsigned>(wanted))
         throw Failure(device_ + ": " +
-                      (most == 1 ? "is mono, and one microphone gives no direction"
-                                 : format_text("has no channel %d, only %u", wanted, most)) +
-                      "; choose another device with -D");
+                      (most == 1 ? "is mono, and one microphone gives no direction; choose"
+                                 : format_text("has no channel %d, only %u; choose others with "
+                                               "-c, or",
+                                               wanted, most)) +
+                      " another device with -D");
     auto channels = static_cast<unsigned>(wanted);
     require(snd_pcm_hw_params_set_channels_min(pcm_.get(), hardware, &channels),
             "does not report its channels");

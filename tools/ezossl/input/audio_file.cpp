@@ -21,6 +21,7 @@
 #include "base/text.h"
 #include "input/file_signature.h"
 #include "input/ogg_end.h"
+#include "input/sample_rates.h"
 
 namespace {
 
@@ -138,7 +139,7 @@ void AudioReader::check_layout(int64_t rate, int channels) const
 {
     if (rate < kSlowest || rate > kFastest)
         throw Failure(path_ + format_text(": %lld Hz; record at %d ... %d Hz",
-                                          static_cast<long long>(rate), kSlowest, kFastest));
+                                          static_cast<long long>(rate), kLowestRate, kFastest));
     if (channels < 1 || channels > kMostChannels)
         throw Failure(path_ +
                       format_text(": the header says %d channels; record it again", channels));

@@ -81,7 +81,7 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
     : target_(target), path_(behind_links(target))
 {
     if (target.empty())
-        throw Failure("the name of the file to write is empty");
+        throw UsageFailure("the name of the file to write is empty");
     if (is_standard_output(target)) {
         target_ = "standard output";
         if (standard_output == kNoStandardOutput)

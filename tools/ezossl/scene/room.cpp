@@ -6,10 +6,10 @@
 #include "scene/room.h"
 
 #include <cmath>
-#include <cstdio>
 
 #include "base/failure.h"
 #include "base/pi.h"
+#include "base/text.h"
 #include "scene/fractional_delay.h"
 
 namespace {
@@ -184,13 +184,11 @@ Point Room::source_at(double angle_deg) const
     for (size_t i = 0; i < 2; ++i) {
         if (source[i] >= kWallMargin && source[i] <= settings_.size[i] - kWallMargin)
             continue;
-        char text[256];
-        std::snprintf(text, sizeof text,
-                      "at %+g deg and %g m the source would be outside the room of %gx%gx%g m, "
-                      "or too near a wall; reduce --distance or enlarge --room",
-                      angle_deg, settings_.distance, settings_.size[0], settings_.size[1],
-                      settings_.size[2]);
-        throw Failure(text);
+        throw UsageFailure(
+            format_text("at %+g deg and %g m the source would be outside the room of %gx%gx%g m, "
+                        "or too near a wall; reduce --distance or enlarge --room",
+                        angle_deg, settings_.distance, settings_.size[0], settings_.size[1],
+                        settings_.size[2]));
     }
     return source;
 }

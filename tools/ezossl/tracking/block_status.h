@@ -30,7 +30,7 @@ struct StatusDisplay {
 constexpr StatusDisplay kStatuses[] = {
     {BlockStatus::ok, "ok", "", "", "", ""},
     {BlockStatus::quiet, "quiet", "too quiet", "#8c959f", "#6e7781",
-     "lower the gate with -g, or raise the capture gain"},
+     "raise the capture gain, or lower the gate with -g"},
     {BlockStatus::few_clear, "few_clear", "unclear", "#8250df", "#a371f7",
      "the microphones hear little in common; run ezossl check"},
     {BlockStatus::disagree, "disagree", "disagree", "#bf8700", "#d29922",
