@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_direction.cpp - the last steps that transcripts do not reach: the circular array, and what a
-// reset leaves.
+// test_direction.cpp - what a reset of the votes leaves, byte by byte.
 
 #include "support.h"
 
@@ -8,23 +7,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-TEST(Direction, CircularArrayByItself)
-{
-    Instance ssl;
-    ssl->array_geometry = 1;
-    const struct {
-        float x, y, path;
-        double angle;
-    } rows[] = {{1, 0, 1, -90}, {0, 1, 1, 0},    {0, 1, -1, 180},
-                {-1, 0, 1, 90}, {1, -1, 1, 225}, {1, 1, 0.5f, -45}};
-    for (const auto &row : rows) {
-        ssl->relative_array_pos_pinv[0][0] = row.x;
-        ssl->relative_array_pos_pinv[1][0] = row.y;
-        ssl->path_difference[0] = row.path;
-        EXPECT_NEAR(ssl_ratio_to_angle(ssl), row.angle, 2e-5);
-    }
-}
 
 TEST(Direction, TheResetEmptiesTheVotesAndNothingElse)
 {

@@ -5,52 +5,10 @@
 
 #include "AudioSslSetup.h"
 
-#include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
-
-TEST(Lifecycle, InitFillsTheRecord)
-{
-    Instance ssl(Instance::kInitialised, an_init(48000, 5.0f, 1));
-    const std::vector<char> bytes = ssl.bytes();
-    const auto word = [&](size_t offset) {
-        int32_t value;
-        std::memcpy(&value, &bytes[offset], sizeof value);
-        return value;
-    };
-    // The fields whose place is promised.
-    const std::pair<size_t, int32_t> words[] = {{0, 'W' | '0' << 8 | 'Q' << 16 | '0' << 24},
-                                                {4, 128},
-                                                {8, 48000},
-                                                {16, 25},
-                                                {20, -80},
-                                                {24, 1},
-                                                {28, 32},
-                                                {32, 32},
-                                                {36, 1},
-                                                {40, 2},
-                                                {76, 0},
-                                                {15900, 0}};
-    for (const auto &[offset, value] : words)
-        EXPECT_EQ(word(offset), value) << offset;
-    EXPECT_EQ(ssl->mic_distance, 0.05f);
-    EXPECT_EQ(ssl->digital_gain_factor, 1.0f);
-    EXPECT_EQ(ssl->sound_speed, 346.0f);
-    EXPECT_EQ(ssl->max_delay_sample[0], 7); // 0.05 m / 346 m/s x 48000 Hz = 6.94
-    for (int k = 0; k < 9; ++k)
-        EXPECT_EQ(ssl->direction_delay_table[0][k],
-                  static_cast<float>(7 * std::cos(k / 8.0 * 3.1415926)));
-    for (int i = 0; i < 256; ++i)
-        EXPECT_EQ(ssl->lag_table[i], i - 128);
-    const int32_t gates[] = {2, 4, 4, 4, 4, 4, 4, 4, 2, 16};
-    EXPECT_EQ(std::memcmp(ssl->vote_gate, gates, sizeof gates), 0);
-    const SslCallOrderFlags fresh = {1, 2, 2, 2, 2, 2, 1};
-    EXPECT_EQ(std::memcmp(&ssl->order, &fresh, sizeof fresh), 0);
-    EXPECT_EQ(ssl->fft.fft_inited, 1);
-    EXPECT_EQ(ssl->fft.fft_size, 256);
-}
 
 TEST(Lifecycle, ARefusedRecordLeavesZerosAndNullTheBuffer)
 {

@@ -7,8 +7,16 @@
 //                                                       0 for the handle, or NULL
 //   | text                                              then, line by line, what it prints:
 //                                                       nothing if there is no such line
+//   from STATES FIELD CALL ARGUMENTS => CODE            the call from many states of the order, each
+//                                                       with the same answer: the steps init,
+//                                                       config, shape, params and run, with all
+//                                                       the digits that each may have. A refused
+//                                                       call sets FIELD to 0, or with `none`
+//                                                       nothing, and changes nothing else; with
+//                                                       `any` it may change anything
 //   set FIELD VALUE                                     an element is FIELD.INDEX
-//   see FIELD VALUE                                     integers exactly, floats to 6 digits
+//   see FIELD VALUE...                                  whole numbers exactly, others to
+//                                                       6 digits
 //   votes BIN COUNT SUM                                 replaces all votes, at a high level
 //   env NAME [VALUE]                                    sets a variable of the environment
 //   mkdir PATH, link TO PATH, write PATH TEXT           in an empty directory of its own
@@ -20,6 +28,7 @@
 #include "debug_msglevel.h"
 #include "support.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -28,6 +37,7 @@
 #include <map>
 #include <memory>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -50,6 +60,15 @@ const std::map<std::string, Field> kFields = {
     FIELD(point_number),
     FIELD(mic_num),
     FIELD(magic),
+    FIELD(sample_rate),
+    FIELD(mic_distance),
+    FIELD(gate_amplitude),
+    FIELD(direction_frame_num_before),
+    FIELD(bf_mode),
+    FIELD(lag_table),
+    FIELD(fft.fft_inited),
+    FIELD(fft.fft_size),
+    FIELD(relative_array_pos_pinv),
     FIELD(array_geometry),
     FIELD(msg_level),
     FIELD(mode),
@@ -179,6 +198,18 @@ struct Stage {
         }
         if (name == "Cal_Params")
             return EzoSsl_Cal_Params(ssl);
+        // The branches that no call of the interface reaches. The code is the number of pairs whose
+        // microphones have the same position.
+        if (name == "Cal_ArbitraryGeometry") {
+            const float positions[] = {std::stof(w.at(2)), std::stof(w.at(3)), std::stof(w.at(4)),
+                                       std::stof(w.at(5))};
+            Ssl_Cal_ArbitraryGeometry(ssl, positions);
+            return ssl_coincident_microphones(positions);
+        }
+        if (name == "Cal_Geometry")
+            return Ssl_Cal_Geometry(ssl), 0;
+        if (name == "Cal_Intrinsic")
+            return Ssl_Cal_Intrinsic(ssl), 0;
         if (name == "Run") {
             const Frame silence = {};
             const int16_t *const samples = no_data             ? nullptr
@@ -274,10 +305,14 @@ bool play_direction(Stage &stage, const Words &w, const std::string &what)
         stage.begin(w);
     else if (w[0] == "set")
         stage.set(w.at(1), std::stod(w.at(2)));
-    else if (w[0] == "see")
-        EXPECT_NEAR(stage.see(w.at(1)), std::stod(w.at(2)), std::fabs(std::stod(w[2])) * 1e-6)
-            << what;
-    else if (w[0] == "votes") {
+    else if (w[0] == "see") {
+        for (size_t i = 2; i < w.size(); ++i) {
+            const double value = std::stod(w[i]);
+            const bool is_whole = value == std::trunc(value);
+            const std::string field = w.size() == 3 ? w[1] : w[1] + "." + std::to_string(i - 2);
+            EXPECT_NEAR(stage.see(field), value, is_whole ? 0 : std::fabs(value) * 1e-6) << what;
+        }
+    } else if (w[0] == "votes") {
         ssl_reset_voting(stage.instance->get());
         stage.set("energy_sum", 1e4);
         stage.set("vote_count." + w.at(1), std::stod(w.at(2)));
@@ -300,6 +335,47 @@ bool play_direction(Stage &stage, const Words &w, const std::string &what)
     else
         return false;
     return true;
+}
+
+using Answer = std::pair<int64_t, std::string>; // code, text
+
+Answer answer_to(Stage &stage, const Words &call)
+{
+    int64_t code = 0;
+    const std::string text = printed_by([&] { code = stage.call(call); });
+    return {code, text};
+}
+
+// The answer to `from` and its arguments, which every state must have.
+Answer answer_from_states(Stage &stage, const Words &w, const std::string &what)
+{
+    auto *const ssl = reinterpret_cast<char *>(stage.instance->get());
+    auto &order = stage.instance->get()->order;
+    const std::vector<char> before = stage.instance->bytes();
+    std::optional<Answer> first;
+    for (int state = 0; state < 3 * 3 * 3 * 3 * 3; ++state) {
+        int32_t steps[5];
+        bool is_meant = true;
+        for (int i = 0, rest = state; i < 5; ++i, rest /= 3) {
+            steps[i] = rest % 3;
+            const auto digit = static_cast<char>('0' + steps[i]);
+            is_meant &= w.at(1 + static_cast<size_t>(i)).find(digit) != std::string::npos;
+        }
+        if (!is_meant)
+            continue;
+        std::copy(before.begin(), before.end(), ssl);
+        std::memcpy(&order, steps, sizeof steps);
+        if (w.at(6) != "any" && w[6] != "none")
+            stage.set(w[6], 0);
+        const std::vector<char> after = stage.instance->bytes();
+        std::memcpy(&order, steps, sizeof steps);
+        const Answer answer = answer_to(stage, {w.begin() + 7, w.end()});
+        EXPECT_EQ(answer, first.value_or(answer)) << what << ", state " << state;
+        first = answer;
+        EXPECT_TRUE(w[6] == "any" || stage.instance->bytes() == after) << what << " " << state;
+    }
+    std::copy(before.begin(), before.end(), ssl);
+    return first.value();
 }
 
 TEST_P(Transcript, Holds)
@@ -331,8 +407,10 @@ TEST_P(Transcript, Holds)
         if (more == 0 || play_direction(stage, words, what))
             continue;
         ASSERT_EQ(words.at(words.size() - 2), "=>") << what;
-        int64_t code = 0;
-        printed = printed_by([&] { code = stage.call({words.begin(), words.end() - 2}); });
+        const Words call(words.begin(), words.end() - 2);
+        int64_t code;
+        std::tie(code, printed) =
+            call[0] == "from" ? answer_from_states(stage, call, what) : answer_to(stage, call);
         const auto named = kCodes.find(words.back());
         EXPECT_EQ(code, named != kCodes.end() ? named->second : std::stoll(words.back())) << what;
     }
