@@ -30,7 +30,7 @@ LIMITS = {resource.RLIMIT_CPU: 120, resource.RLIMIT_FSIZE: 2**34, resource.RLIMI
 TESTS = [str(BUILD / "tests/ezossl_tests"), "--gtest_fail_fast", "--gtest_brief=1"]
 CTEST = ["ctest", "--test-dir", str(BUILD), "--stop-on-failure", "--no-tests=error", "-R"]
 LIBRARY = ("Config.*:Delay.*:Direction.*:EndToEnd.*:Fft*:Math.*:Geometry.*:Lifecycle.*:Messages.*"
-           ":Platform.*:Scenes.*:*Transcript*:LibraryFile.*")  # fmt: skip
+           ":Platform.*:*Transcript*:LibraryFile.*")  # fmt: skip
 SLOW = "Plot.IsSmall*:Faults.*:Answers.*"
 SUITES = {
     "tools/ezossl/serve/": (["ezossl_tests"], [[*TESTS, "--gtest_filter=EventQueue.*"],
