@@ -11,22 +11,20 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <numeric>
 #include <random>
 
 namespace {
 
 const double kTruePi = std::acos(-1.0);
 
-// Spectra whose correlation, after the phase transform, is the sum over the given lags of
-// weight x unit impulse: cosines in the phase of X0, X1 = 1.
-void set_lags(SslHandle *ssl, const std::vector<std::pair<int, double>> &lags)
+// Spectra whose correlation, after the phase transform, is an impulse at the lag: X1 = 1.
+void set_lag(SslHandle *ssl, int lag)
 {
     for (int k = 0; k <= 128; ++k) {
-        std::complex<double> sum = 0;
-        for (const auto &[lag, weight] : lags)
-            sum += std::polar(weight, -2 * kTruePi * k * lag / 256);
-        ssl->spectrum[0][2 * k] = static_cast<float>(sum.real());
-        ssl->spectrum[0][2 * k + 1] = static_cast<float>(sum.imag());
+        const double phase = -2 * kTruePi * k * lag / 256;
+        ssl->spectrum[0][2 * k] = static_cast<float>(std::cos(phase));
+        ssl->spectrum[0][2 * k + 1] = static_cast<float>(std::sin(phase));
         ssl->spectrum[1][2 * k] = 1;
         ssl->spectrum[1][2 * k + 1] = 0;
     }
@@ -39,49 +37,30 @@ int32_t estimate(SslHandle *ssl)
     return delay;
 }
 
-TEST(Delay, FramesSlideThroughTheBuffers)
+TEST(Delay, SpectraAndEnergyAreThoseOfTheLastTwoFrames)
 {
     Instance ssl;
     const std::vector<int16_t> samples = delayed_noise(7, 3, 3, 30000);
-    for (size_t frame = 0; frame < 3; ++frame) {
-        ssl_deinterleave(ssl, &samples[frame * 256]);
-        ssl_load_frame(ssl);
-        ssl_frame_energy(ssl);
-        double energy = 0;
-        for (size_t i = 0; i < 256; ++i) {
-            for (size_t mic = 0; mic < 2; ++mic) {
-                const size_t place = frame * 128 + i; // of the stream with 128 zeros before it
-                const float expected =
-                    place < 128 ? 0
-                                : static_cast<float>(samples[2 * (place - 128) + mic]) / 32768.0f;
-                EXPECT_EQ(ssl->time_frame[mic][i], expected);
-                energy += double{expected} * double{expected} / 2;
-            }
-            if (i < 128) {
-                EXPECT_EQ(ssl->ref_frame_a[i], ssl->time_frame[0][128 + i]);
-                EXPECT_EQ(ssl->ref_frame_b[0][i], ssl->time_frame[0][128 + i]);
-            }
+    run_all(ssl, samples);
+    double energy = 0;
+    for (size_t mic = 0; mic < 2; ++mic) {
+        std::complex<double> bins[129] = {};
+        for (int n = 0; n < 256; ++n) {
+            const double x = samples[256 + 2 * static_cast<size_t>(n) + mic] / 32768.0;
+            energy += x * x / 2;
+            for (int k = 0; k <= 128; ++k)
+                bins[k] += x * std::sin(kTruePi * n / 256) *
+                           std::polar(1.0, -2 * kTruePi * (k * n % 256) / 256);
         }
-        EXPECT_NEAR(ssl->frame_energy, energy, energy * 1e-6);
-    }
-    // The first new half counts in two frames, as in the sum over the block.
-    EXPECT_GT(ssl->energy_sum, 2 * ssl->frame_energy);
-}
-
-TEST(Delay, SpectraAreWindowedAndPacked)
-{
-    Instance ssl;
-    run_all(ssl, delayed_noise(7, 3, 2, 30000));
-    for (int mic = 0; mic < 2; ++mic) {
-        for (const int k : {0, 1, 5, 64, 127, 128}) {
-            std::complex<double> bin = 0;
-            for (int n = 0; n < 256; ++n)
-                bin += double{ssl->time_frame[mic][n]} * std::sin(kTruePi * n / 256) *
-                       std::polar(1.0, -2 * kTruePi * k * n / 256);
-            EXPECT_NEAR(ssl->spectrum[mic][2 * k], bin.real(), 1e-5);
-            EXPECT_NEAR(ssl->spectrum[mic][2 * k + 1], bin.imag(), 1e-5);
+        for (int k = 0; k <= 128; ++k) {
+            EXPECT_NEAR(ssl->spectrum[mic][2 * k], bins[k].real(), 1e-5);
+            EXPECT_NEAR(ssl->spectrum[mic][2 * k + 1], bins[k].imag(), 1e-5);
         }
     }
+    EXPECT_NEAR(ssl->frame_energy, energy, energy * 1e-6);
+    const float *const newest = &ssl->time_frame[0][128]; // of microphone 0, twice
+    EXPECT_EQ(std::memcmp(ssl->ref_frame_a, newest, sizeof ssl->ref_frame_a), 0);
+    EXPECT_EQ(std::memcmp(ssl->ref_frame_b[0], newest, sizeof ssl->ref_frame_b[0]), 0);
 }
 
 TEST(Delay, LagsAreTakenUpToThreeBeyondTheLimit)
@@ -89,18 +68,18 @@ TEST(Delay, LagsAreTakenUpToThreeBeyondTheLimit)
     Instance ssl; // D = 3
     for (int lag = -128; lag < 128; ++lag) {
         ssl_reset_voting(ssl);
-        set_lags(ssl, {{lag, 1.0}});
+        set_lag(ssl, lag);
         const bool accepted = std::abs(lag) <= 3 + 3;
         EXPECT_EQ(estimate(ssl), accepted ? lag : -32768) << lag;
         EXPECT_EQ(ssl->vote_count[0][9], accepted ? 0 : 1);
     }
     // Limits that no array has: no lag, and every lag.
-    set_lags(ssl, {{0, 1.0}});
+    set_lag(ssl, 0);
     ssl->max_delay_sample[0] = INT32_MIN;
     EXPECT_EQ(estimate(ssl), -32768);
     ssl->max_delay_sample[0] = INT32_MAX;
     for (const int lag : {-128, 127}) { // the neighbours of both ends lie at the other end
-        set_lags(ssl, {{lag, 1.0}});
+        set_lag(ssl, lag);
         EXPECT_EQ(estimate(ssl), lag);
     }
 }
@@ -109,8 +88,9 @@ TEST(Delay, ADipAsDeepAsThePeakIsNoDelay)
 {
     Instance ssl;
     ssl->max_delay_sample[0] = INT32_MAX;
-    set_lags(ssl, {{0, 0.0}}); // nothing but one bin: a cosine of four samples, 1 0 -1 0 ...
-    ssl->spectrum[0][2 * 64] = 1;
+    set_lag(ssl, 0);
+    std::memset(ssl->spectrum[0], 0, sizeof ssl->spectrum[0]);
+    ssl->spectrum[0][2 * 64] = 1; // nothing but one bin: a cosine of four samples, 1 0 -1 0 ...
     EXPECT_EQ(estimate(ssl), -32768);
     EXPECT_EQ(ssl->correlation[0], -ssl->correlation[2]);
     EXPECT_GT(ssl->correlation[0], 0.0f);
@@ -123,7 +103,7 @@ TEST(Delay, TheNearestCandidateGetsTheVote)
     Instance ssl(Instance::kReady, an_init(48000));
     for (int lag = -8; lag <= 8; ++lag) {
         ssl_reset_voting(ssl);
-        set_lags(ssl, {{lag, 1.0}});
+        set_lag(ssl, lag);
         EXPECT_EQ(estimate(ssl), lag);
         EXPECT_EQ(ssl->vote_count[0][nearest[lag + 8]], 1) << lag;
         EXPECT_NEAR(ssl->vote_delay_sum[0][nearest[lag + 8]], lag,
@@ -134,7 +114,7 @@ TEST(Delay, TheNearestCandidateGetsTheVote)
     for (const auto &table : ties) {
         ssl_reset_voting(ssl);
         std::memcpy(ssl->direction_delay_table[0], table, sizeof table);
-        set_lags(ssl, {{2, 1.0}});
+        set_lag(ssl, 2);
         estimate(ssl);
         EXPECT_EQ(ssl->vote_count[0][2], 1);
     }
@@ -144,66 +124,60 @@ TEST(Delay, AFrameIsGradedByPeakToMeanAfterTheFloor)
 {
     Instance ssl;
     std::mt19937 random(11);
+    const auto below = [&](unsigned count) { return static_cast<int>(random() % count); };
     int accepted = 0, refused_by_mean = 0, refused_by_dip = 0, close = 0, at_the_ends = 0;
     for (int frame = 0; frame < 4000; ++frame) {
         ssl_reset_voting(ssl);
         // Distant lags come with distant dips, which brings the grades near 1.4.
         const int limit = ssl->max_delay_sample[0] = frame % 2 == 0 ? 100 : 200;
         // Random phases that lean toward a lag, more or less, and a constant part of either sign.
-        const double lean = static_cast<int>(random() % 1000) / 500.0;
-        const double slope = 2 * kTruePi * (static_cast<int>(random() % 256) - 128) / 256;
+        const double lean = below(1000) / 500.0;
+        set_lag(ssl, below(256) - 128);
         for (int k = 0; k <= 128; ++k) {
-            const double phase =
-                -slope * k + lean * kTruePi * (static_cast<int>(random() % 2001) / 1000.0 - 1);
-            ssl->spectrum[0][2 * k] = static_cast<float>(std::cos(phase));
-            ssl->spectrum[0][2 * k + 1] = static_cast<float>(std::sin(phase));
-            ssl->spectrum[1][2 * k] = k == 0 && random() % 2 == 0 ? -1.0f : 1.0f;
-            ssl->spectrum[1][2 * k + 1] = 0;
+            const double phase = lean * kTruePi * (below(2001) / 1000.0 - 1);
+            ssl->spectrum[1][2 * k] = static_cast<float>(std::cos(phase));
+            ssl->spectrum[1][2 * k + 1] = static_cast<float>(std::sin(phase));
         }
-        const auto seed = static_cast<unsigned>(random());
-        std::srand(seed);
+        if (below(2) == 0)
+            ssl->spectrum[0][0] = -1;
+        std::srand(static_cast<unsigned>(frame));
         const int32_t delay = estimate(ssl);
 
         std::vector<float> c(ssl->correlation_raw + 128, ssl->correlation_raw + 256);
         c.insert(c.end(), ssl->correlation_raw, ssl->correlation_raw + 128);
-        const auto top = std::max_element(c.begin(), c.end()),
-                   dip = std::min_element(c.begin(), c.end());
-        const int lag = static_cast<int>(top - c.begin()) - 128;
-        if (std::abs(lag) > limit + 3 || std::fabs(*top) <= std::fabs(*dip)) {
-            refused_by_dip += std::abs(lag) <= limit + 3;
-            EXPECT_EQ(delay, -32768);
-            EXPECT_EQ(std::memcmp(ssl->correlation, c.data(), sizeof ssl->correlation), 0);
-            continue;
+        const auto top = std::max_element(c.begin(), c.end());
+        const auto dip = std::min_element(c.begin(), c.end());
+        const auto peak = static_cast<size_t>(top - c.begin());
+        const int lag = static_cast<int>(peak) - 128;
+        int32_t expected_delay = -32768;
+        float expected_vote = 0;
+        const bool is_far = std::abs(lag) > limit + 3;
+        const bool is_deep = !is_far && std::fabs(*top) <= std::fabs(*dip);
+        refused_by_dip += is_deep;
+        if (!is_far && !is_deep) {
+            // The floor is subtracted up to its own place only.
+            const float floor = *dip;
+            for (auto value = c.begin(); value <= dip; ++value)
+                *value -= floor;
+            const float confidence = *top / (std::accumulate(c.begin(), c.end(), 0.0f) / 256);
+            close += std::fabs(confidence - 1.4f) < 0.2f;
+            refused_by_mean += double{confidence} < 1.4;
+            if (double{confidence} >= 1.4) {
+                ++accepted;
+                at_the_ends += peak % 255 == 0;
+                expected_delay = lag;
+                std::srand(static_cast<unsigned>(frame));
+                const float r = static_cast<float>((std::rand() % 20) / 100.0 + 0.7);
+                const float after = c[(peak + 1) % 256], before = c[(peak + 255) % 256]; // circular
+                expected_vote =
+                    static_cast<float>(lag) + r * (after - before) / (2 * c[peak] - after - before);
+            }
         }
-        // The floor is subtracted up to its own place only.
-        const float floor = *dip;
-        for (auto value = c.begin(); value <= dip; ++value)
-            *value -= floor;
+        EXPECT_EQ(delay, expected_delay);
         EXPECT_EQ(std::memcmp(ssl->correlation, c.data(), sizeof ssl->correlation), 0);
-        float sum = 0;
-        for (const float value : c)
-            sum += value;
-        const float confidence = *top / (sum / 256.0f);
-        close += std::fabs(confidence - 1.4f) < 0.2f;
-        if (double{confidence} < 1.4) {
-            ++refused_by_mean;
-            EXPECT_EQ(delay, -32768);
-            EXPECT_EQ(ssl->vote_count[0][9], 1);
-            continue;
-        }
-        ++accepted;
-        EXPECT_EQ(delay, lag);
-        std::srand(seed);
-        const float r = static_cast<float>((std::rand() % 20) / 100.0 + 0.7);
-        const size_t peak = static_cast<size_t>(top - c.begin());
-        float expected = static_cast<float>(lag);
-        const float after = c[(peak + 1) % 256], before = c[(peak + 255) % 256]; // circular
-        expected += r * (after - before) / (2 * c[peak] - after - before);
-        at_the_ends += peak % 255 == 0;
-        float total = 0;
-        for (const float sum_of_bin : ssl->vote_delay_sum[0])
-            total += sum_of_bin;
-        EXPECT_EQ(total, expected);
+        EXPECT_EQ(ssl->vote_count[0][9], delay == -32768 ? 1 : 0);
+        const auto &votes = ssl->vote_delay_sum[0];
+        EXPECT_EQ(std::accumulate(std::begin(votes), std::end(votes), 0.0f), expected_vote);
     }
     EXPECT_GT(accepted, 500);
     EXPECT_GT(refused_by_mean + refused_by_dip, 20);
