@@ -11,6 +11,23 @@ import time
 PATIENCE = 60  # seconds, also on a busy machine under an emulator
 
 
+def wait_until(condition, state=lambda: None):
+    """What `condition` gives as soon as it is true; `state` tells why it never was."""
+    end = time.monotonic() + PATIENCE
+    while not (found := condition()):
+        assert time.monotonic() < end, state()
+        time.sleep(0.02)
+    return found
+
+
+def run_tests(names, *arguments):
+    for name, test in list(names.items()):
+        if name.startswith("test_"):
+            begun = time.monotonic()
+            test(*arguments)
+            print(f"{name}: {time.monotonic() - begun:.1f} s", flush=True)
+
+
 def contents(file):
     """Opens the file again, because reading `file` would move the position of the tool."""
     return pathlib.Path(f"/proc/self/fd/{file.fileno()}").read_text()
@@ -25,11 +42,15 @@ class Served:
         self.process = subprocess.Popen(
             [tool, *arguments.split(), f"--serve={address}"], cwd=folder, stdin=stdin,
             stdout=self.out, stderr=self.err, env=environment)
-        end = time.monotonic() + PATIENCE
-        while not (found := re.search(r"http://(.*):(\d+)/", self.said())):
-            assert self.process.poll() is None and time.monotonic() < end, self.said()
-            time.sleep(0.01)
-        self.url, self.port = found[0], int(found[2])
+        found = wait_until(lambda: re.search(r"http://.*:(\d+)/", self.said())
+                           or self.process.poll() is not None, self.said)
+        assert found is not True, self.said()
+        self.url, self.port = found[0], int(found[1])
+
+    def feed(self, samples):
+        """As fast as the tool takes them."""
+        self.process.stdin.write(samples)
+        self.process.stdin.flush()
 
     def said(self):
         return contents(self.err)
