@@ -16,27 +16,24 @@ import wave
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 
-from serving import PATIENCE, Served
+from serving import Served, run_tests, wait_until
 
 TOOL = os.path.abspath(sys.argv[1])
 PICTURE = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
 FOLDER = tempfile.TemporaryDirectory()
+PIPED = "track - --raw -s 5.8cm"
 WIDTHS = (320, 390, 820, 1280)  # pixels: small and usual phones, a tablet, a computer
 RATE = 16000
 
 
-def browser():
-    options = webdriver.ChromeOptions()
-    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-dev-shm-usage",
-                     "--hide-scrollbars", "--force-device-scale-factor=1"):
-        options.add_argument(argument)
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    return webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-
-
 class Page:
-    def __init__(self, driver):
-        self.driver = driver
+    def __init__(self):
+        options = webdriver.ChromeOptions()
+        for argument in ("headless=new", "no-sandbox", "disable-gpu", "disable-dev-shm-usage",
+                         "hide-scrollbars", "force-device-scale-factor=1"):
+            options.add_argument("--" + argument)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
 
     def text(self, element):
         return self.run(f"return document.getElementById('{element}').textContent")
@@ -45,11 +42,7 @@ class Page:
         return self.driver.execute_script(script)
 
     def wait_for(self, what, condition):
-        end = time.monotonic() + PATIENCE / 3
-        while not (found := condition()):
-            assert time.monotonic() < end, (what, self.text("angle"), self.text("state"))
-            time.sleep(0.05)
-        return found
+        return wait_until(condition, lambda: (what, self.text("angle"), self.text("state")))
 
     def angle(self):
         """The angle shown as the large figure; None for words."""
@@ -60,19 +53,16 @@ class Page:
         found = self.angle()
         return found is not None and abs(found - angle) <= tolerance
 
-    def tip(self):
-        """The place of the needle's end on the screen, relative to the middle between the
+    def tip_is_at(self, across, up):
+        """Whether the needle's end is there on the screen, relative to the middle between the
         microphones, in radii: to the right and up."""
-        return self.run("""
+        tip = self.run("""
             const middle = id => { const box = id.getBoundingClientRect();
                 return [box.x + box.width / 2, box.y + box.height / 2]; };
             const [one, two] = [...document.querySelectorAll(".microphone")].map(middle);
             const [x, y] = middle(document.querySelector("#needle circle"));
             const base = document.querySelector(".rim").getBoundingClientRect();
             return [(x - (one[0] + two[0]) / 2) / base.width * 2, (one[1] - y) / base.height];""")
-
-    def tip_is_at(self, across, up):
-        tip = self.tip()
         return max(abs(tip[0] - across), abs(tip[1] - up)) < 0.08
 
     def has_drawn(self, angle, across, up):
@@ -99,27 +89,24 @@ class Page:
         return [entry["message"] for entry in self.driver.get_log("browser")]
 
 
-def make_scene(name, parts):
-    """A scene of pairs of angle and seconds: noise from the angle, or silence for None."""
+def sound(*parts):
+    """Samples of pairs of angle and seconds: noise from the angle, or silence for None."""
     samples = b""
     for angle, seconds in parts:
         if angle is None:
             samples += bytes(4 * RATE * seconds)
             continue
         walk = f"--walk={angle[0]},{angle[1]}" if isinstance(angle, tuple) else f"--angle={angle}"
-        path = pathlib.Path(FOLDER.name, "part.wav")
-        subprocess.run([TOOL, "simulate", walk, "-s", "5.8cm", "-d", str(seconds), "-o", path],
-                       check=True, stderr=subprocess.DEVNULL)
-        with wave.open(str(path)) as part:
-            samples += part.readframes(part.getnframes())
-    with wave.open(os.path.join(FOLDER.name, name), "wb") as scene:
-        scene.setparams((2, 2, RATE, 0, "NONE", ""))
-        scene.writeframes(samples)
+        subprocess.run([TOOL, "simulate", walk, "-s", "5.8cm", "-d", str(seconds), "-o", "x.wav"],
+                       check=True, cwd=FOLDER.name, stderr=subprocess.DEVNULL)
+        samples += pathlib.Path(FOLDER.name, "x.wav").read_bytes()[44:]  # without the header
     return samples
 
 
 def test_needle_pauses_end_and_new_start(page):
-    make_scene("scene.wav", ((60, 5), (-45, 5), (None, 3)))
+    with wave.open(os.path.join(FOLDER.name, "scene.wav"), "wb") as scene:
+        scene.setparams((2, 2, RATE, 0, "NONE", ""))
+        scene.writeframes(sound((60, 5), (-45, 5), (None, 3)))
     with Served(TOOL, "track scene.wav -s 5.8cm", FOLDER.name) as served:
         page.driver.get(served.url)
         for angle, side, across, up in ((60, "0", -0.87, 0.5), (-45, "1", 0.71, 0.71)):
@@ -153,16 +140,12 @@ def test_needle_pauses_end_and_new_start(page):
 
 
 def test_fault_and_no_place(page):
-    subprocess.run([TOOL, "simulate", "-a", "0", "-s", "5.8cm", "-d", "2", "-o", "fault.wav"],
-                   check=True, cwd=FOLDER.name, stderr=subprocess.DEVNULL)
-    with wave.open(os.path.join(FOLDER.name, "fault.wav")) as whole:
-        samples = whole.readframes(whole.getnframes())
+    samples = sound((0, 12))
     one_sided = b"".join(samples[at:at + 2] * 2 for at in range(0, len(samples), 4))
-    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
+    with Served(TOOL, PIPED, FOLDER.name, stdin=subprocess.PIPE) as served:
         page.driver.get(served.url)
         assert not page.run("return document.getElementById('faults').checkVisibility()")
-        served.process.stdin.write(one_sided * 6)
-        served.process.stdin.flush()
+        served.feed(one_sided)
         fault = page.wait_for("fault", lambda: page.text("faults"))
         assert "⚠ identical channels: " in fault and "What to do: record two" in fault, fault
         assert page.run("return document.getElementById('faults').checkVisibility()")
@@ -180,12 +163,10 @@ def contrast(one, other):
 
 
 def test_every_screen(page):
-    samples = make_scene("walk.wav", (((-80, -10), 12), (None, 2), ((0, 35), 8), (None, 1),
-                                      (20, 6), ((20, -60), 9), (None, 3), ((-50, 70), 15),
-                                      ((-30, 33), 6)))
-    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
-        served.process.stdin.write(samples)
-        served.process.stdin.flush()
+    walk = sound(((-80, -10), 12), (None, 2), ((0, 35), 8), (None, 1), (20, 6), ((20, -60), 9),
+                 (None, 3), ((-50, 70), 15), ((-30, 33), 6))
+    with Served(TOOL, PIPED, FOLDER.name, stdin=subprocess.PIPE) as served:
+        served.feed(walk)
         page.resize(1000, 560)
         page.driver.get(served.url)
         page.wait_for("last angle", lambda: page.is_near(32, 7))
@@ -200,10 +181,10 @@ def test_every_screen(page):
                 assert min(contrast(text, ground) for ground in paint[:2]) >= 4.5, (scheme, paint)
             assert (contrast(paint[0], "0, 0, 0") < 2) == (scheme == "dark"), paint
             picture = page.driver.get_screenshot_as_png()
-            if PICTURE:
-                pathlib.Path(PICTURE.replace(".png", "-dark.png" if scheme == "dark" else ".png")
-                             ).write_bytes(picture)
             assert len(picture) < 100000, len(picture)
+            if PICTURE:
+                name = PICTURE if scheme == "light" else PICTURE.replace(".png", "-dark.png")
+                pathlib.Path(name).write_bytes(picture)
         for width in WIDTHS:
             page.resize(width, 800)
             wide = page.run("return document.documentElement.scrollWidth")
@@ -217,12 +198,8 @@ def test_every_screen(page):
 
 
 if __name__ == "__main__":
-    driver = browser()
+    page = Page()
     try:
-        for name, test in list(globals().items()):
-            if name.startswith("test_"):
-                begun = time.monotonic()
-                test(Page(driver))
-                print(f"{name}: {time.monotonic() - begun:.1f} s", flush=True)
+        run_tests(globals(), page)
     finally:
-        driver.quit()
+        page.driver.quit()
