@@ -66,17 +66,6 @@ SYNC_FILE_RANGE = 277
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
 
-def environment(folder, **more):
-    return {
-        "PATH": os.environ["PATH"],
-        "LC_ALL": "C.UTF-8",
-        "ALSA_CONFIG_PATH": folder + "/alsa.conf",
-        "LD_PRELOAD": library,
-        "FAIL_REPORT": "report",
-        **more,
-    }
-
-
 class Run:
     """One run in a folder with old outputs, and what is there afterwards."""
 
@@ -88,53 +77,62 @@ class Run:
         pathlib.Path(folder, "report").unlink(missing_ok=True)
         before = set(os.listdir(folder)) | {"report"}
         feed = open(os.path.join(folder, source), "rb").read() if source else b""
-        process = subprocess.Popen(
-            [tool, *arguments.split()],
-            cwd=folder,
-            env=environment(folder, **fault),
-            stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.PIPE,
-            preexec_fn=limit and (lambda: resource.setrlimit(*limit)),
-        )
+        variables = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "LD_PRELOAD": library,
+                     "ALSA_CONFIG_PATH": folder + "/alsa.conf", "FAIL_REPORT": "report"}
+        process = subprocess.Popen([tool, *arguments.split()], cwd=folder,
+                                   env=variables | fault, stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   preexec_fn=limit and (lambda: resource.setrlimit(*limit)))
         try:
-            while drips and feed:
-                os.write(process.stdin.fileno(), feed[:1])
-                feed = feed[1:]
-            self.out, self.err = process.communicate(feed, timeout=20)
+            for at in range(len(feed) if drips else 0):
+                os.write(process.stdin.fileno(), feed[at:at + 1])
+            self.out, self.err = process.communicate(b"" if drips else feed, timeout=20)
         except subprocess.TimeoutExpired:
             process.kill()
             self.out, self.err = process.communicate()
             self.err += b"(the run never ends)"
         self.status = process.returncode
         self.fault = fault.get("FAIL_CALL")
-        paths = [pathlib.Path(folder, output) for output in outputs]
-        self.files = [path.read_bytes() if path.exists() else None for path in paths]
-        self.extra = set(os.listdir(folder)) - before
+        found = {path.name: path.read_bytes() for path in pathlib.Path(folder).iterdir()}
+        self.files = [found.get(output) for output in outputs]
+        self.are_old = self.files == [OLD] * len(outputs)
+        self.extra = found.keys() - before
         for name in self.extra:
             os.unlink(os.path.join(folder, name))
-        report = pathlib.Path(folder, "report")
-        text = report.read_text() if report.exists() else ""
-        numbers, self.place = text.split()[:3] or (0, 0, -1), "".join(text.split()[3:])
-        self.calls, self.descriptors, self.call = map(int, numbers)
+        words = (found.get("report") or b"0 0 -1").decode().split()
+        self.calls, self.descriptors, self.call = map(int, words[:3])
+        self.place = "".join(words[3:])
 
 
 def is_growing(case):  # output of live sound has the time of day, and is valid in parts
     return case[0] in ("live", "recording")
 
 
-def limited(folder, case):
-    """Runs with few descriptors, small files, a clock that is set back, and a slow pipe."""
-    yield "no limit", Run(folder, case)
+def runs_of(folder, case):
+    """For every fault its name, the run, a run without it, and the signal that was sent."""
+    clean = Run(folder, case)
     for most in range(4, 16):
-        yield f"{most} descriptors", Run(folder, case, (resource.RLIMIT_NOFILE, (most, most)))
+        run = Run(folder, case, (resource.RLIMIT_NOFILE, (most, most)))
+        yield f"{most} descriptors", run, clean, 0
     for most in (0, 1, 50, 300, 1000):
-        yield f"files of {most} bytes", Run(folder, case, (resource.RLIMIT_FSIZE, (most, most)),
-                                            FAIL_REPORT="")  # fmt: skip
+        run = Run(folder, case, (resource.RLIMIT_FSIZE, (most, most)), FAIL_REPORT="")
+        yield f"files of {most} bytes", run, clean, 0
     for n in (1, 2, 5) if is_growing(case) else ():
-        yield f"clock set back at reading {n}", Run(folder, case, FAIL_CALL="clock", FAIL_AT=str(n))
+        run = Run(folder, case, FAIL_CALL="clock", FAIL_AT=str(n))
+        yield f"clock set back at reading {n}", run, clean, 0
     if case[3]:
-        yield "slow pipe", Run(folder, case, drips=True)
+        yield "slow pipe", Run(folder, case, drips=True), clean, 0
+    kinds = [("malloc", errno.ENOMEM, 0), ("json", errno.ENOMEM, 0), ("sys", errno.EIO, 0)]
+    kinds += [(f"sys:{number}", error, 0) for number, errors in CALLS.values() for error in errors]
+    kinds += [("sys", 0, sent) for sent in SIGNALS]
+    for call, error, sent in kinds:
+        fault = {"FAIL_CALL": call, "FAIL_ERRNO": str(error), "FAIL_SIGNAL": str(int(sent))}
+        clean = Run(folder, case, FAIL_AT="0", **fault)
+        assert clean.status == 0 and not clean.extra, (case, clean.status, clean.err)
+        for n in chosen(clean.calls):
+            run = Run(folder, case, FAIL_AT=str(n), **fault)
+            what = os.strerror(error) if error else sent.name
+            yield f"{call} {n} of {clean.calls}: {what} in call {run.call}", run, clean, sent
 
 
 def is_part(out, case, whole):
@@ -154,15 +152,15 @@ def fault_of(run, clean, case, sent):
         return f"leaves {run.extra}"
     if run.status >= 0 and run.descriptors > clean.descriptors:
         return f"leaves {run.descriptors - clean.descriptors} descriptors open"
-    if sent and run.status == -sent and (run.files == [OLD] * len(run.files)):
+    if sent and run.status == -sent and run.are_old:
         return None  # too early or too late for a handler
     if sent and run.status == INTERRUPTED:
-        return None if run.files == [OLD] * len(run.files) else "is neither old nor new"
+        return None if run.are_old else "is neither old nor new"
     each_is_whole = all(file in (OLD, new) for file, new in zip(run.files, clean.files))
     if run.status == clean.status:
         if is_growing(case):  # ends early after a signal
-            return None if sent or [len(file) for file in run.files] == [
-                len(file) for file in clean.files] else "lacks lines"  # fmt: skip
+            is_whole = sent or [*map(len, run.files)] == [*map(len, clean.files)]
+            return None if is_whole else "lacks lines"
         return None if (run.files, run.out) == (clean.files, clean.out) else "has other output"
     if run.status != 1 or (sent and b"was ended by signal" not in run.err):
         return "ends so"
@@ -170,7 +168,7 @@ def fault_of(run, clean, case, sent):
         return "has no message"
     if is_growing(case):
         return None
-    if run.files != [OLD] * len(run.files) and not (run.call == RENAME and each_is_whole):
+    if not run.are_old and not (run.call == RENAME and each_is_whole):
         return "is half-written"
     return None if is_part(run.out, case, clean.out) else "prints something else"
 
@@ -181,13 +179,9 @@ def chosen(count):
 
 
 def set_up(folder):
-    def make(*arguments):
-        subprocess.run([tool, "simulate", "-s", "5", "--no-truth", *arguments], cwd=folder,
-                       check=True, stderr=subprocess.DEVNULL)  # fmt: skip
-
-    make("-a", "30", "-d", "0.1", "-o", "x.wav")
-    make("-a", "30", "-d", "0.1", "-o", "x.flac")
-    make("-a", "30", "-d", "1", "-o", "second.wav")
+    for name, seconds in (("x.wav", 0.1), ("x.flac", 0.1), ("second.wav", 1)):
+        scene = f"simulate -s 5 --no-truth -a 30 -d {seconds} -o {name}"
+        subprocess.run([tool, *scene.split()], cwd=folder, check=True, stderr=subprocess.DEVNULL)
     wav = bytearray(pathlib.Path(folder, "x.wav").read_bytes())
     wav[24:28] = (44100).to_bytes(4, "little")
     pathlib.Path(folder, "44100.wav").write_bytes(wav)
@@ -196,73 +190,49 @@ def set_up(folder):
 
 
 def sweep(case):
-    """All faults of one command: the number of runs, those that ended wrongly, and how the others
-    ended."""
-    runs = 0
+    """All faults of one command: those that ended wrongly, and how the others ended."""
     found = []
     ends = collections.Counter()
     with tempfile.TemporaryDirectory() as folder:
         set_up(folder)
-        kinds = [("malloc", "malloc", errno.ENOMEM, 0), ("member of JSON", "json", errno.ENOMEM, 0),
-                 ("any call", "sys", errno.EIO, 0)]  # fmt: skip
-        kinds += [(name, f"sys:{number}", error, 0)
-                  for name, (number, errors) in CALLS.items() for error in errors]  # fmt: skip
-        kinds += [(sent.name, "sys", 0, sent) for sent in SIGNALS]
-        runs_with_limits = limited(folder, case)
-        _, clean = next(runs_with_limits)
-        for name, run in runs_with_limits:
-            runs += 1
-            ends[run.status, run.err.strip().splitlines()[-1][:150] if run.err else b""] += 1
-            wrong = fault_of(run, clean, case, 0)
-            if wrong:
+        for name, run, clean, sent in runs_of(folder, case):
+            ends[run.status, run.err.strip().split(b"\n")[-1][:150]] += 1
+            wrong = fault_of(run, clean, case, sent)
+            if wrong == CRASH_OF_OTHERS:
+                ends[wrong] += 1
+            elif wrong:
                 found.append(f"{case[0]}: {name}: {wrong}: status {run.status}, {run.err[-300:]}")
-        for name, call, error, sent in kinds:
-            fault = {"FAIL_CALL": call, "FAIL_ERRNO": str(error), "FAIL_SIGNAL": str(int(sent))}
-            clean = Run(folder, case, FAIL_AT="0", **fault)
-            if clean.status == 77:
-                return None
-            assert clean.status == 0 and not clean.extra, (case, clean.status, clean.err)
-            for n in chosen(clean.calls):
-                run = Run(folder, case, FAIL_AT=str(n), **fault)
-                runs += 1
-                ends[run.status, run.err.strip().splitlines()[-1][:150] if run.err else b""] += 1
-                wrong = fault_of(run, clean, case, sent)
-                if wrong == CRASH_OF_OTHERS:
-                    ends[wrong] += 1
-                elif wrong:
-                    found.append(f"{case[0]}: {name} {n} of {clean.calls} "
-                                 f"({os.strerror(error) if error else sent.name}, system call "
-                                 f"{run.call}): {wrong}: status {run.status}, {run.err[-300:]}")  # fmt: skip
-    return runs, found, ends
+    return found, ends
 
 
 def times_written_out():
-    """Faults of a recording of 3.5 s, which is written to the disk every second."""
+    """Faults of a recording of 3.5 s, which is written to the disk every second; None where system
+    calls cannot be trapped."""
     with tempfile.TemporaryDirectory() as folder:
         set_up(folder)
         case = ("", "live -D x -s 5 -d 3.5 -q --record r.wav", "r.wav", None)
-        return Run(folder, case, FAIL_CALL=f"sys:{SYNC_FILE_RANGE}", FAIL_AT="0").calls
+        run = Run(folder, case, FAIL_CALL=f"sys:{SYNC_FILE_RANGE}", FAIL_AT="0")
+        return None if run.status == 77 else run.calls
 
 
 def main():
-    with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        results = list(pool.map(sweep, CASES))
-    if None in results:
+    times = times_written_out()
+    if times is None:
         print("LEFT OUT: system calls cannot be trapped here")
         return 77
-    assert times_written_out() == 3
-    ends = collections.Counter()
-    for _, found, of_case in results:
-        ends.update(of_case)
-        print(*found, sep="\n", end="\n" if found else "")
+    assert times == 3
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        results = list(pool.map(sweep, CASES))
+    found = [fault for faults, _ in results for fault in faults]
+    ends = sum((of_case for _, of_case in results), collections.Counter())
     crashes = ends.pop(CRASH_OF_OTHERS, 0)
+    print(*found, sep="\n", end="\n" if found else "")
     if "--show" in options:
         for (status, text), count in sorted(ends.items()):
             print(f"{count:6d}  {status:4d}  {text.decode(errors='replace')}")
-    faults = sum(len(found) for _, found, _ in results)
-    print(f"{sum(runs for runs, _, _ in results)} runs with one fault each, {faults} ended wrongly;",
+    print(f"{sum(ends.values())} runs with one fault each, {len(found)} ended wrongly;",
           f"{crashes} crashes in other libraries without memory")
-    return 1 if faults else 0
+    return 1 if found else 0
 
 
 sys.exit(main())

@@ -4,7 +4,8 @@
 
 Above each block of the page a comment names the programs that it needs and how it is judged: its
 output is that of `ezossl track talk.wav` in the format named, or what the page shows below it. What
-a recipe captures begins anywhere in the walk of talk.wav: its angles rise. A recipe whose programs are missing is printed as LEFT OUT; the exit status is 77 if all are.
+a recipe captures begins anywhere in the walk of talk.wav: its angles rise. A recipe whose programs
+are missing is printed as LEFT OUT; the exit status is 77 if all are.
 """
 
 import contextlib
@@ -16,14 +17,14 @@ import socket
 import subprocess
 import sys
 import tempfile
-import time
+
+from serving import wait_until
 
 TOOL = os.path.realpath(sys.argv[1])
 PAGE = pathlib.Path(__file__).resolve().parent.parent / "docs" / "recipes.md"
 RECIPE = re.compile(
     r"<!-- recipe needs([^>]*) -->\n```(?:sh|ini)\n(.*?)```\n(?:```text\n(.*?)```\n)?", re.S
 )
-JUDGED = {"table", "jsonl", "unit", "pipewire"}
 
 
 def shell(command, **more):
@@ -47,23 +48,19 @@ def broker():
     os.environ["XDG_CONFIG_HOME"] = os.getcwd()
     server = subprocess.Popen(["mosquitto", "-c", "mosquitto.conf"], stderr=subprocess.DEVNULL)
     try:
-        for _ in range(500):
-            with socket.socket() as probe:
-                if probe.connect_ex(("127.0.0.1", port)) == 0:
-                    break
-            time.sleep(0.02)
+        wait_until(lambda: not socket.socket().connect_ex(("127.0.0.1", port)))
         yield
     finally:
         server.terminate()
         server.wait()
 
 
-def by_mqtt(command):
+def by_mqtt(command, _):
     expected = tracked("jsonl")
+    subscribe = "stdbuf -oL mosquitto_sub -h localhost -t home/sound -d -W 30 -C"
     with broker():
-        subscriber = subprocess.Popen(
-            ["stdbuf", "-oL", "mosquitto_sub", "-h", "localhost", "-t", "home/sound", "-d", "-F", "> %p", "-W", "30", "-C",
-             str(expected.count("\n"))], stdout=subprocess.PIPE, text=True)
+        subscriber = subprocess.Popen([*subscribe.split(), str(expected.count("\n")), "-F", "> %p"],
+                                      stdout=subprocess.PIPE, text=True)
         lines = iter(subscriber.stdout.readline, "")
         next(line for line in lines if "SUBACK" in line or line.startswith("Subscribed"))
         shell(command)
@@ -84,7 +81,7 @@ wait_for 'pw-link pw-play:output_FR mic:input_FR'
 """
 
 
-def by_pipewire(command):
+def by_pipewire(command, _):
     for name in ("HOME", "XDG_RUNTIME_DIR"):
         os.environ[name] = os.getcwd()
     ending = f"{command}[ $? = 124 ]; kill $(jobs -p)"  # timeout ended it
@@ -96,7 +93,7 @@ def by_pipewire(command):
     return len(angles) >= 20 and angles[-1] - angles[0] > 50 or done.stdout, True
 
 
-def verify_unit(unit):
+def verify_unit(unit, _):
     """The complaints of systemd about it, except that the program is not installed here."""
     pathlib.Path("ezossl.service").write_text(unit)
     done = subprocess.run(["systemd-analyze", "verify", "./ezossl.service"], text=True,
@@ -110,24 +107,14 @@ def verify_unit(unit):
     return "\n".join(said), ""
 
 
-def judge(kind, command, shown):
-    if kind == "unit":
-        return verify_unit(command)
-    if kind == "jsonl":
-        return by_mqtt(command)
-    if kind == "pipewire":
-        return by_pipewire(command)
-    found = shell(command)
-    return found, tracked(kind) if kind else shown or ""
-
-
-def missing(kind, programs):
-    absent = [program for program in programs if shutil.which(program) is None]
-    if kind == "jsonl" and shutil.which("mosquitto", path=os.environ["PATH"] + ":/usr/sbin") is None:
-        absent.append("mosquitto")
-    if kind == "pipewire":
-        absent += [name for name in ("wireplumber", "dbus-run-session") if not shutil.which(name)]
-    return absent
+# Which function judges a recipe of a kind, and the programs that it needs itself.
+JUDGES = {
+    "": (lambda command, shown: (shell(command), shown), []),
+    "table": (lambda command, _: (shell(command), tracked("table")), []),
+    "jsonl": (by_mqtt, ["mosquitto"]),
+    "unit": (verify_unit, []),
+    "pipewire": (by_pipewire, ["wireplumber", "dbus-run-session"]),
+}
 
 
 def main():
@@ -140,14 +127,15 @@ def main():
         os.environ["PATH"] = folder + ":" + os.environ["PATH"] + ":/usr/sbin"
         for needs, command, shown in recipes:
             words = needs.split()
-            kind = next((word for word in words if word in JUDGED), "")
-            programs = [word for word in words if word not in JUDGED]
-            absent = missing(kind, programs)
+            kind = next((word for word in words if word in JUDGES), "")
+            judge, programs = JUDGES[kind]
+            programs = programs + [word for word in words if word != kind]
+            absent = [program for program in programs if shutil.which(program) is None]
             if absent:
                 print(f"LEFT OUT without {', '.join(absent)}: {command.splitlines()[0]}")
                 continue
             try:
-                found, expected = judge(kind, command, shown)
+                found, expected = judge(command, shown)
             except subprocess.SubprocessError as error:
                 found, expected = str(error), "success"
             if found is None:
