@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""mutate.py [--sample N] [--seed S] [--list] [-v] FILE|FOLDER... - do the tests notice single faults?
+"""mutate.py [--sample N] [--seed S] [--list] [-v] FILE|FOLDER... - do the tests notice faults?
 
 Copies the tree to build/mutants, puts one fault at a time into a source file there, builds what
 changed, and runs the relevant tests until one fails. Prints each fault that no test noticed, and
@@ -9,21 +9,20 @@ original tree is not changed.
 """
 
 import argparse
+import collections
 import os
 import pathlib
 import random
 import re
-import resource
 import shutil
-import signal
 import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 COPY = ROOT / "build/mutants/tree"
 BUILD = ROOT / "build/mutants/build"
-SECONDS = 300  # limit for a command, which a fault may make endless
-LIMITS = {resource.RLIMIT_CPU: 120, resource.RLIMIT_FSIZE: 2**34, resource.RLIMIT_AS: 2**33}
+# A fault may make a test endless.
+LIMITED = f"timeout -s KILL 300 prlimit --cpu=120 --fsize={2**34} --as={2**33}".split()
 
 # For each folder the targets to build and the commands that test it, quick ones first. The first
 # folder that matches counts.
@@ -42,28 +41,29 @@ SUITES = {
          [[*TESTS, f"--gtest_filter={LIBRARY}"], [*CTEST, "^(RealTime|HeaderExample)"]]),
 }  # fmt: skip
 
-# Name, pattern, replacement. Only the last applies inside strings and comments.
-OPERATORS = [
-    ("bound", r" < ", " <= "), ("bound", r" <= ", " < "),
-    ("bound", r" > ", " >= "), ("bound", r" >= ", " > "),
-    ("relation", r" == ", " != "), ("relation", r" != ", " == "),
-    ("relation", r" < ", " >= "), ("relation", r" > ", " <= "),
-    ("logic", r" && ", " || "), ("logic", r" \|\| ", " && "), ("logic", r"!(?=\w)", ""),
-    ("arithmetic", r" \+ ", " - "), ("arithmetic", r" - ", " + "),
-    ("arithmetic", r" \* (?=\w)", " / "), ("arithmetic", r" / ", " * "), ("arithmetic", r" % ", " / "),
-    ("arithmetic", r"\+=", "-="), ("arithmetic", r"-=", "+="),
-    ("arithmetic", r"\bstd::min\b", "std::max"), ("arithmetic", r"\bstd::max\b", "std::min"),
-    ("number", r"(?<![\w.])(\d+)(?=[,;)\]\s}])", lambda m: str(int(m[1]) + 1)),
-    ("number", r"(?<![\w.])([1-9]\d*)(?=[,;)\]\s}])", lambda m: str(int(m[1]) - 1)),
-    ("number", r"(?<![\w.])(\d+\.\d+)(?=f?\b)", lambda m: str(float(m[1]) * 1.1 or 1.0)),
-    ("truth", r"\btrue\b", "false"), ("truth", r"\bfalse\b", "true"),
-    ("condition", r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (!(\2))"),
-    ("condition", r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (false)"),
-    ("statement", r"^(\s+)(?!return|throw|const |constexpr |static |case |using |break|default)"
-                  r"[\w:>.\[\]*()-]+( [+\-*/|&]?= |\(|\+\+|\.).*;$", r"\1;"),
-    ("statement", r"^(\s+)return;$", r"\1;"),
-    ("text", r'(?<!include )"(?=[^"]*\w)', r'"~'),
+# Each is replaced by the other.
+PAIRS = [
+    (" < ", " <= "), (" > ", " >= "), (" == ", " != "), (" < ", " >= "), (" > ", " <= "),
+    (" && ", " || "), (" + ", " - "), (" * ", " / "), ("+=", "-="), ("std::min", "std::max"),
+    ("true", "false"),
 ]  # fmt: skip
+
+# Pattern and replacement. Only the last applies inside strings and comments.
+OPERATORS = [(rf"(?<!\w){re.escape(old)}(?!\w)" if old[0].isalpha() else re.escape(old), new)
+             for pair in PAIRS for old, new in (pair, pair[::-1])]  # fmt: skip
+OPERATORS += [
+    (r"!(?=\w)", ""), (r" % ", " / "),
+    (r"(?<![\w.])(\d+)(?=[,;)\]\s}])", lambda m: str(int(m[1]) + 1)),
+    (r"(?<![\w.])([1-9]\d*)(?=[,;)\]\s}])", lambda m: str(int(m[1]) - 1)),
+    (r"(?<![\w.])(\d+\.\d+)(?=f?\b)", lambda m: str(float(m[1]) * 1.1 or 1.0)),
+    (r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (!(\2))"),
+    (r"\b(if|while) \((.*)\)(?= \{$|$)", r"\1 (false)"),
+    (r"^(\s+)(?!return|throw|const |constexpr |static |case |using |break|default)"
+     r"[\w:>.\[\]*()-]+( [+\-*/|&]?= |\(|\+\+|\.).*;$", r"\1;"),
+    (r"^(\s+)return;$", r"\1;"),
+    (r'(?<!include )"(?=[^"]*\w)', r'"~'),
+]  # fmt: skip
+TEXT = OPERATORS[-1][0]
 
 
 def masked(line):
@@ -73,7 +73,7 @@ def masked(line):
 
 
 def faults_of(path):
-    """Line number, operator, line before, line after."""
+    """Line number, line before, line after."""
     inside_comment = False
     for number, line in enumerate((ROOT / path).read_text().split("\n")):
         inside_comment = inside_comment or line.lstrip().startswith("/*")
@@ -82,55 +82,35 @@ def faults_of(path):
         if skipped:
             continue
         plain = masked(line)
-        for name, pattern, replacement in OPERATORS:
-            for place in re.finditer(pattern, line if name == "text" else plain):
-                if name == "text" and line[: place.start()].count('"') % 2 or \
-                        "//" in plain[: place.start()] or plain[place.start()] == " " and \
-                        line[place.start()] != " ":
-                    continue  # fmt: skip
+        end = len(plain.rstrip()) if "//" in line else len(line)  # of the code
+        for pattern, replacement in OPERATORS:
+            for place in re.finditer(pattern, line if pattern == TEXT else plain):
                 match = re.compile(pattern).match(line, place.start())
-                if match:
-                    changed = line[: match.start()] + match.expand(replacement) \
-                        if isinstance(replacement, str) else line[: match.start()] + replacement(match)
-                    yield number, name, line, changed + line[match.end():]
+                closes = pattern == TEXT and line[: place.start()].count('"') % 2
+                if match and not closes and place.start() < end:
+                    changed = replacement(match) if callable(replacement) \
+                        else match.expand(replacement)
+                    yield number, line, line[: match.start()] + changed + line[match.end():]
 
 
-def sources(names):
-    """The source files of the program among the files and folders."""
-    listed = subprocess.run(["git", "ls-files", "--", *names], cwd=ROOT, check=True,
-                            stdout=subprocess.PIPE, text=True).stdout.split("\n")  # fmt: skip
-    return [name for name in listed if name.endswith((".cpp", ".c", ".h"))]
+def tracked(*names):
+    """The files among the files and folders that git knows."""
+    return subprocess.run(["git", "ls-files", "--", *names], cwd=ROOT, check=True, text=True,
+                          stdout=subprocess.PIPE).stdout.splitlines()  # fmt: skip
 
 
 def copy_tree():
     """Copies the files that git tracks, as they are now; unchanged files keep their time."""
-    listed = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, stdout=subprocess.PIPE,
-                            text=True).stdout.split("\n")  # fmt: skip
-    for name in filter(None, listed):
+    for name in tracked():
         source, target = ROOT / name, COPY / name
         if not target.exists() or target.read_bytes() != source.read_bytes():
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, target)
 
 
-def limited():
-    for kind, most in LIMITS.items():
-        resource.setrlimit(kind, (most, most))
-
-
-def succeeds(*command, limit=None, seconds=None):
-    process = subprocess.Popen(command, cwd=COPY, stdout=subprocess.DEVNULL,
-                               stderr=subprocess.DEVNULL, start_new_session=True,
-                               preexec_fn=limit)  # fmt: skip
-    try:
-        return process.wait(seconds) == 0
-    except subprocess.TimeoutExpired:
-        return False
-    finally:
-        try:
-            os.killpg(process.pid, signal.SIGKILL)  # what a test that timed out has left
-        except ProcessLookupError:
-            pass
+def succeeds(*command):
+    return subprocess.run(command, cwd=COPY, stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL).returncode == 0  # fmt: skip
 
 
 def builds(targets):
@@ -138,12 +118,12 @@ def builds(targets):
 
 
 def passes(tests):
-    return all(succeeds(*command, limit=limited, seconds=SECONDS) for command in tests)
+    return all(succeeds(*LIMITED, *command) for command in tests)
 
 
 def outcome(path, fault, suite):
     """The fate of one fault: noticed, survived, or not compiled. Restores the copy afterwards."""
-    number, _, before, after = fault
+    number, before, after = fault
     targets, tests = suite
     file = COPY / path
     whole = file.read_text()
@@ -167,11 +147,12 @@ def main():
     parser.add_argument("--list", action="store_true", help="show the faults and exit")
     parser.add_argument("-v", "--verbose", action="store_true", help="show the result of each")
     arguments = parser.parse_args()
-    faults = [(path, fault) for path in sources(arguments.names) for fault in faults_of(path)]
+    faults = [(path, fault) for path in tracked(*arguments.names)
+              if path.endswith((".cpp", ".c", ".h")) for fault in faults_of(path)]  # fmt: skip
     random.Random(arguments.seed).shuffle(faults)
     if arguments.list:
-        for path, (number, name, _, after) in faults[: arguments.sample]:
-            print(f"{path}:{number + 1}: {name}: {after.strip()}")
+        for path, (number, _, after) in faults[: arguments.sample]:
+            print(f"{path}:{number + 1}: {after.strip()}")
         return
     copy_tree()
     os.environ["MALLOC_PERTURB_"] = "165"  # overwrites freed memory, so that its use shows
@@ -183,19 +164,18 @@ def main():
     for targets, tests in {id(suite): suite for suite in suites.values()}.values():
         if not builds(targets) or not passes(tests):
             sys.exit("the tests fail without a fault; build and run them in " + str(BUILD))
-    counts = {"noticed": 0, "survived": 0, "not compiled": 0}
+    counts = collections.Counter()
     for path, fault in faults:
         if counts["noticed"] + counts["survived"] == arguments.sample:
             break
         result = outcome(path, fault, suites[path])
         counts[result] += 1
-        if arguments.verbose:
-            print(f"{path}:{fault[0] + 1}: {result}: {fault[3].strip()}", flush=True)
-        if result == "survived":
-            number, name, before, after = fault
-            print(f"{path}:{number + 1}: {name}\n-{before}\n+{after}", flush=True)
+        number, before, after = fault
+        if arguments.verbose or result == "survived":
+            print(f"{path}:{number + 1}: {result}\n-{before}\n+{after}", flush=True)
     tried = counts["noticed"] + counts["survived"]
-    print(f"{counts['noticed']} of {tried} faults noticed ({100 * counts['noticed'] / max(tried, 1):.0f} %); "
+    percent = 100 * counts["noticed"] / max(tried, 1)
+    print(f"{counts['noticed']} of {tried} faults noticed ({percent:.0f} %); "
           f"{counts['not compiled']} more did not compile")  # fmt: skip
 
 
