@@ -19,30 +19,12 @@ DESTDIR=$work/stage cmake --install "$build" --config "$config" --prefix /opt/ez
 mv stage/opt/ezossl moved
 rmdir -p stage/opt || fail 'files outside the prefix'
 (cd moved && find . ! -type d | sort) >found.txt
-sort >expected.txt <<END
-./bin/ezossl
-./include/EzoSsl.h
-./$lib/cmake/ezossl/ezosslConfig.cmake
-./$lib/cmake/ezossl/ezosslConfigVersion.cmake
-./$lib/cmake/ezossl/ezosslShared-${config,,}.cmake
-./$lib/cmake/ezossl/ezosslShared.cmake
-./$lib/cmake/ezossl/ezosslStatic-${config,,}.cmake
-./$lib/cmake/ezossl/ezosslStatic.cmake
-./$lib/libezossl.a
-./$lib/libezossl.so
-./$lib/libezossl.so.1
-./$lib/libezossl.so.1.4.0
-./$lib/pkgconfig/ezossl.pc
-./share/bash-completion/completions/ezossl
-./share/doc/ezossl/CHANGELOG.md
-./share/doc/ezossl/LICENSE
-./share/doc/ezossl/NOTICE
-./share/doc/ezossl/accuracy-direction.svg
-./share/doc/ezossl/accuracy-snr.svg
-./share/doc/ezossl/accuracy-truth.svg
-./share/doc/ezossl/accuracy.md
-./share/man/man1/ezossl.1
-END
+printf './%s\n' bin/ezossl include/EzoSsl.h "$lib"/libezossl.{a,so,so.1,so.1.4.0} \
+    "$lib"/cmake/ezossl/ezossl{Config,ConfigVersion}.cmake \
+    "$lib"/cmake/ezossl/ezossl{Shared,Static}{,-"${config,,}"}.cmake \
+    "$lib"/pkgconfig/ezossl.pc share/bash-completion/completions/ezossl share/man/man1/ezossl.1 \
+    share/doc/ezossl/{CHANGELOG.md,LICENSE,NOTICE,accuracy{.md,-direction.svg,-snr.svg,-truth.svg}} |
+    sort >expected.txt
 diff expected.txt found.txt || fail 'the files are not those that should be installed'
 readelf -d moved/bin/ezossl moved/"$lib"/libezossl.so >dynamic.txt
 paths=$(sed -nE 's/.*R(UN)?PATH.*\[(.*)\]/\2/p' dynamic.txt)
