@@ -3,7 +3,6 @@
 
 import concurrent.futures
 import csv
-import io
 import math
 import os
 import pathlib
@@ -17,22 +16,20 @@ import numpy as np
 import pytest
 
 import ezossl
-import ezossl.smoothing
 
 PYTHON = pathlib.Path(__file__).resolve().parent.parent
 TOOL = os.environ["EZOSSL_TOOL"]
 
 
-def run(*command, **environment):
-    return subprocess.run([*map(str, command)], capture_output=True, text=True,
+def run(*command, status=0, **environment):
+    done = subprocess.run([*map(str, command)], capture_output=True, text=True,
                           env={**os.environ, **environment})
-
-
-def python(*arguments, **environment):
-    """What a Python program prints, which must succeed, to standard output and standard error."""
-    done = run(sys.executable, *arguments, **environment)
-    assert done.returncode == 0, done
+    assert done.returncode == status, done
     return done
+
+
+def python(*arguments, **more):
+    return run(sys.executable, *arguments, **more)
 
 
 def read(path):
@@ -81,19 +78,16 @@ def sounds(tmp_path_factory):
 
 def lines(blocks):
     """The blocks in the form of the tool's CSV."""
-    return [[f"{b.start:.6f}", f"{b.end:.6f}", "" if b.angle is None else str(b.angle),
-             b.reason or "ok", str(b.frames_agreeing), str(b.frames_used), str(b.frames),
-             f"{b.level:.2f}"]
-            for b in blocks]
+    return [[f"{b.start:.6f}", f"{b.end:.6f}", "" if b.angle is None else f"{b.angle}",
+             b.reason or "ok", f"{b.frames_agreeing}", f"{b.frames_used}", f"{b.frames}",
+             f"{b.level:.2f}"] for b in blocks]
 
 
 def lines_of_tool(path, rate, spacing, **settings):
     options = [f"--{name}={value}" for name, value in settings.items() if value is not None]
     options += ["--raw-blocks"] * ("smooth" in settings and settings["smooth"] is None)
     output = run(TOOL, "track", path, "-f", "csv", "-q", "-r", rate, "-s", f"{spacing}m", *options)
-    columns = ["t_start", "t_end", "angle_deg", "status", "frames_agreeing", "frames_used",
-               "frames_total", "level_dbfs"]
-    return [[row[name] for name in columns] for row in csv.DictReader(io.StringIO(output.stdout))]
+    return [row[1:] for row in csv.reader(output.stdout.splitlines()[1:])]  # without the input
 
 
 RAW = {"smooth": None}
@@ -154,7 +148,7 @@ def test_chunks_streams_and_resets_give_the_same(sounds):
 
 
 def test_a_long_array_is_not_copied_and_has_every_block():
-    sound = noise(400 * 0.256, 2)
+    sound = noise(400 * 0.256, 2) / 32768
     tracemalloc.start()
     blocks = ezossl.track(sound, 16000, 0.086)
     assert tracemalloc.get_traced_memory()[1] < sound.nbytes
@@ -207,14 +201,12 @@ def test_mistakes_have_names_and_advice(error, base, message, arguments):
     assert isinstance(caught.value, base) and isinstance(caught.value, ezossl.EzosslError)
 
 
-@pytest.mark.parametrize("path, message", [
-    ("/nowhere/libezossl.so.1", "set EZOSSL_LIBRARY"),
-    ("libm.so.6", "is another library"),
-])
-def test_a_missing_library_says_what_to_do(path, message):
+def test_a_missing_library_says_what_to_do():
     program = "import ezossl\ntry: ezossl.Localizer(16000, 0.058)\n" \
               "except ezossl.LibraryNotFoundError as e: print(e)"
-    assert message in python("-c", program, EZOSSL_LIBRARY=path).stdout
+    for path, message in (("/nowhere/libezossl.so.1", "set EZOSSL_LIBRARY"),
+                          ("libm.so.6", "is another library")):
+        assert message in python("-c", program, EZOSSL_LIBRARY=path).stdout
 
 
 def test_messages_and_the_environment_are_the_callers(tmp_path, monkeypatch):
@@ -238,18 +230,15 @@ print(getenv(b"DML_PATH"), file=sys.stderr)
 
 
 def test_other_users_of_rand_keep_their_sequence():
-    program = """
+    python("-c", """
 import ctypes, ezossl, numpy
 libc = ctypes.CDLL(None)
 noise = numpy.random.default_rng(1).normal(0, 0.1, (40960, 1)) * [1, 1]
 def numbers(work):
     libc.srand(7)
-    before = libc.rand()
-    work()
-    return before, libc.rand()
-assert numbers(lambda: None) == numbers(lambda: ezossl.track(noise, 16000, 0.058))
-"""
-    python("-c", program)
+    return libc.rand(), work(), libc.rand()
+assert numbers(lambda: None) == numbers(lambda: ezossl.track(noise, 16000, 0.058) and None)
+""")
 
 
 def test_pip_installs_all_of_it(tmp_path):
@@ -265,9 +254,9 @@ def test_pip_installs_all_of_it(tmp_path):
     assert ezossl.__version__ in run(TOOL, "--version").stdout.split()
 
 
-def example(name, *arguments):
-    return run(sys.executable, PYTHON / "examples" / name, *arguments,
-               PYTHONPATH=f"{PYTHON}:{PYTHON}/tests")
+def example(name, *arguments, status=0):
+    return python(PYTHON / "examples" / name, *arguments, status=status,
+                  PYTHONPATH=f"{PYTHON}:{PYTHON}/tests")
 
 
 def test_the_microphone_example_prints_blocks_until_it_is_stopped():
@@ -276,11 +265,10 @@ def test_the_microphone_example_prints_blocks_until_it_is_stopped():
     found = [line.split() for line in done.stdout.splitlines()]
     assert [line[0] for line in found] == ["0.26", "0.26", "0.51", "0.77"]
     assert [line[4:] for line in found] == [["+29", "degrees"]] * 4
-    assert (done.returncode, done.stderr) == (0, "sound was lost; starting a new block\n")
+    assert done.stderr == "sound was lost; starting a new block\n"
     for arguments, message in [(["5.8"], "0.058"), (["0.086", "absent"], "No input device"),
                                ([], "DEVICE")]:
-        done = example("microphone.py", *arguments)
-        assert done.returncode == 1 and message in done.stderr
+        assert message in example("microphone.py", *arguments, status=1).stderr
 
 
 def test_the_plot_example_draws(sounds, tmp_path):
@@ -289,27 +277,13 @@ def test_the_plot_example_draws(sounds, tmp_path):
     write(tmp_path / "walk.wav", sounds["walk"], 16000)
     done = example("plot.py", tmp_path / "walk.wav", "0.058", figure)
     decided = sum(b.angle is not None for b in ezossl.track(sounds["walk"], 16000, 0.058))
-    assert done.stdout == f"{decided} of 23 blocks have an angle\n", done.stderr
+    assert done.stdout == f"{decided} of 23 blocks have an angle\n"
     points = figure.read_text().split('id="PathCollection_1"')[1].split("</g>\n   </g>")[0]
     assert points.count("<use ") == decided
-    done = example("plot.py", "absent.wav", "0.058", figure)
-    assert done.returncode == 1 and "absent.wav: " in done.stderr
+    assert "absent.wav: " in example("plot.py", "absent.wav", "0.058", figure, status=1).stderr
 
 
 def test_float_samples_are_clamped_and_not_wrapped():
     loud = noise(0.256, 2) / 4096
     clamped = np.clip(loud * 32768, -32768, 32767).astype(np.int16)
     assert ezossl.track(loud, 16000, 0.086) == ezossl.track(clamped, 16000, 0.086)
-
-
-def test_the_densest_range_is_that_of_its_definition():
-    generator = np.random.default_rng(1)
-    for count in list(range(1, 40)) * 5:
-        angles = np.sort(generator.integers(-90, 91, count) // generator.integers(1, 9))
-        ends = np.sin(np.radians(angles)) + 0.2 + 1e-9
-        inside = [np.count_nonzero(np.sin(np.radians(angles[i:])) <= ends[i])
-                  for i in range(count)]
-        most = max(inside)
-        best = [i for i in range(count) if inside[i] == most]
-        expected = most, angles[best[len(best) // 2] + (most - 1) // 2]
-        assert ezossl.smoothing.densest(generator.permutation(angles)) == expected, angles
