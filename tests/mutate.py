@@ -129,8 +129,7 @@ def outcome(path, fault, suite):
     whole = file.read_text()
     lines = whole.split("\n")
     assert lines[number] == before
-    lines[number] = after
-    file.write_text("\n".join(lines))
+    file.write_text("\n".join([*lines[:number], after, *lines[number + 1:]]))
     try:
         if not builds(targets):
             return "not compiled"

@@ -1,13 +1,17 @@
 # SPDX-License-Identifier: MIT
-"""serving.py - starts the tool with --serve, for the tests of the server and of its page."""
+"""serving.py - starts TOOL with --serve, for the tests of the server and of its page."""
 
+import os
 import pathlib
 import re
 import signal
 import subprocess
+import sys
 import tempfile
 import time
 
+TOOL = os.path.abspath(sys.argv[1])
+FOLDER = tempfile.TemporaryDirectory()
 PATIENCE = 60  # seconds, also on a busy machine under an emulator
 
 
@@ -33,15 +37,20 @@ def contents(file):
     return pathlib.Path(f"/proc/self/fd/{file.fileno()}").read_text()
 
 
-class Served:
-    """`TOOL ARGUMENTS --serve ADDRESS` in a folder; ends with the block."""
+def run(*arguments, before=()):
+    return subprocess.run([*before, TOOL, *arguments], cwd=FOLDER.name, timeout=PATIENCE, text=True,
+                          stdin=subprocess.DEVNULL, capture_output=True)
 
-    def __init__(self, tool, arguments, folder, address="0", stdin=None, environment=None):
+
+class Served:
+    """`TOOL ARGUMENTS --serve ADDRESS` in FOLDER; ends with the block."""
+
+    def __init__(self, arguments, address="0"):
         self.out = tempfile.TemporaryFile("w+")
         self.err = tempfile.TemporaryFile("w+")
         self.process = subprocess.Popen(
-            [tool, *arguments.split(), f"--serve={address}"], cwd=folder, stdin=stdin,
-            stdout=self.out, stderr=self.err, env=environment)
+            [TOOL, *arguments.split(), f"--serve={address}"], cwd=FOLDER.name,
+            stdin=subprocess.PIPE, stdout=self.out, stderr=self.err)
         found = wait_until(lambda: re.search(r"http://.*:(\d+)/", self.said())
                            or self.process.poll() is not None, self.said)
         assert found is not True, self.said()

@@ -7,20 +7,16 @@ phone. Makes the picture of the README, at PICTURE.png if given."""
 import os
 import pathlib
 import re
-import subprocess
 import sys
-import tempfile
 import time
 import wave
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 
-from serving import Served, run_tests, wait_until
+from serving import FOLDER, Served, run, run_tests, wait_until
 
-TOOL = os.path.abspath(sys.argv[1])
 PICTURE = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
-FOLDER = tempfile.TemporaryDirectory()
 PIPED = "track - --raw -s 5.8cm"
 WIDTHS = (320, 390, 820, 1280)  # pixels: small and usual phones, a tablet, a computer
 RATE = 16000
@@ -36,7 +32,7 @@ class Page:
         self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
 
     def text(self, element):
-        return self.run(f"return document.getElementById('{element}').textContent")
+        return self.run(f"return get('{element}').textContent")
 
     def run(self, script):
         return self.driver.execute_script(script)
@@ -44,14 +40,10 @@ class Page:
     def wait_for(self, what, condition):
         return wait_until(condition, lambda: (what, self.text("angle"), self.text("state")))
 
-    def angle(self):
-        """The angle shown as the large figure; None for words."""
-        found = re.fullmatch(r"([+−]?\d+)°", self.text("angle"))
-        return int(found[1].replace("−", "-")) if found else None
-
     def is_near(self, angle, tolerance=4):
-        found = self.angle()
-        return found is not None and abs(found - angle) <= tolerance
+        """Whether the large figure is about this angle; it may be words instead."""
+        shown = re.fullmatch(r"([+−]?\d+)°", self.text("angle"))
+        return shown and abs(int(shown[1].replace("−", "-")) - angle) <= tolerance
 
     def tip_is_at(self, across, up):
         """Whether the needle's end is there on the screen, relative to the middle between the
@@ -68,8 +60,8 @@ class Page:
     def has_drawn(self, angle, across, up):
         """Whether the strip, the trail and the bar show the last block."""
         path, x_dot, y_dot, level, bar = self.run("""
-            const get = id => document.getElementById(id), dot = get("trail").lastChild;
-            return [get("points").getAttribute("d"), +dot.getAttribute("cx"), +dot.getAttribute("cy"),
+            const dot = get("trail").lastChild;
+            return [get("points").getAttribute("d"), dot.cx.baseVal.value, dot.cy.baseVal.value,
                     get("level").textContent, parseFloat(get("level-bar").style.width)];""")
         marks = [mark.split() for mark in path[1:-2].split("h0M")]
         (before, _), (x, y) = [["0", "0"], *marks][-2:]
@@ -90,40 +82,36 @@ class Page:
 
 
 def sound(*parts):
-    """Samples of pairs of angle and seconds: noise from the angle, or silence for None."""
+    """Samples of pairs of an option of `ezossl simulate`, or None for silence, and seconds."""
     samples = b""
-    for angle, seconds in parts:
-        if angle is None:
-            samples += bytes(4 * RATE * seconds)
-            continue
-        walk = f"--walk={angle[0]},{angle[1]}" if isinstance(angle, tuple) else f"--angle={angle}"
-        subprocess.run([TOOL, "simulate", walk, "-s", "5.8cm", "-d", str(seconds), "-o", "x.wav"],
-                       check=True, cwd=FOLDER.name, stderr=subprocess.DEVNULL)
-        samples += pathlib.Path(FOLDER.name, "x.wav").read_bytes()[44:]  # without the header
+    for option, seconds in parts:
+        if option:
+            run("simulate", option, "-s5.8cm", f"-d{seconds}", "-ox.wav").check_returncode()
+        part = pathlib.Path(FOLDER.name, "x.wav").read_bytes()[44:]  # without the header
+        samples += part if option else bytes(4 * RATE * seconds)
     return samples
 
 
 def test_needle_pauses_end_and_new_start(page):
     with wave.open(os.path.join(FOLDER.name, "scene.wav"), "wb") as scene:
         scene.setparams((2, 2, RATE, 0, "NONE", ""))
-        scene.writeframes(sound((60, 5), (-45, 5), (None, 3)))
-    with Served(TOOL, "track scene.wav -s 5.8cm", FOLDER.name) as served:
+        scene.writeframes(sound(("-a60", 5), ("-a-45", 5), (None, 3)))
+    with Served("track scene.wav -s 5.8cm") as served:
         page.driver.get(served.url)
         for angle, side, across, up in ((60, "0", -0.87, 0.5), (-45, "1", 0.71, 0.71)):
             page.wait_for(f"{angle} degrees", lambda: page.is_near(angle))
             page.wait_for("needle", lambda: page.tip_is_at(across, up))
             # At once, as the sound goes on.
-            where, label, state, name = page.run("""
-                const part = id => document.getElementById(id);
-                return [part("where").textContent, part("dial").ariaLabel, part("state").textContent,
-                        part("input").textContent]""")
-            assert where == f"on the side of microphone {side}", where
-            assert re.fullmatch(rf"-?\d+ degrees, on the side of microphone {side}", label), label
-            assert state == "Live" and "scene.wav" in name, (state, name)
+            label, *texts = page.run("""
+                const texts = ["where", "state", "input"].map(id => get(id).textContent);
+                return [get("dial").ariaLabel, ...texts]""")
+            where = f"on the side of microphone {side}"
+            assert re.fullmatch(rf"-?\d+ degrees, {where}", label), label
+            assert texts[:2] == [where, "Live"] and "scene.wav" in texts[2], texts
             page.wait_for("strip, trail and bar", lambda: page.has_drawn(angle, across, up))
         page.wait_for("pause", lambda: page.text("angle") == "too quiet")
         assert page.text("level") == "−∞" and page.run("return document.title") == "ezossl"
-        assert "old" in page.run("return document.getElementById('needle').classList.value")
+        assert "old" in page.run("return get('needle').classList.value")
         page.wait_for("end", lambda: "ezossl has ended" in page.text("state"))
         legend = page.text("legend")
         assert re.fullmatch(r"●(3[2-9]|40) with an angle❘([7-9]|1[0-2]) too quiet", legend), legend
@@ -131,24 +119,24 @@ def test_needle_pauses_end_and_new_start(page):
         port = served.port
     before = [line for line in page.complaints() if "ERR_CONNECTION_REFUSED" not in line]
     assert not before, before
-    with Served(TOOL, "demo", FOLDER.name, str(port)) as served:
+    with Served("demo", str(port)) as served:
         page.wait_for("new start", lambda: page.text("state") == "Live")
-        page.wait_for("demo", lambda: page.angle() is not None and "demo" in page.text("input"))
+        page.wait_for("demo", lambda: page.is_near(0, 90) and "demo" in page.text("input"))
         served.process.kill()  # so that it cannot announce its end
         page.wait_for("loss", lambda: "Connection lost" in page.text("state"))
     page.complaints()
 
 
 def test_fault_and_no_place(page):
-    samples = sound((0, 12))
+    samples = sound(("-a0", 12))
     one_sided = b"".join(samples[at:at + 2] * 2 for at in range(0, len(samples), 4))
-    with Served(TOOL, PIPED, FOLDER.name, stdin=subprocess.PIPE) as served:
+    with Served(PIPED) as served:
         page.driver.get(served.url)
-        assert not page.run("return document.getElementById('faults').checkVisibility()")
+        assert not page.run("return get('faults').checkVisibility()")
         served.feed(one_sided)
         fault = page.wait_for("fault", lambda: page.text("faults"))
         assert "⚠ identical channels: " in fault and "What to do: record two" in fault, fault
-        assert page.run("return document.getElementById('faults').checkVisibility()")
+        assert page.run("return get('faults').checkVisibility()")
         page.wait_for("waiting", lambda: "No sound arrives" in page.text("state"))
     page.complaints()
 
@@ -163,9 +151,9 @@ def contrast(one, other):
 
 
 def test_every_screen(page):
-    walk = sound(((-80, -10), 12), (None, 2), ((0, 35), 8), (None, 1), (20, 6), ((20, -60), 9),
-                 (None, 3), ((-50, 70), 15), ((-30, 33), 6))
-    with Served(TOOL, PIPED, FOLDER.name, stdin=subprocess.PIPE) as served:
+    walk = sound(("--walk=-80,-10", 12), (None, 2), ("--walk=0,35", 8), (None, 1), ("-a20", 6),
+                 ("--walk=20,-60", 9), (None, 3), ("--walk=-50,70", 15), ("--walk=-30,33", 6))
+    with Served(PIPED) as served:
         served.feed(walk)
         page.resize(1000, 560)
         page.driver.get(served.url)

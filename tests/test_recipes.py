@@ -18,9 +18,8 @@ import subprocess
 import sys
 import tempfile
 
-from serving import wait_until
+from serving import TOOL, wait_until
 
-TOOL = os.path.realpath(sys.argv[1])
 PAGE = pathlib.Path(__file__).resolve().parent.parent / "docs" / "recipes.md"
 RECIPE = re.compile(
     r"<!-- recipe needs([^>]*) -->\n```(?:sh|ini)\n(.*?)```\n(?:```text\n(.*?)```\n)?", re.S

@@ -14,20 +14,13 @@ import socket
 import statistics
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 
-from serving import PATIENCE, Served, run_tests, wait_until
+from serving import FOLDER, PATIENCE, TOOL, Served, run, run_tests, wait_until
 
-TOOL, PATIENT = sys.argv[1], sys.argv[2] == "1"
-FOLDER = tempfile.TemporaryDirectory()
+PATIENT = sys.argv[2] == "1"
 AT_ONCE = 5 if PATIENT else 1  # seconds
-
-
-def run(arguments, before=()):
-    return subprocess.run([*before, TOOL, *arguments.split()], cwd=FOLDER.name, timeout=PATIENCE,
-                          stdin=subprocess.DEVNULL, capture_output=True, text=True)
 
 
 def connect(port, receive_buffer=0):
@@ -83,22 +76,23 @@ class Reader:
 
 
 def test_ports_that_are_not_free():
-    with Served(TOOL, "demo", FOLDER.name) as served:
+    with Served("demo") as served:
         for command in ("demo", "track x.wav -s 5.8cm -o out.csv", "live -D null -s 5.8cm"):
-            done = run(f"{command} --serve={served.port}")
+            done = run(*command.split(), f"--serve={served.port}")
             reason = f"port {served.port} of 127.0.0.1 is in use; choose another one"
             assert done.returncode == 1 and reason in done.stderr, done
             assert not done.stdout and not pathlib.Path(FOLDER.name, "out.csv").exists(), done
     if int(pathlib.Path("/proc/sys/net/ipv4/ip_unprivileged_port_start").read_text()) <= 1:
         print("LEFT OUT: here everybody may use every port")
         return
-    done = run("demo --serve 1", ["setpriv", "--bounding-set=-all"] if os.geteuid() == 0 else [])
+    ordinary = ["setpriv", "--bounding-set=-all"] if os.geteuid() == 0 else []
+    done = run("demo", "--serve=1", before=ordinary)
     assert done.returncode == 1 and "port 1 is reserved for the admin" in done.stderr, done
 
 
 def test_pages():
     ok, moved, begun = "200 OK", "421 Misdirected", time.monotonic()
-    with Served(TOOL, "demo", FOLDER.name) as served:
+    with Served("demo") as served:
         cross_site = "Sec-Fetch-Site: cross-site\r\n"
         for answer, text, *requests in (
                 (ok, "</html>", request(), request(host=f"localhost:{served.port}"),
@@ -147,7 +141,7 @@ def test_pages():
 
 def test_events_are_those_of_jsonl():
     for command in ("track x.wav y.wav -s 5.8cm", "live -D null -s 5.8cm --realtime -d 1"):
-        with Served(TOOL, f"{command} -f jsonl", FOLDER.name) as served:
+        with Served(f"{command} -f jsonl") as served:
             got = list(Reader(served.port).events())
             assert served.process.wait(PATIENCE) == 0
             printed = served.printed().splitlines()
@@ -159,16 +153,16 @@ def test_events_are_those_of_jsonl():
     assert "What to do: raise the capture gain" in faults[0]["text"], faults
     # All blocks are events, though not all are printed; and what is printed is the same as ever.
     command = "track x.wav -s 5.8cm -f csv --on-change 9"
-    with Served(TOOL, command, FOLDER.name) as served:
+    with Served(command) as served:
         got = [json.loads(data) for _, data in Reader(served.port).events()]
         assert served.process.wait(PATIENCE) == 0
-        assert served.printed() == run(command).stdout != ""
+        assert served.printed() == run(*command.split()).stdout != ""
         assert [event["type"] for event in got].count("block") == 7, got
         assert served.printed().count("\n") < 7
 
 
 def test_too_many_readers():
-    with Served(TOOL, "demo", FOLDER.name) as served:
+    with Served("demo") as served:
         readers = [Reader(served.port) for _ in range(32)]
         assert all("200 OK" in reader.head for reader in readers)
         refused = ask(served.port, request("/events"))
@@ -190,7 +184,7 @@ FLOOD = "track - --raw -s 5.8cm --raw-blocks -b 1 -f csv"  # a block of every fr
 def test_reader_that_does_not_read():
     frames = 4000
     alone = subprocess.run([TOOL, *FLOOD.split()], input=NOISE * frames, capture_output=True)
-    with Served(TOOL, FLOOD, FOLDER.name, stdin=subprocess.PIPE) as served:
+    with Served(FLOOD) as served:
         served.feed(NOISE * 100)
         reader = Reader(served.port, 2048)
         deaf = Reader(served.port, 2048)
@@ -217,7 +211,7 @@ def test_reader_that_does_not_read():
 def test_connections_that_take_their_time():
     """A byte now and then, nothing at all, a stream that is not read. Others are answered meanwhile,
     silent streams show that they are alive, and an interrupt ends the tool at once."""
-    with Served(TOOL, FLOOD, FOLDER.name, stdin=subprocess.PIPE) as served:
+    with Served(FLOOD) as served:
         begun = time.monotonic()
         patient = Reader(served.port)
         silent, slow, deaf = connect(served.port), connect(served.port), Reader(served.port, 2048)
@@ -246,7 +240,7 @@ def test_connections_that_take_their_time():
 
 def test_latency():
     """The time from the last sample of a block on standard input to its event."""
-    with Served(TOOL, "track - --raw -s 5.8cm", FOLDER.name, stdin=subprocess.PIPE) as served:
+    with Served("track - --raw -s 5.8cm") as served:
         events = Reader(served.port).events()
         next(events)
         delays = []
@@ -266,5 +260,5 @@ if __name__ == "__main__":
     conf.write_text("pcm.null { type null }\n")
     os.environ["ALSA_CONFIG_PATH"] = str(conf)
     for name, seconds in (("x", 2), ("y", 1)):
-        run(f"simulate -a 30 -s 5.8cm -d {seconds} -o {name}.wav")
+        run("simulate", "-a30", "-s5.8cm", f"-d{seconds}", f"-o{name}.wav")
     run_tests(globals())

@@ -18,23 +18,23 @@ TOOL = os.environ["EZOSSL_TOOL"]
 @pytest.fixture
 def folder(tmp_path, monkeypatch):
     """Six recordings and a file that is not one, and a slow ezossl that logs who starts it."""
+    monkeypatch.chdir(tmp_path)
+    pathlib.Path("in/deep").mkdir(parents=True)
+    pathlib.Path("bin").mkdir()
     for number in range(6):
-        simulate(tmp_path / "in" / "deep" / f"{number}.wav", 15 * number)
-    (tmp_path / "in" / "bad.wav").write_text("no sound")
-    script = tmp_path / "bin" / "ezossl"
-    script.parent.mkdir()
+        simulate(number, 15 * number)
+    pathlib.Path("in/bad.wav").write_text("no sound")
+    script = pathlib.Path("bin/ezossl")
     script.write_text(f"#!/bin/sh\necho $PPID >>'{tmp_path}/log'\nsleep 0.2\nexec '{TOOL}' \"$@\"\n")
     script.chmod(0o755)
-    monkeypatch.setenv("PATH", f"{script.parent}:{os.environ['PATH']}")
+    monkeypatch.setenv("PATH", f"{tmp_path}/bin:{os.environ['PATH']}")
     monkeypatch.delenv("LD_PRELOAD", raising=False)
-    monkeypatch.chdir(tmp_path)
     return tmp_path
 
 
-def simulate(path, angle):
-    path.parent.mkdir(parents=True, exist_ok=True)
-    subprocess.run([TOOL, "simulate", "-a", str(angle), "-s", "5.8cm", "-d", "3", "--no-truth",
-                    "-o", str(path)], check=True, stderr=subprocess.DEVNULL)
+def simulate(number, angle):
+    subprocess.run([TOOL, "simulate", f"--angle={angle}", "-s5.8cm", "-d3", "--no-truth",
+                    f"-oin/deep/{number}.wav"], check=True, stderr=subprocess.DEVNULL)
 
 
 def start(*arguments):
@@ -53,7 +53,7 @@ def logged(folder):
     return log.read_text().split() if log.exists() else []
 
 
-def in_turn(folder):
+def in_turn():
     files = sorted(map(str, pathlib.Path("in").rglob("?.wav")))
     return subprocess.run([TOOL, "track", "-q", "-f", "csv", "-s", "5.8cm", *files], check=True,
                           stdout=subprocess.PIPE).stdout
@@ -68,7 +68,7 @@ def test_a_killed_worker_and_a_killed_run_lose_nothing_and_repeat_nothing(folder
         os.kill(int(logged(folder)[2]), 9)  # the worker that began the third recording
         errors = process.communicate(timeout=60)[1]
     assert process.returncode == 1 and "in/bad.wav: not a readable sound file" in errors, errors
-    assert out.read_bytes() == in_turn(folder)
+    assert out.read_bytes() == in_turn()
     assert [row[0] for row in csv.reader(open("out.csv.failed"))] == ["file", "in/bad.wav"]
     started = len(logged(folder))
     assert len(set(logged(folder))) >= 2 and started > 7  # two workers, and the third one again
@@ -77,13 +77,13 @@ def test_a_killed_worker_and_a_killed_run_lose_nothing_and_repeat_nothing(folder
     with out.open("ab") as rows, open("out.csv.done", "ab") as journal:
         rows.write(b"in/deep/6.wav,0.00")
         journal.write(b'["in/deep/6.w')
-    simulate(folder / "in" / "deep" / "6.wav", -40)
-    (folder / "in" / "bad.wav").unlink()
+    simulate(6, -40)
+    pathlib.Path("in/bad.wav").unlink()
     assert run("--workers", "2")[0] == 0
-    assert out.read_bytes() == in_turn(folder)
+    assert out.read_bytes() == in_turn()
     assert len(logged(folder)) == started + 1
 
-    simulate(folder / "in" / "deep" / "6.wav", 40)
+    simulate(6, 40)
     before = out.read_bytes()
     status, errors = run("--workers", "1")
     assert status == 1 and "6.wav: has changed since its rows were written" in errors
@@ -102,5 +102,5 @@ def test_parquet_has_the_rows_of_csv(folder):
         pytest.skip("there is no pyarrow")
     assert run("-o", "out.parquet", "--workers", "2")[0] == 1
     table = parquet.read_table("out.parquet")
-    assert table.num_rows == in_turn(folder).count(b"\n") - 1
+    assert table.num_rows == in_turn().count(b"\n") - 1
     assert table.column_names[1:4] == ["t_start", "t_end", "angle_deg"]
