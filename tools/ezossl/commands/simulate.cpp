@@ -140,7 +140,8 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
     file.sync();
 }
 
-void report(const SimulateArguments &options, const SceneSettings &settings, double seconds)
+std::string describe(const SimulateArguments &options, const SceneSettings &settings,
+                     double seconds)
 {
     const bool is_named = !is_standard_output(options.output);
     std::string text = format_text("%s: %.3f s per angle at %d Hz, SNR %g dB:",
@@ -155,7 +156,7 @@ void report(const SimulateArguments &options, const SceneSettings &settings, dou
     }
     const std::string truth = options.truth_path();
     text += (truth.empty() ? "" : "; truth in ") + truth;
-    std::fprintf(stderr, "%s\n", printable(text).c_str());
+    return printable(text) + '\n';
 }
 
 SceneSettings scene_settings(const SimulateArguments &options)
@@ -194,11 +195,13 @@ void simulate(const SimulateArguments &options, const DataOutput &standard_outpu
     output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);
+    // Whatever may fail comes before the files appear.
+    const std::string description = describe(options, settings, seconds);
     end_if_interrupted(); // from here on an interrupt no longer stops the two files
     output.finish();
     if (truth)
         truth->commit();
-    report(options, settings, seconds);
+    std::fputs(description.c_str(), stderr);
 }
 
 void add_source_options(CLI::App &parser, SimulateArguments &options)
