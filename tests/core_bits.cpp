@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // core_bits.cpp - runs synthetic sounds, the same on every machine, and prints the delays, votes,
-// codes and angles that every machine must find in them, and checksums of the floats that they leave
-// in the instance. Built with several optimisation flags; each must print checksums.txt.
+// codes and angles that every machine must find in them, and checksums of the floats that they
+// leave in the instance. Built with several optimisation flags; each must print checksums.txt.
 
 #include "SslCore.h"
 

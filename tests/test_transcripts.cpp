@@ -7,8 +7,8 @@
 //                                                       0 for the handle, or NULL
 //   | text                                              then, line by line, what it prints:
 //                                                       nothing if there is no such line
-//   from STATES FIELD CALL ARGUMENTS => CODE            the call from many states of the order, each
-//                                                       with the same answer: the steps init,
+//   from STATES FIELD CALL ARGUMENTS => CODE            the call from many states of the order,
+//                                                       each with the same answer: the steps init,
 //                                                       config, shape, params and run, with all
 //                                                       the digits that each may have. A refused
 //                                                       call sets FIELD to 0, or with `none`
