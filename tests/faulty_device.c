@@ -3,9 +3,9 @@
  * works:
  *
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
- *              rate HZ  slower HZ  channels COUNT  bits COUNT }
+ *              rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
  *
- * It has one rate or two. It refuses to open, or has the fault after that many frames: once, again
+ * It has one rate or two, and 24 bits of three bytes or padded to four. It refuses to open, or has the fault after that many frames: once, again
  * after that many more, or from then on for ever. Until then it always has sound: noise that is two
  * samples later on each odd channel than on the previous one.
  */
@@ -15,9 +15,9 @@
 
 #include <fcntl.h>
 
-enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, SLOWER, CHANNELS, BITS, SETTINGS };
+enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, SLOWER, CHANNELS, BITS, PADDED, SETTINGS };
 static const char *const names[SETTINGS] = {"refuse", "fault",  "after",    "again", "forever",
-                                            "rate",   "slower", "channels", "bits"};
+                                            "rate",   "slower", "channels", "bits",  "padded"};
 enum { CHUNK = 160, LEAD = 2 };
 
 static snd_pcm_ioplug_t device; /* the only one of a process */
@@ -96,10 +96,11 @@ SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
                                             : snd_pcm_ioplug_create(&device, name, stream, mode);
     if (error < 0)
         return error;
-    const unsigned format = settings[BITS] == 16   ? SND_PCM_FORMAT_S16_LE
-                            : settings[BITS] == 24 ? SND_PCM_FORMAT_S24_3LE
-                            : settings[BITS] == 32 ? SND_PCM_FORMAT_S32_LE
-                                                   : SND_PCM_FORMAT_MU_LAW;
+    const unsigned format = settings[BITS] == 16    ? SND_PCM_FORMAT_S16_LE
+                            : settings[PADDED] != 0 ? SND_PCM_FORMAT_S24_LE
+                            : settings[BITS] == 24  ? SND_PCM_FORMAT_S24_3LE
+                            : settings[BITS] == 32  ? SND_PCM_FORMAT_S32_LE
+                                                    : SND_PCM_FORMAT_MU_LAW;
     const unsigned channels = (unsigned)settings[CHANNELS];
     const unsigned rates[] = {(unsigned)settings[RATE], (unsigned)settings[SLOWER]};
     snd_pcm_ioplug_set_param_list(&device, SND_PCM_IOPLUG_HW_FORMAT, 1, &format);

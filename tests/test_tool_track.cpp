@@ -37,6 +37,7 @@ struct Track : Tool {
         write_audio("silent.wav", 16000, 2, Samples(8192), kWav16);
         const std::string wav = contents("two.wav");
         write_audio("whole.ogg", 16000, 2, pair(10 * kPairs, 2), SF_FORMAT_OGG | SF_FORMAT_VORBIS);
+        write_audio("two.opus", 16000, 2, two, SF_FORMAT_OGG | SF_FORMAT_OPUS);
         const std::string ogg = contents("whole.ogg");
         std::ofstream("half.ogg") << ogg.substr(0, ogg.size() / 2);
         std::ofstream("cut.wav") << wav.substr(0, 44 + 4 * 5000);
