@@ -68,7 +68,9 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
     for (const auto &file : fs::directory_iterator("."))
         EXPECT_NE(file.path().extension(), ".part") << file;
     EXPECT_EQ(run_with("fsync", 1, EIO, "track x.wav -s 8.6 -b 1 -q -o kept"), 1);
-    EXPECT_EQ(contents("err"), "ezossl: kept: cannot be written: Input/output error\n");
+    EXPECT_NE(contents("err").find("ezossl: kept: cannot be written: Input/output error\n"),
+              std::string::npos)
+        << contents("err");
     EXPECT_EQ(contents("kept"), contents("expected"));
 }
 
