@@ -30,7 +30,8 @@ build_tool() {
     local log=$build/demo.log
     mkdir -p "$build"
     echo "building in $build, about two minutes on two cores the first time; log in $log"
-    # A folder that test.sh has built keeps its tests, or later runs of ctest would try old ones.
+    # In a folder that test.sh has built, the tests stay switched on. Otherwise they would no longer
+    # be built, and a later ctest would run old ones.
     local options=(-DEZOSSL_BUILD_TOOLS=ON)
     [ -e "$build/CMakeCache.txt" ] || options+=(-DEZOSSL_BUILD_TESTS=OFF)
     if ! { cmake --preset release "${options[@]}" &&
