@@ -62,7 +62,7 @@ std::string printable(const std::string &text)
         const bool is_c1 = (byte & 0xE0u) == 0x80 && i > 0 && text[i - 1] == '\xC2'; // in UTF-8
         if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F || is_c1)
             result[i] = '?';
-        if (is_c1) // or half a character would remain
+        if (is_c1) // otherwise half a character would remain
             result[i - 1] = '?';
     }
     return result;

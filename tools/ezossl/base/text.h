@@ -13,7 +13,7 @@ std::string format_text(const char *format, ...) __attribute__((format(printf, 1
 // "1 block", "2 blocks"
 std::string counted(int64_t count, const char *thing);
 
-// A duration in one unit: "90 s", "15 min", "3 h"
+// A rounded duration in one unit: "90 s", "15 min", "3 h"
 std::string rough_time(double seconds);
 
 // Breaks text between words into lines of at most kTextWidth columns. The first line starts at

@@ -25,7 +25,7 @@ public:
         return entry(name.substr(0, name.find('{')) + make_option_opts(option),
                      option->get_description());
     }
-    // Written here because the releases of the parser differ in its form.
+    // Not left to the parser, whose releases write this in different forms.
     std::string make_option_opts(const CLI::Option *option) const override
     {
         std::string text;

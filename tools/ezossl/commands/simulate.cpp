@@ -195,7 +195,7 @@ void simulate(const SimulateArguments &options, const DataOutput &standard_outpu
     output.write(scene.data(), scene.size() / EZOSSL_MIC_COUNT);
     if (truth)
         write_truth(*truth, placements, seconds);
-    // Whatever may fail comes before the files appear.
+    // Made before the files appear, because it may fail.
     const std::string description = describe(options, settings, seconds);
     end_if_interrupted(); // from here on an interrupt no longer stops the two files
     output.finish();

@@ -24,7 +24,7 @@ double ratio_of(double db)
     return std::pow(10.0, db / 20.0);
 }
 
-// A share of full scale to a tenth, from steps of 16 bits.
+// A number of steps of 16-bit samples as a percentage of full scale, rounded to a tenth.
 double percent(double steps)
 {
     const double tenths = std::round(1000.0 * steps / kFullScale);
@@ -53,8 +53,8 @@ void find_offset(Diagnosis &diagnosis)
     diagnosis.findings.push_back(
         {large ? &findings::kLargeOffset : &findings::kOffset,
          format_text(
-             "the channels are %+.1f and %+.1f %% of full scale off zero, their sound has %.1f "
-             "and %.1f %%",
+             "the channels are off zero by %+.1f and %+.1f %% of full scale, and the level of "
+             "their sound is %.1f and %.1f %%",
              percent(first.mean), percent(second.mean), percent(first.rms), percent(second.rms))});
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// fault_watch.cpp - suspicious are: few blocks with an angle, delays that do not fit the spacing,
-// or angles that are all at 0 or at the ends. Scenes without a fault cause none of these, except
-// for a source at 0, in which the diagnosis then finds no fault.
+// fault_watch.cpp - what is suspicious: few blocks with an angle, delays that do not fit the
+// spacing, or angles that are nearly all at 0 or at the ends. Scenes without a fault cause none of
+// these, except for a source at 0, in which the diagnosis then finds no fault.
 
 #include "diagnosis/fault_watch.h"
 
@@ -89,9 +89,9 @@ std::vector<Finding> FaultWatch::diagnose_anew()
                      samples_.end(), in_order.begin());
     const Diagnosis diagnosis = diagnose(in_order, settings_);
     for (const Finding &finding : diagnosis.findings) {
-        // The diagnosis has blocks of its own, of which none may be above the gate.
-        const bool is_wrong = finding.kind == &findings::kTooQuiet && was_heard_;
-        if (is_wrong || !finding.kind->is_told_at_once ||
+        // The diagnosis has blocks of its own. They may all be too quiet although others were not.
+        const bool is_refuted = finding.kind == &findings::kTooQuiet && was_heard_;
+        if (is_refuted || !finding.kind->is_told_at_once ||
             std::find(told_.begin(), told_.end(), finding.kind) != told_.end())
             continue;
         told_.push_back(finding.kind);
