@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // core_bits.cpp - runs synthetic sounds, the same on every machine, and prints the delays, votes,
 // codes and angles that every machine must find in them, and checksums of the floats that they
-// leave in the instance. Built with several optimisation flags; each must print checksums.txt.
+// leave in the instance. Built with several optimisation flags; each build must print
+// checksums.txt.
 
 #include "SslCore.h"
 
@@ -16,7 +17,8 @@ constexpr int32_t kBlocks = 5, kFrames = 16;
 
 // ---- Sounds ---------------------------------------------------------------------------------
 
-// What one microphone hears, at a time in quarters of a sample: integers only.
+// What one microphone hears at a time in quarters of a sample. Integers only, so that it is the
+// same on every machine.
 using Sound = int32_t (*)(int32_t quarters);
 
 int32_t noise(int32_t n)
@@ -76,7 +78,7 @@ void make_frame(const Scene &scene, int32_t block, int32_t frame, int16_t (&samp
     }
 }
 
-// ---- What they leave ------------------------------------------------------------------------
+// ---- What the library makes of them ---------------------------------------------------------
 
 // FNV-1a of the bits that every frame or block leaves in a field.
 struct Checksum {

@@ -5,10 +5,10 @@
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
  *              rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
  *
- * It has one rate or two, and 24 bits are three bytes or padded to four. It refuses to open, or has
- * the fault after that many frames: once, again after that many more, or from then on for ever.
- * Until then it always has sound: noise that is two samples later on each odd channel than on the
- * previous one.
+ * It has one rate or two. Samples of 24 bits have three bytes, or four if they are padded. It
+ * refuses to open, or has the fault after that many frames: once, again after that many more, or
+ * from then on for ever. Until then it always has sound: noise that is two samples later on each
+ * odd channel than on the previous one.
  */
 
 #include <alsa/asoundlib.h>

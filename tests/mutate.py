@@ -48,7 +48,8 @@ PAIRS = [
     ("true", "false"),
 ]  # fmt: skip
 
-# Pattern and replacement. Only the last applies inside strings and comments.
+# Pattern and replacement. The last one applies inside strings, the others outside of them; none in
+# comments.
 OPERATORS = [(rf"(?<!\w){re.escape(old)}(?!\w)" if old[0].isalpha() else re.escape(old), new)
              for pair in PAIRS for old, new in (pair, pair[::-1])]  # fmt: skip
 OPERATORS += [

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""serving.py - starts TOOL with --serve, for the tests of the server and of its page."""
+"""serving.py - runs TOOL, also with --serve, and waits for conditions, for several tests."""
 
 import os
 import pathlib
@@ -16,7 +16,7 @@ PATIENCE = 60  # seconds, also on a busy machine under an emulator
 
 
 def wait_until(condition, state=lambda: None):
-    """What `condition` gives as soon as it is true; `state` tells why it never was."""
+    """Waits until `condition` gives something, and returns it; `state` tells why it never did."""
     end = time.monotonic() + PATIENCE
     while not (found := condition()):
         assert time.monotonic() < end, state()
@@ -57,7 +57,7 @@ class Served:
         self.url, self.port = found[0], int(found[1])
 
     def feed(self, samples):
-        """As fast as the tool takes them."""
+        """Writes samples to standard input as fast as the tool takes them."""
         self.process.stdin.write(samples)
         self.process.stdin.flush()
 

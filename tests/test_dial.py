@@ -82,7 +82,7 @@ class Page:
 
 
 def sound(*parts):
-    """Samples of pairs of an option of `ezossl simulate`, or None for silence, and seconds."""
+    """The samples of parts: an option of `ezossl simulate`, or None for silence, and seconds."""
     samples = b""
     for option, seconds in parts:
         if option:

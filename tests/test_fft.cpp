@@ -126,7 +126,7 @@ TEST(Fft, EqualsTheSumsInDoubleForSoundsOfEveryKind)
         for (const Sound &sound : kSounds) {
             alignas(16) float memory[4 + 259];
             float *const data = memory + shift / 4;
-            std::fill(std::begin(memory), std::end(memory), 99.0f); // two are no part of the input
+            std::fill(std::begin(memory), std::end(memory), 99.0f); // two are not part of the input
             std::fill(std::begin(fft.context.fft_work), std::end(fft.context.fft_work), 99.0f);
             double x[256], signal = 0, error = 0;
             for (int n = 0; n < 256; ++n)

@@ -155,7 +155,7 @@ def fault_of(run, clean, case, sent):
             return None if is_whole else "lacks lines"
         return None if (run.files, run.out) == (clean.files, clean.out) else "has other output"
     if run.status != 1 or (sent and b"was ended by signal" not in run.err):
-        return "ends so"
+        return "ends in a wrong way"
     if MESSAGE not in run.err and run.call != WRITE:
         return "has no message"
     if is_growing(case):
@@ -198,8 +198,8 @@ def sweep(case):
 
 
 def times_written_out():
-    """Faults of a recording of 3.5 s, which is written to the disk every second; None where system
-    calls cannot be trapped."""
+    """How often a recording of 3.5 s is written out to the disk, which should happen every second;
+    None where system calls cannot be trapped."""
     with tempfile.TemporaryDirectory() as folder:
         set_up(folder)
         case = ("live -D x -s 5 -d 3.5 -q --record r.wav", "r.wav", None)

@@ -3,9 +3,9 @@
 """test_recipes.py TOOL - runs the commands of docs/recipes.md as they stand.
 
 Above each block of the page a comment names the programs that it needs and how it is judged: its
-output is that of `ezossl track talk.wav` in the format named, or what the page shows below it. What
-a recipe captures begins anywhere in the walk of talk.wav: its angles rise. A recipe whose programs
-are missing is printed as LEFT OUT; the exit status is 77 if all are.
+output is that of `ezossl track talk.wav` in the format named, or what the page shows below it. A
+capture may begin anywhere in the walk of talk.wav, so its angles only have to rise. A recipe whose
+programs are missing is printed as LEFT OUT; the exit status is 77 if all are.
 """
 
 import contextlib

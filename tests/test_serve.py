@@ -135,7 +135,7 @@ def test_pages():
         assert statuses["quiet"]["words"] == "too quiet", statuses
         assert "lower" in statuses["quiet"]["next_step"], statuses
         latest = wait_until(lambda: ask(served.port, request("/latest")).split("\r\n\r\n", 1)[1])
-        # The demo is as fast as its sound.
+        # The demo takes as long as its sound.
         assert json.loads(latest)["t_end"] < time.monotonic() - begun + 1, latest
 
 

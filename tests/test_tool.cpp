@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// test_tool.cpp - the command-line tool: the delay in a scene, and transcripts with few inputs.
+// test_tool.cpp - the command-line tool: the delay in a scene, and transcripts that need few files.
 
 #include <algorithm>
 #include <cmath>

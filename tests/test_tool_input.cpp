@@ -281,8 +281,8 @@ TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
 {
     const struct {
         char version;
-        unsigned samples_per_bit; // of a frame, times 1000
-        int halvings;             // of the rate
+        unsigned factor; // bytes of a frame = factor x kbit/s / rate
+        int halvings;    // of the rate
         std::array<unsigned, 14> kbit;
     } mp3[] = {
         {'\xfb', 144000, 0, {32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}},
@@ -294,7 +294,7 @@ TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
         for (unsigned i = 0; i < 14 * 3 * 2; ++i) {
             const unsigned place = i / 6, rate = i / 2 % 3, padding = i % 2;
             const size_t length =
-                kind.samples_per_bit * kind.kbit[place] / (kRates[rate] >> kind.halvings) + padding;
+                kind.factor * kind.kbit[place] / (kRates[rate] >> kind.halvings) + padding;
             const std::string start = {
                 '\xff', kind.version,
                 static_cast<char>((place + 1) << 4 | rate << 2 | padding << 1), '\xc4'};

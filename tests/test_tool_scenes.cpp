@@ -8,8 +8,9 @@
 
 namespace {
 
-// Channel 0 is that of the scene times gain0. Channel 1 is that of the scene times gain1, read
-// `drift` samples further ahead every second, plus `copy` times channel 0, plus noise.
+// Channel 0 is that of the scene, `lead0` samples early, times gain0, plus offset0. Channel 1 is
+// that of the scene, earlier by another `drift` samples every second, times gain1, plus `copy`
+// times channel 0, plus noise, plus offset1.
 struct Spoilt {
     const char *name;
     double lead0, drift;
@@ -73,8 +74,8 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
     for (size_t i = 0; i < 2 * 88000; ++i) // 1.5 s, and then below the gate
         fading.push_back((i < 2 * 24000 ? 0.3f : 1e-4f) * noise());
     write_audio("fading.wav", 16000, 2, fading);
-    // In each second a loud quarter leads by -3 samples, the faint rest by 6. The correlation of
-    // the channels is that of the loud part, but most frames belong to the faint one.
+    // A quarter of each second is loud and has a lag of -3 samples, the faint rest one of 6. The
+    // loud part decides the correlation of the channels, the faint one most of the frames.
     Samples source(64020);
     for (float &sample : source)
         sample = noise();

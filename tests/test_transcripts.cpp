@@ -8,12 +8,12 @@
 //   | text                                              then, line by line, what it prints:
 //                                                       nothing if there is no such line
 //   from STATES FIELD CALL ARGUMENTS => CODE            the call from many states of the order,
-//                                                       each with the same answer: the steps init,
-//                                                       config, shape, params and run, with all
-//                                                       the digits that each may have. A refused
-//                                                       call sets FIELD to 0, or with `none`
-//                                                       nothing, and changes nothing else; with
-//                                                       `any` it may change anything
+//                                                       all with the same answer. STATES has the
+//                                                       digits that each of the steps init,
+//                                                       config, shape, params and run may have.
+//                                                       The call sets FIELD to 0 and changes
+//                                                       nothing else; with `none` it changes
+//                                                       nothing, with `any` perhaps anything
 //   set FIELD VALUE                                     an element is FIELD.INDEX
 //   see FIELD VALUE...                                  whole numbers exactly, others to
 //                                                       6 digits
@@ -346,7 +346,7 @@ Answer answer_to(Stage &stage, const Words &call)
     return {code, text};
 }
 
-// The answer to `from` and its arguments, which every state must have.
+// The answer to the call of a line with `from`, which must be the same in every state.
 Answer answer_from_states(Stage &stage, const Words &w, const std::string &what)
 {
     auto *const ssl = reinterpret_cast<char *>(stage.instance->get());

@@ -83,8 +83,8 @@ struct Tool : ::testing::Test {
     static std::ptrdiff_t count_files() { return std::distance(fs::directory_iterator("."), {}); }
 
     // Runs the lines of transcripts/tool/NAME.txt that begin with "$ ". Each must print the lines
-    // with "| " that follow it; "[N]" is a status other than 0. With EZOSSL_RECORD=1 the file is
-    // written anew, to be read before it is committed.
+    // that follow it and begin with "| ". "[N]" is an exit status other than 0. With
+    // EZOSSL_RECORD=1 the file is written anew; read the difference before you commit it.
     static void play(const std::string &name)
     {
         const std::string path = EZOSSL_TRANSCRIPTS "/tool/" + name + ".txt";

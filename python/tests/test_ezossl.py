@@ -52,7 +52,7 @@ def noise(seconds, lag):
 
 @pytest.fixture(scope="module")
 def sounds(tmp_path_factory):
-    """Sounds that bring about every reason, each for another part of the rules."""
+    """Sounds that bring about every reason; each tries another part of the rules."""
     path = tmp_path_factory.mktemp("scene") / "walk.wav"
     run(TOOL, "simulate", "--walk=-60,60", "-s", "5.8cm", "-r", "16000", "-d", "6", "--snr", "-3",
         "-o", path)
@@ -63,13 +63,13 @@ def sounds(tmp_path_factory):
     # 40 s of a faint sound from the right, which counts as noise, with bursts 26 dB above it from
     # the left; then the faint sound 12 dB louder, which counts as noise only after 30 s.
     bursts = np.where((time < 40) & (time % 2 < 0.5), left, right * np.where(time < 40, 0.05, 0.2))
-    # Every frame has another level, from full scale to below the lowest gate.
+    # Every frame has a different level, from full scale to below the lowest gate.
     levels = 10 ** -np.random.default_rng(2).uniform(0, 4.5, len(left) // 128).repeat(128)
     levels = np.concatenate([left[:1], (4 * left * levels[:, None])])
-    # A source, another, none in common, silence.
+    # A source, another one, a different sound at each microphone, silence.
     apart = np.random.default_rng(2).integers(-8000, 8000, (48000, 2))
     turns = np.concatenate([left[:48000], right[:48000], apart, 0 * apart])
-    # Of every 32 frames a few more come from the left, amid noise.
+    # Of every 32 frames more and more come from the left; in the others the sounds differ.
     shares = np.where(time // 0.008 % 32 < time / 3, left, apart[np.arange(len(left)) % 48000])
     all_sounds = {"walk": walk, "bursts": bursts, "levels": levels, "turns": turns,
                   "shares": shares, "full": np.full((8192, 2), -32768)}
@@ -96,14 +96,14 @@ RAW = {"smooth": None}
 @pytest.mark.parametrize("sound, rate, spacing, settings, count", [
     ("walk", 16000, 0.058, RAW, 23),
     ("walk", 16000, 0.058, {**RAW, "temperature": -20, "gate": -40, "block": 40}, 18),
-    ("walk", 16000, 0.02, RAW, 23),  # with delays that it does not allow
+    ("walk", 16000, 0.02, RAW, 23),  # does not allow the delays
     ("walk", 8000, 0.058, RAW, 23),
     ("walk", 48000, 0.1, RAW, 23),
     ("walk", 16000, 0.058, {}, 23),
     ("walk", 16000, 0.02, {"temperature": -40}, 23),
     ("walk", 16000, 0.058, {"gate": -60}, 23),
-    ("walk", 16000, 0.058, {"block": 13, "smooth": 0.3}, 57),  # segments are of 8
-    ("walk", 16000, 0.058, {"block": 700}, 1),  # longer than what votes
+    ("walk", 16000, 0.058, {"block": 13, "smooth": 0.3}, 57),  # a segment has 8 frames
+    ("walk", 16000, 0.058, {"block": 700}, 1),  # longer than the sound that votes
     ("walk", 8000, 0.058, {}, 46),
     ("walk", 48000, 0.1, {}, 7),
     ("turns", 16000, 0.086, {"gate": -60}, 46),
@@ -135,7 +135,7 @@ def test_chunks_streams_and_resets_give_the_same(sounds):
             cuts = np.cumsum(np.random.default_rng(1).integers(0, 3000, 100))
             for chunk in np.split(samples, cuts):  # some of them empty
                 found += one.process(chunk)
-                swapped += other.process(chunk[:, ::-1])  # draws random numbers between
+                swapped += other.process(chunk[:, ::-1])  # draws random numbers in between
             assert (found, swapped) == (whole, whole_swapped)
             one.reset()
             other.reset()
@@ -244,7 +244,7 @@ assert numbers(lambda: None) == numbers(lambda: ezossl.track(noise, 16000, 0.058
 def test_pip_installs_all_of_it(tmp_path):
     pytest.importorskip("setuptools")
     source, site = tmp_path / "python", tmp_path / "site"
-    run("cp", "-r", PYTHON, source)  # pip leaves files in the source
+    run("cp", "-r", PYTHON, source)  # because pip leaves files there
     python("-m", "pip", "install", "--quiet", "--no-build-isolation", "--no-deps", "--no-index",
            "--disable-pip-version-check", "--root-user-action", "ignore", "--target", site, source)
     assert {*os.listdir(site / "ezossl")} >= {path.name for path in PYTHON.glob("ezossl/*.*")}

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# commands.sh - what the transcripts of this folder call. TOOL and FAULTY_DEVICE are paths.
+# commands.sh - what the transcripts of this folder call. TOOL and FAULTY_DEVICE are paths of files.
 # shellcheck shell=sh
 
 export LC_ALL=C ALSA_CONFIG_PATH="$PWD/alsa.conf"
