@@ -23,7 +23,7 @@ import sys
 import tempfile
 
 options = [argument for argument in sys.argv[1:] if argument.startswith("--")]
-tool, library, device = [argument for argument in sys.argv[1:] if not argument.startswith("--")]
+tool, library, device = [os.path.abspath(path) for path in sys.argv[1:] if path not in options]
 FIRST, OTHERS = (10**9, 0) if "--full" in options else (12, 40)
 OLD = b"old\n"
 MESSAGE = b"ezossl: "
