@@ -4,12 +4,13 @@
 
 Copies the tree to build/mutants, puts one fault at a time into a source file there, builds what
 changed, and runs the relevant tests until one fails. Prints each fault that no test noticed, and
-how many were noticed. Faults that do not compile are not counted. --list only shows the faults. The
-original tree is not changed.
+how many were noticed. Faults that do not compile, and those that leave every program the same byte
+for byte, are not counted. --list only shows the faults. The original tree is not changed.
 """
 
 import argparse
 import collections
+import hashlib
 import os
 import pathlib
 import random
@@ -122,8 +123,17 @@ def passes(tests):
     return all(succeeds(*LIMITED, *command) for command in tests)
 
 
-def outcome(path, fault, suite):
-    """The fate of one fault: noticed, survived, or not compiled. Restores the copy afterwards."""
+def programs():
+    """The digest of each program and shared library that is built."""
+    return {file: hashlib.sha1(file.read_bytes()).digest() for file in BUILD.rglob("*")
+            if file.is_file() and os.access(file, os.X_OK)}  # fmt: skip
+
+
+def outcome(path, fault, suite, unchanged):
+    """The fate of one fault: noticed, survived, no effect, or not compiled. Restores the copy.
+
+    unchanged: the programs without a fault.
+    """
     number, before, after = fault
     targets, tests = suite
     file = COPY / path
@@ -134,6 +144,8 @@ def outcome(path, fault, suite):
     try:
         if not builds(targets):
             return "not compiled"
+        if programs() == unchanged:
+            return "no effect"
         return "survived" if passes(tests) else "noticed"
     finally:
         file.write_text(whole)
@@ -164,11 +176,12 @@ def main():
     for targets, tests in {id(suite): suite for suite in suites.values()}.values():
         if not builds(targets) or not passes(tests):
             sys.exit("the tests fail without a fault; build and run them in " + str(BUILD))
+    unchanged = programs()
     counts = collections.Counter()
     for path, fault in faults:
         if counts["noticed"] + counts["survived"] == arguments.sample:
             break
-        result = outcome(path, fault, suites[path])
+        result = outcome(path, fault, suites[path], unchanged)
         counts[result] += 1
         number, before, after = fault
         if arguments.verbose or result == "survived":
@@ -176,7 +189,7 @@ def main():
     tried = counts["noticed"] + counts["survived"]
     percent = 100 * counts["noticed"] / max(tried, 1)
     print(f"{counts['noticed']} of {tried} faults noticed ({percent:.0f} %); "
-          f"{counts['not compiled']} more did not compile")  # fmt: skip
+          f"{counts['not compiled']} more did not compile, {counts['no effect']} have no effect")  # fmt: skip
 
 
 main()
