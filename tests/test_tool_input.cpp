@@ -364,6 +364,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
     const std::pair<const char *, std::string> files[] = {
         {"mp3", mp3},
         {"mp3-begun", mp3.substr(0, 290)}, // may be sound
+        {"mp3-tagged", "ID3\4"},
         {"aac", two_frames("\xff\xf1\x60\x80\x05\x1f\xfc", 40)},
         {"ac3", two_frames({0x0b, 'w', 0, 19, '\x80', '\x80'}, 40)}, // the newer kind
         {"gsm", gsm},
