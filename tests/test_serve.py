@@ -211,7 +211,7 @@ def test_reader_that_does_not_read():
 def test_connections_that_take_their_time():
     """A byte now and then, nothing at all, a stream that is not read. Others are answered meanwhile,
     silent streams show that they are alive, and an interrupt ends the tool at once."""
-    with Served(FLOOD) as served:
+    with Served("demo") as demo, Served(FLOOD) as served:
         begun = time.monotonic()
         patient = Reader(served.port)
         silent, slow, deaf = connect(served.port), connect(served.port), Reader(served.port, 2048)
@@ -237,6 +237,10 @@ def test_connections_that_take_their_time():
         served.feed(NOISE * 4000)
         seconds, status = served.interrupt()
         assert status == 130 and seconds < AT_ONCE, (seconds, status)
+        # The demo has printed its walk, and goes on in the browser.
+        seen = ask(demo.port, request("/latest"))
+        wait_until(lambda: ask(demo.port, request("/latest")) != seen, demo.said)
+        assert "mean absolute error" in demo.printed(), demo.printed()
 
 
 def test_latency():
