@@ -91,6 +91,8 @@ def test_ports_that_are_not_free():
 
 
 def test_pages():
+    headers = ("Connection: close", "Cache-Control: no-store", "Referrer-Policy: no-referrer",
+               "Cross-Origin-Resource-Policy: same-origin", "X-Content-Type-Options: nosniff")
     ok, moved, begun = "200 OK", "421 Misdirected", time.monotonic()
     with Served("demo") as served:
         cross_site = "Sec-Fetch-Site: cross-site\r\n"
@@ -118,7 +120,7 @@ def test_pages():
                 assert got.startswith("HTTP/1.1 " + answer) and text in got, (asked[:99], got)
                 assert "Access-Control" not in got, got
                 if answer not in ("400", "431"):
-                    assert "Connection: close" in got and "nosniff" in got, got
+                    assert all(f"\r\n{header}\r\n" in got for header in headers), got
         assert not ask(served.port, b"\x16\x03\x01\x02\0\r\n\r\n").startswith("HTTP/1.1 2")
         for path in ("/", "/latest", "/events"):
             got = ask(served.port, request(path, method="HEAD"))
