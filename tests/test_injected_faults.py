@@ -70,7 +70,7 @@ class Run:
         before = set(os.listdir(folder)) | {"report"}
         feed = open(os.path.join(folder, source), "rb").read() if source else b""
         variables = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "LD_PRELOAD": library,
-                     "ALSA_CONFIG_PATH": folder + "/alsa.conf", "FAIL_REPORT": "report"}
+                     "ALSA_CONFIG_PATH": folder + "/alsa.conf", "FAIL_REPORT": "report", "TMPDIR": folder}
         process = subprocess.Popen([tool, *arguments.split()], cwd=folder,
                                    env=variables | fault, stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE,

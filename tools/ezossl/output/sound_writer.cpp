@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -59,9 +60,22 @@ void SoundWriter::finish()
 {
     errno = 0;
     require(sf_close(file_.release()) == 0);
+    if (has_failed_ && !holds_sound())
+        return;
     if (memory_.is_open())
         pour();
     target_.commit();
+}
+
+bool SoundWriter::holds_sound() const
+{
+    const Descriptor descriptor = target_.duplicate();
+    if (lseek(descriptor.get(), 0, SEEK_SET) != 0)
+        return false;
+    SF_INFO info{};
+    const SoundFile file(sf_open_fd(descriptor.get(), SFM_READ, &info, SF_FALSE));
+    std::vector<int16_t> samples(static_cast<size_t>(info.channels));
+    return file != nullptr && sf_readf_short(file.get(), samples.data(), 1) == 1;
 }
 
 void SoundWriter::pour()
@@ -85,6 +99,7 @@ void SoundWriter::require(bool is_done)
 {
     if (is_done && (errno == 0 || errno == EINTR || errno == ESPIPE))
         return;
+    has_failed_ = true;
     throw WriteFailure(target_.target() + ": cannot be written: " +
                        (errno != 0 ? std::strerror(errno) : sf_strerror(file_.get())));
 }

@@ -28,9 +28,11 @@ public:
 
     // Interleaved; `count` per channel.
     void write(const int16_t *samples, size_t count);
+    // After a failed write the file appears only if its beginning can be read.
     void finish();
 
 private:
+    bool holds_sound() const;
     void pour();
     void require(bool is_done);
 
@@ -40,6 +42,7 @@ private:
     bool keeps_header_ = false; // up to date with the samples
     size_t update_after_;       // samples per channel: a second of them
     size_t since_update_ = 0;
+    bool has_failed_ = false;
 };
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// spool.cpp - makes a temporary file, removes its name at once, and reads it in pieces.
+// spool.cpp - makes a temporary file without a name, and reads it in pieces.
 
 #include "output/spool.h"
 
@@ -29,11 +29,16 @@ Spool::Spool()
 {
     const char *const chosen = std::getenv("TMPDIR");
     const std::string folder = chosen != nullptr && *chosen != '\0' ? chosen : "/var/tmp";
+    file_ = Descriptor(open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    if (file_.is_open())
+        return;
+    // Not every file system has files without a name.
     std::string path = folder + "/ezossl.XXXXXX";
     file_ = Descriptor(mkostemp(path.data(), O_CLOEXEC));
     if (!file_.is_open())
         fail("cannot make a temporary file in " + folder + "; set TMPDIR to another directory: ");
-    unlink(path.c_str());
+    if (unlink(path.c_str()) != 0)
+        fail("cannot remove " + path + ": ");
 }
 
 bool Spool::read(bool skip_first_line, const Take &take) const
