@@ -38,21 +38,32 @@ std::vector<const PendingFile *> &pending_files()
     return files;
 }
 
-// Renaming onto a symbolic link would replace the link, not the file behind it, which need not
-// exist yet.
-std::string behind_links(const std::string &target)
-{
-    fs::path path = target;
-    std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error); ++i)
-        path = path.parent_path() / fs::read_symlink(path, error);
-    return path.string();
-}
-
 std::string folder_of(const std::string &path)
 {
     const std::string folder = fs::path(path).parent_path().string();
     return folder.empty() ? "." : folder;
+}
+
+// Whether this is descriptor 1 of the process, by whatever name its folder is reached.
+bool is_descriptor_1(const std::string &path)
+{
+    std::error_code none_if_missing;
+    const auto is_in = [&](const char *folder) {
+        return fs::equivalent(folder_of(path), folder, none_if_missing);
+    };
+    return fs::path(path).filename() == "1" &&
+           (is_in("/proc/self/fd") || is_in("/proc/thread-self/fd"));
+}
+
+// Renaming onto a symbolic link would replace the link, not the file behind it, which need not
+// exist yet. Descriptor 1 is a link, too, but is not followed.
+std::string behind_links(const std::string &target)
+{
+    fs::path path = target;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error) && !is_descriptor_1(path); ++i)
+        path = path.parent_path() / fs::read_symlink(path, error);
+    return path.string();
 }
 
 // The mode of a new file. The mask can be read only by setting it.
@@ -67,7 +78,7 @@ mode_t usual_mode()
 
 bool is_standard_output(const std::string &name)
 {
-    return name == "-" || name == "/dev/stdout" || name == "/dev/fd/1" || name == "/proc/self/fd/1";
+    return name == "-" || is_descriptor_1(behind_links(name));
 }
 
 bool is_stream(const std::string &name)

@@ -10,8 +10,8 @@
 
 #include "base/descriptor.h"
 
-// Whether an output of this name is standard output, which cannot be opened by its name because
-// descriptor 1 leads elsewhere (see DataOutput).
+// Whether an output of this name is standard output: -, or whatever leads to /dev/stdout. It cannot
+// be opened by that name because descriptor 1 leads elsewhere (see DataOutput).
 bool is_standard_output(const std::string &name);
 
 // Whether a file is written to directly: it exists as a device or a pipe, or is standard output.
