@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "base/failure.h"
 #include "base/units.h"
 #include "input/sample_rates.h"
@@ -40,13 +43,27 @@ void add_channels_option(CLI::App &parser, ChannelChoice &choice)
         ->type_name("A,B");
 }
 
+namespace {
+
+// Whether they are one file. Standard input may be a file that the shell has opened.
+bool is_same_file(const std::string &input, const std::string &output)
+{
+    std::error_code none_if_missing;
+    if (input != "-")
+        return std::filesystem::equivalent(input, output, none_if_missing);
+    struct stat source = {};
+    struct stat target = {};
+    return fstat(STDIN_FILENO, &source) == 0 && S_ISREG(source.st_mode) &&
+           stat(output.c_str(), &target) == 0 && source.st_dev == target.st_dev &&
+           source.st_ino == target.st_ino;
+}
+
+} // namespace
+
 void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::string> &outputs)
 {
     for (const std::string &output : outputs) {
-        const auto is_same = [&output](const std::string &input) {
-            std::error_code none_if_missing;
-            return std::filesystem::equivalent(input, output, none_if_missing);
-        };
+        const auto is_same = [&](const std::string &input) { return is_same_file(input, output); };
         if (std::any_of(inputs.begin(), inputs.end(), is_same))
             throw UsageFailure(output +
                                ": is an input and would be overwritten; choose another name");
