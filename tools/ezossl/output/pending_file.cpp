@@ -66,6 +66,15 @@ std::string behind_links(const std::string &target)
     return path.string();
 }
 
+// Renaming, and root, could replace such a file.
+bool is_protected(const std::string &path)
+{
+    struct stat file = {};
+    return stat(path.c_str(), &file) == 0 &&
+           ((file.st_mode & kWritable) == 0 ||
+            faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0);
+}
+
 // The mode of a new file. The mask can be read only by setting it.
 mode_t usual_mode()
 {
@@ -111,6 +120,8 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
     if (fs::exists(status) && !fs::is_regular_file(status))
         throw Failure(target + ": exists and is not a regular file; choose another name");
     claim();
+    if (is_protected(path_))
+        throw Failure(target + ": is write-protected; choose another name");
     pending_files().reserve(pending_files().size() + 1); // must not fail once the file exists
     if (appears == Appears::growing)
         open_itself(O_WRONLY | O_CREAT | O_TRUNC);
@@ -141,9 +152,6 @@ void PendingFile::open_beside()
 {
     struct stat replaced = {};
     const bool exists = stat(path_.c_str(), &replaced) == 0;
-    if (exists && ((replaced.st_mode & kWritable) == 0 ||
-                   faccessat(AT_FDCWD, path_.c_str(), W_OK, AT_EACCESS) != 0))
-        throw Failure(target_ + ": is write-protected; choose another name");
     const std::string name = fs::path(path_).filename().string();
     std::string path =
         folder_of(path_) + "/" + (name.size() <= kLongestName ? name : "ezossl") + kEnding;
@@ -171,8 +179,11 @@ void PendingFile::claim()
     struct stat folder = {};
     if (stat(folder_of(path_).c_str(), &folder) != 0)
         fail();
-    if (stat(path_.c_str(), &file) != 0)
+    if (stat(target_.c_str(), &file) != 0) {
+        if (errno == ELOOP)
+            fail();
         file = {};
+    }
     place_ = {file.st_dev, file.st_ino, folder.st_dev, folder.st_ino,
               fs::path(path_).filename().string()};
     for (const PendingFile *const other : pending_files())
