@@ -4,7 +4,8 @@
  *
  *   json          an allocation of cJSON
  *   malloc        an allocation of any kind, from main() on
- *   read, fsync   these functions
+ *   read, fork, fsync, fchown
+ *                 these functions
  *   sys, sys:N    any system call from main() on, or those with the number N, including those that
  *                 the C library makes by itself (on x86-64). FAIL_SIGNAL is sent before the call;
  *                 without FAIL_ERRNO the call is then made
@@ -83,6 +84,12 @@ int fsync(int descriptor)
 {
     NEXT(fsync);
     return fails("fsync") ? -1 : next(descriptor);
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group)
+{
+    NEXT(fchown);
+    return fails("fchown") ? -1 : next(descriptor, owner, group);
 }
 
 int clock_gettime(clockid_t clock, struct timespec *time)

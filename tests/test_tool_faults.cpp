@@ -72,6 +72,10 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
               std::string::npos)
         << contents("err");
     EXPECT_EQ(contents("kept"), contents("expected"));
+    // A file that gets another owner would otherwise run with that owner's rights.
+    fs::permissions("kept", fs::perms{06750});
+    EXPECT_EQ(run_with("fchown", 1, EPERM, "track x.wav -s 8.6 -b 1 -q -o kept"), 0);
+    EXPECT_EQ(fs::status("kept").permissions(), fs::perms{02750});
 }
 
 // Interrupted in the middle of a scene, or before its files appear.

@@ -160,9 +160,12 @@ void PendingFile::open_beside()
     if (descriptor_ < 0)
         fail();
     working_path_ = std::move(path); // a copy may fail without memory, and the file would be left
-    if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0 &&
-        fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
-        replaced.st_mode &= ~(mode_t{S_ISUID} | S_ISGID); // the owner may become another one
+    // With another owner or group, these bits would grant other rights than they did.
+    if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0) {
+        replaced.st_mode &= ~mode_t{S_ISUID};
+        if (fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
+            replaced.st_mode &= ~mode_t{S_ISGID};
+    }
     // Some file systems have no modes.
     static_cast<void>(fchmod(descriptor_, exists ? replaced.st_mode & kModeBits : usual_mode()));
 }
