@@ -3,6 +3,7 @@
 // exit status. The commands are in commands/commands.h.
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -175,6 +176,13 @@ void open_standard_descriptors()
         close(descriptor);
 }
 
+// A pipe without a reader and a file at its size limit give write errors, which have messages.
+void ignore_signals_of_writing()
+{
+    for (const int signal : {SIGPIPE, SIGXFSZ})
+        std::signal(signal, SIG_IGN);
+}
+
 // The parser of the command line also allocates memory in functions that let no exception out.
 [[noreturn]] void end_despite_exception()
 {
@@ -194,6 +202,7 @@ int main(int argc, char **argv)
 {
     std::set_terminate(end_despite_exception);
     open_standard_descriptors();
+    ignore_signals_of_writing();
     return exit_status_of([&] {
         DataOutput output;
         return run(argc, argv, output);

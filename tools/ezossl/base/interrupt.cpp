@@ -46,10 +46,6 @@ void watch_for_interrupts()
 {
     nowhere = open("/dev/null", O_RDONLY | O_CLOEXEC);
     handle_interrupts(count_interrupt);
-    struct sigaction action = {};
-    action.sa_handler = SIG_IGN;
-    sigaction(SIGPIPE, &action, nullptr);
-    sigaction(SIGXFSZ, &action, nullptr); // sent when a file reaches its size limit
 }
 
 void stop_watching_for_interrupts()

@@ -5,8 +5,7 @@
 #ifndef EZOSSL_TOOL_INTERRUPT_H
 #define EZOSSL_TOOL_INTERRUPT_H
 
-// From now on, signals that ask the program to end are counted, and a pipe without a reader or a
-// file at its size limit gives a write error.
+// From now on, signals that ask the program to end are counted.
 void watch_for_interrupts();
 
 // From now on these signals end the process at once: for a process that leaves nothing behind.
