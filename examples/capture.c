@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: MIT
  *
  * capture - prints the direction of the sound at two microphones on an ALSA device, until the
- * device fails.
+ * device or the output fails.
  *
  *   DML_PATH=errors.json capture hw:1,0 5.8
  *
@@ -9,9 +9,12 @@
  * there too, unless a level file suppresses them.
  */
 #include <alsa/asoundlib.h>
+#include <errno.h>
+#include <fcntl.h>
 #include <soxr.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include "EzoSsl.h"
 
@@ -104,6 +107,7 @@ static void end_block(void)
     else
         puts(code == EZOSSL_TOO_QUIET ? "too quiet" : "no clear direction");
     fflush(stdout);
+    require(!ferror(stdout), "standard output", strerror(errno));
     EzoSsl_Reset_Mapping(ssl);
     frames = 0;
 }
@@ -145,6 +149,8 @@ int main(int argc, char **argv)
         fprintf(stderr, "usage: capture DEVICE SPACING_CM\n");
         return 2;
     }
+    /* Otherwise the device would get its number, and the angles. */
+    require(fcntl(STDOUT_FILENO, F_GETFD) >= 0, "standard output", "is closed");
     open_microphones(argv[1]);
     open_library(strtof(argv[2], NULL));
     for (;;) {

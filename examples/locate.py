@@ -18,6 +18,7 @@ FRAME_LENGTH = 128  # samples per microphone
 MICROPHONES = 2
 BLOCK_FRAMES = 32
 OK = 0
+UNKNOWN = 0x7FFFF000 // 4  # a header that was written to a pipe states this length, or more
 
 
 class SslInit(ctypes.Structure):
@@ -84,6 +85,8 @@ def locate(library, path, spacing_cm, output):
                 end += FRAME_LENGTH * BLOCK_FRAMES / rate
                 found = "no direction" if angle is None else f"angle {angle} degrees"
                 print(f"{end:8.3f} s  {found}", file=output)
+        if audio.tell() < audio.getnframes() < UNKNOWN:
+            raise ValueError("ends before the length that its header states")
 
 
 def main():
@@ -93,6 +96,8 @@ def main():
     parser.add_argument("--library", dest="lib", help="the shared library",
                         default=os.environ.get("EZOSSL_LIBRARY", "libezossl.so.1"))
     options = parser.parse_args()
+    if sys.stdout is None:
+        sys.exit("locate.py: there is no standard output")
     # The library's messages go to descriptor 1, which becomes standard error.
     descriptor = os.dup(1)
     os.dup2(2, 1)

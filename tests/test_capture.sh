@@ -36,6 +36,15 @@ tail -c +45 scene.wav >scene.raw # without the header
 expect 7 '7 angle 0 degrees' '16000 Hz, S16_LE' \
     "file slave.pcm null file /dev/null format raw infile $work/scene.raw"
 
+# A standard output that is closed, or full.
+for sink in '>&-' '>/dev/full'; do
+    if eval "timeout 20 '$capture' x 5.8 2>err $sink" ||
+        ! grep -q '^capture: standard output' err; then
+        echo "$sink: expected a refusal, found:" && cat err
+        failed=1
+    fi
+done
+
 # The other devices have noise that is two samples later at microphone 1. At 8.6 cm that is
 # asin(2 x 343 / 16000 / 0.086) = 29.9 degrees, asin(2 x 343 / 48000 / 0.086) = 9.6.
 expect 3 '3 angle 29 degrees' 'x: 16000 Hz, S16_LE' faulty
