@@ -27,6 +27,7 @@ import os
 import pathlib
 import subprocess
 import sys
+import tempfile
 
 import distributed
 
@@ -143,11 +144,16 @@ def run(client, paths, options, archive):
 def write_parquet(rows, path):
     from pyarrow import csv as arrow_csv, parquet
 
-    with arrow_csv.open_csv(rows) as batches:
-        with parquet.ParquetWriter(path + ".part", batches.schema) as writer:
-            for batch in batches:
-                writer.write_batch(batch)
-    os.replace(path + ".part", path)
+    # Others may write to the folder, too: a link of theirs is not to be followed.
+    with tempfile.TemporaryDirectory(dir=os.path.dirname(path) or ".") as private:
+        part = os.path.join(private, "part")
+        with arrow_csv.open_csv(rows) as batches:
+            with parquet.ParquetWriter(part, batches.schema) as writer:
+                for batch in batches:
+                    writer.write_batch(batch)
+        with open(part, "rb") as file:
+            os.fsync(file.fileno())
+        os.replace(part, path)
 
 
 def main():

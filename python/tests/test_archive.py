@@ -1,12 +1,15 @@
 # SPDX-License-Identifier: MIT
 """The example archive.py on two workers against `ezossl track` over the same files."""
 
+import contextlib
 import csv
 import os
 import pathlib
+import runpy
 import subprocess
 import sys
 import time
+import types
 
 import pytest
 
@@ -104,3 +107,32 @@ def test_parquet_has_the_rows_of_csv(folder):
     table = parquet.read_table("out.parquet")
     assert table.num_rows == in_turn().count(b"\n") - 1
     assert table.column_names[1:4] == ["t_start", "t_end", "angle_deg"]
+
+
+class Batches(list):
+    schema = None
+
+
+def test_parquet_follows_no_link_and_leaves_nothing_half_written(tmp_path, monkeypatch):
+    @contextlib.contextmanager
+    def open_csv(path):
+        yield Batches(pathlib.Path(path).read_text())
+
+    @contextlib.contextmanager
+    def writer(path, _):
+        with open(path, "w") as file:
+            yield types.SimpleNamespace(write_batch=file.write)
+
+    stand_in = types.SimpleNamespace(csv=types.SimpleNamespace(open_csv=open_csv),
+                                     parquet=types.SimpleNamespace(ParquetWriter=writer))
+    monkeypatch.setitem(sys.modules, "pyarrow", stand_in)
+    monkeypatch.chdir(tmp_path)
+    write_parquet = runpy.run_path(str(EXAMPLE))["write_parquet"]
+    pathlib.Path("rows").write_text("of sound")
+    pathlib.Path("folder").mkdir()
+    os.symlink("planted", "out.parquet.part")
+    write_parquet("rows", "out.parquet")
+    with pytest.raises(OSError):
+        write_parquet("rows", "folder")
+    assert pathlib.Path("out.parquet").read_text() == "of sound"
+    assert sorted(os.listdir()) == ["folder", "out.parquet", "out.parquet.part", "rows"]
