@@ -63,7 +63,7 @@ void feed(FrameSource &source, TrackingRun &run, bool has_progress)
     throw Failure(format_text("%s: %lld samples are shorter than one block of %d%s", name,
                               static_cast<long long>(samples),
                               settings.block_frames * EZOSSL_FRAME_LENGTH,
-                              samples > EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
+                              samples >= EZOSSL_FRAME_LENGTH ? "; try a smaller --block" : ""));
 }
 
 [[noreturn]] void end_interrupted(const TrackArguments &options, double seconds,
