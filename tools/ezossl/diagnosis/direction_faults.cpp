@@ -74,9 +74,13 @@ void find_contradiction(const std::vector<int16_t> &samples, const DiagnosisSett
         return;
     // The angle of a lag is -asin(lag / longest lag).
     const double lag = -std::sin(*diagnosis.median_angle * kPi / 180.0) * diagnosis.longest_lag;
+    // A wrong spacing explains both, and then another rate does not help.
+    const bool is_long =
+        std::any_of(diagnosis.findings.begin(), diagnosis.findings.end(),
+                    [](const Finding &finding) { return finding.kind == &findings::kLongLag; });
     if (std::fabs(lag - diagnosis.median_lag) > kContradictionLag)
         diagnosis.findings.push_back(
-            {&findings::kContradiction,
+            {is_long ? &findings::kBeyondDirections : &findings::kContradiction,
              format_text("the median direction of %+.0f deg corresponds to a lag of %+.2f samples, "
                          "but that of the channels is %+.2f",
                          *diagnosis.median_angle, lag, diagnosis.median_lag)});

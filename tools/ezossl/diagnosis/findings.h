@@ -79,6 +79,9 @@ inline constexpr FindingKind kNarrowBand = {false, false, "narrow band",
 inline constexpr FindingKind kContradiction = {true, true, "contradiction",
     "the directions do not fit the lag between the channels",
     "try a lower rate with -r, and record without any processing"};
+inline constexpr FindingKind kBeyondDirections = {true, true, "contradiction",
+    "the stated spacing has no direction for the lag between the channels",
+    "measure the spacing, and state it with -s"};
 inline constexpr FindingKind kNoDirections = {true, false, "no directions",
     "no fault of the channels was found, but no block gets a direction",
     "record a source that is nearer, louder or in a room with less echo"};
