@@ -3,12 +3,13 @@
  * works:
  *
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
- *              rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
+ *              wakes 1  rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
  *
  * It has one rate or two. Samples of 24 bits have three bytes, or four if they are padded. It
  * refuses to open, or has the fault after that many frames: once, again after that many more, or
- * from then on for ever. Until then it always has sound: noise that is two samples later on each
- * odd channel than on the previous one.
+ * from then on for ever. After a suspend it must be prepared again, unless it wakes: then it goes
+ * on, and must not be prepared. Until the fault it always has sound: noise that is two samples
+ * later on each odd channel than on the previous one.
  */
 
 #include <alsa/asoundlib.h>
@@ -16,13 +17,13 @@
 
 #include <fcntl.h>
 
-enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, RATE, SLOWER, CHANNELS, BITS, PADDED, SETTINGS };
-static const char *const names[SETTINGS] = {"refuse", "fault",  "after",    "again", "forever",
-                                            "rate",   "slower", "channels", "bits",  "padded"};
+enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, WAKES, RATE, SLOWER, CHANNELS, BITS, PADDED, ALL };
+static const char *const names[ALL] = {"refuse", "fault",  "after",    "again", "forever", "wakes",
+                                       "rate",   "slower", "channels", "bits",  "padded"};
 enum { CHUNK = 160, LEAD = 2 };
 
 static snd_pcm_ioplug_t device; /* the only one of a process */
-static long settings[SETTINGS] = {[RATE] = 16000, [CHANNELS] = 2, [BITS] = 16};
+static long settings[ALL] = {[RATE] = 16000, [CHANNELS] = 2, [BITS] = 16};
 static long delivered; /* frames */
 
 static int stay(snd_pcm_ioplug_t *io)
@@ -31,10 +32,18 @@ static int stay(snd_pcm_ioplug_t *io)
     return 0;
 }
 
-static int wake_not(snd_pcm_ioplug_t *io)
+static int wake(snd_pcm_ioplug_t *io)
+{
+    if (settings[WAKES] == 0)
+        return -ENOSYS; /* like most devices */
+    settings[WAKES] = -1;
+    return snd_pcm_ioplug_set_state(io, SND_PCM_STATE_RUNNING);
+}
+
+static int prepare(snd_pcm_ioplug_t *io)
 {
     (void)io;
-    return -ENOSYS; /* like most devices, which must be prepared again */
+    return settings[WAKES] < 0 ? -EBUSY : 0;
 }
 
 static snd_pcm_sframes_t point(snd_pcm_ioplug_t *io)
@@ -76,14 +85,18 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
     return (snd_pcm_sframes_t)size;
 }
 
-static const snd_pcm_ioplug_callback_t callbacks = {
-    .start = stay, .stop = stay, .resume = wake_not, .pointer = point, .transfer = deliver};
+static const snd_pcm_ioplug_callback_t callbacks = {.start = stay,
+                                                    .stop = stay,
+                                                    .resume = wake,
+                                                    .prepare = prepare,
+                                                    .pointer = point,
+                                                    .transfer = deliver};
 
 SND_PCM_PLUGIN_DEFINE_FUNC(faulty);
 SND_PCM_PLUGIN_DEFINE_FUNC(faulty)
 {
     (void)root;
-    for (int i = 0; i < SETTINGS; ++i) {
+    for (int i = 0; i < ALL; ++i) {
         snd_config_t *setting = NULL;
         if (snd_config_search(conf, names[i], &setting) == 0)
             snd_config_get_integer(setting, &settings[i]);

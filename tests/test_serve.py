@@ -248,6 +248,7 @@ def test_connections_that_take_their_time():
 def test_latency():
     """The time from the last sample of a block on standard input to its event."""
     with Served("track - --raw -s 5.8cm") as served:
+        assert ask(served.port, request("/latest")).startswith("HTTP/1.1 204")
         events = Reader(served.port).events()
         next(events)
         delays = []

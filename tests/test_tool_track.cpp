@@ -83,8 +83,17 @@ TEST_F(Track, KeepsOnlyWhatIsWhole)
          "s; o was not written\nwhole.ogg: "},
         {130, signal_after("head -c 1100000 /dev/zero", "TERM"), "track - --raw --start 100 <sound",
          "interrupted at 1"}, // 16 or 17 s
+        // While it waits for the reader of a pipe, which takes no more.
+        {130,
+         "mkfifo o; (head -c 1 >first; while kill -0 $(cat pid); do sleep 0.02; done) <o "
+         "2>/dev/null & " +
+             signal_when("[ -s first ] && grep -q 'State:.S' /proc/$(cat pid)/status && rm o",
+                         "INT"),
+         "whole.ogg --raw-blocks -b 1 -f jsonl", ""},
         {0, signal_when("grep quiet o", "TERM"), "live -D null --realtime", ", 0 decided (0 %)"},
         {1, "", "two.wav no.wav silent.wav", "no.wav: no such file"},
+        {1, "", "no.wav", "no.wav: no such file"},
+        {1, "", "no.wav no.flac", "no.flac: no such file"},
         {1, "", "live -D nope", "nope: no such device"},
     };
     for (const auto &[status, before, arguments, message] : cases) {

@@ -11,6 +11,7 @@
 #include "base/median.h"
 #include "base/sample_format.h"
 #include "base/text.h"
+#include "base/wall_clock.h"
 #include "input/band_limit.h"
 #include "input/resampler.h"
 #include "output/advice.h"
@@ -18,6 +19,8 @@
 #include "plot/time_axis.h"
 #include "tracking/agreement.h"
 #include "tracking/smoother.h"
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -507,12 +510,13 @@ TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
     }
 }
 
-TEST(RoughTime, HasOneUnit)
+TEST(Times, AreRoughWithOneUnitAndPreciseToAMillisecond)
 {
     const std::pair<double, const char *> cases[] = {
         {0.4, "0 s"}, {119, "119 s"}, {120, "2 min"}, {7199, "120 min"}, {7200, "2 h"}};
     for (const auto &[seconds, text] : cases)
         EXPECT_EQ(rough_time(seconds), text);
+    EXPECT_EQ(iso_time(std::chrono::system_clock::time_point(7ms)).substr(19, 4), ".007");
 }
 
 TEST(TimeAxis, HasAtMostTenStepsWithLabelsOfOneUnit)
