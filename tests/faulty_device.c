@@ -6,10 +6,11 @@
  *              wakes 1  rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
  *
  * It has one rate or two. Samples of 24 bits have three bytes, or four if they are padded. It
- * refuses to open, or has the fault after that many frames: once, again after that many more, or
- * from then on for ever. After a suspend it must be prepared again, unless it wakes: then it goes
- * on, and must not be prepared. Until the fault it always has sound: noise that is two samples
- * later on each odd channel than on the previous one.
+ * refuses to open, or has the fault after that many frames: once, again after every so many more,
+ * or for ever. With both `again` and `forever` the second fault lasts for ever. After a suspend it
+ * must be prepared again, unless it wakes: then it goes on, and must not be prepared. Until the
+ * fault it always has sound: noise that is two samples later on each odd channel than on the
+ * previous one.
  */
 
 #include <alsa/asoundlib.h>
@@ -65,7 +66,7 @@ static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_are
         if (settings[AGAIN] == 0)
             settings[FAULT] *= settings[FOREVER];
         settings[AFTER] += settings[AGAIN];
-        settings[AGAIN] = 0;
+        settings[AGAIN] *= settings[FOREVER] == 0;
         snd_pcm_ioplug_set_state(io, fault == EPIPE      ? SND_PCM_STATE_XRUN
                                      : fault == ESTRPIPE ? SND_PCM_STATE_SUSPENDED
                                                          : SND_PCM_STATE_DISCONNECTED);
