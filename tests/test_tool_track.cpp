@@ -60,7 +60,8 @@ TEST_F(Track, StreamedFilesGiveWhatIntactOnesGive)
         const std::string form = "x.wav -s 8.6 -b 1 -f csv --per-frame";
         ASSERT_EQ(run(form, "expected"), 0);
         const size_t data = intact.find("data");
-        for (const std::string &size : {std::string(4, '\0'), std::string(4, '\xff')}) {
+        for (const std::string &size :
+             {std::string(4, '\0'), std::string(4, '\xff'), std::string("\0\xf0\xff\x7f", 4)}) {
             std::ofstream("x.wav")
                 << intact.substr(0, data) << "LIST" << '\2' << std::string(3, '\0') << "ab"
                 << "data" << size << intact.substr(data + 8);

@@ -4,6 +4,7 @@
 #ifndef EZOSSL_TOOL_FIXTURE_H
 #define EZOSSL_TOOL_FIXTURE_H
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -65,6 +66,7 @@ struct Tool : ::testing::Test {
 
     Tool()
     {
+        std::signal(SIGHUP, SIG_DFL); // ignored under nohup, which the tool would inherit
         fs::create_directories(directory);
         fs::current_path(directory);
     }
