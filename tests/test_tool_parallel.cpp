@@ -6,6 +6,7 @@
 
 #include <sys/stat.h>
 
+#include "output/spool.h"
 #include "tool_fixture.h"
 
 namespace {
@@ -172,6 +173,10 @@ TEST_F(Parallel, SaysWhatTheSystemLacks)
         run("a.wav b.wav -s 5.8 -j 2", "out", kFaulty + "FAIL_CALL=fork FAIL_AT=2 FAIL_ERRNO=11"),
         0);
     EXPECT_NE(contents("err").find("b.wav: 11 blocks"), std::string::npos) << contents("err");
+    setenv("TMPDIR", "", 1);
+    const Spool spool;
+    EXPECT_EQ(fs::read_symlink("/proc/self/fd/" + std::to_string(spool.descriptor())).parent_path(),
+              "/var/tmp");
 }
 
 } // namespace
