@@ -94,11 +94,13 @@ def test_pages():
     headers = ("Connection: close", "Cache-Control: no-store", "Referrer-Policy: no-referrer",
                "Cross-Origin-Resource-Policy: same-origin", "X-Content-Type-Options: nosniff")
     ok, moved, begun = "200 OK", "421 Misdirected", time.monotonic()
-    with Served("demo") as served:
+    own = socket.gethostname()
+    with Served("demo", "0.0.0.0:0") as served:
         cross_site = "Sec-Fetch-Site: cross-site\r\n"
         for answer, text, *requests in (
                 (ok, "</html>", request(), request(host=f"localhost:{served.port}"),
-                 request(host="LOCALHOST"), request(more=cross_site)),
+                 request(host="LOCALHOST"), request(more=cross_site), request(host=own),
+                 request(host=f"{own}.local:{served.port}")),
                 ("20", "", request("/latest", host="[::1]:81")),  # 204 until there is a block
                 ("404", "/events and /latest", request("/../etc/passwd"),
                  request("http://evil.example/")),
