@@ -109,6 +109,7 @@ def test_needle_pauses_end_and_new_start(page):
             assert re.fullmatch(rf"-?\d+ degrees, {where}", label), label
             assert texts[:2] == [where, "Live"] and "scene.wav" in texts[2], texts
             page.wait_for("strip, trail and bar", lambda: page.has_drawn(angle, across, up))
+            page.wait_for("sentence", lambda: where in page.text("spoken"))
         page.wait_for("pause", lambda: page.text("angle") == "too quiet")
         assert page.text("level") == "−∞" and page.run("return document.title") == "ezossl"
         assert "old" in page.run("return get('needle').classList.value")
@@ -138,6 +139,9 @@ def test_fault_and_no_place(page):
         assert "⚠ identical channels: " in fault and "What to do: record two" in fault, fault
         assert page.run("return get('faults').checkVisibility()")
         page.wait_for("waiting", lambda: "No sound arrives" in page.text("state"))
+    with Served("demo", str(served.port)):
+        page.wait_for("new start", lambda: page.text("state") == "Live")
+        assert not page.run("return get('faults').checkVisibility()")
     page.complaints()
 
 
