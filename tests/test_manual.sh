@@ -58,6 +58,9 @@ for command in $commands; do
         [ -z "$values" ] || choices=$((choices + 1))
         [ -z "$values" ] || [ "$(offered "$command" "$option" '' | xargs)" = "$values" ] ||
             { echo "the completion of $command $option is not $values" && exit 1; }
+        short=$(sed -nE "s/^ +(-.),${option}[ ,].*/\1/p" <<<"$help")
+        [ "$(offered "$command" "${short:-$option}" '')" = "$(offered "$command" "$option" '')" ] ||
+            { echo "the completions of $command $short and $option differ" && exit 1; }
         for value in $values; do
             require_value "$option" "$value"
         done
