@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "base/median.h"
 #include "base/sample_format.h"
 #include "base/text.h"
 #include "base/wall_clock.h"
@@ -429,48 +428,6 @@ TEST(BandLimit, OfLongSoundIsThatOfAllOfIt)
         EXPECT_EQ(limit.is_settled(), c.is_settled) << c.wide << ' ' << c.limited;
         EXPECT_EQ(limit.edge().value_or(0), c.edge) << c.wide << ' ' << c.limited;
     }
-}
-
-// The library draws random numbers for each frame; the sound leads by two and a half samples.
-TEST(Localizer, GivesTheSameBlocksBesideAnother)
-{
-    const LocalizerSettings settings = {16000, 8.6, 20, -80, 4};
-    const std::vector<float> sound = noise(2 * 128 * 100, 0.4f);
-    const auto angles = [&](bool has_others) {
-        Localizer localizer(settings);
-        std::vector<int> result;
-        Frame frame;
-        for (size_t start = 0; start + 2 * 128 + 8 < sound.size(); start += 2 * 128) {
-            for (size_t n = 0; n < 2 * 128; n += 2) {
-                const float *const sample = &sound[start + n];
-                frame[n] = static_cast<int16_t>(16000 * (sample[4] + sample[6]));
-                frame[n + 1] = static_cast<int16_t>(32000 * sample[0]);
-            }
-            if (has_others)
-                Localizer(settings).add_frame(frame);
-            localizer.add_frame(frame);
-            if (localizer.is_block_complete())
-                result.push_back(localizer.finish_block().angle);
-        }
-        return result;
-    };
-    EXPECT_EQ(angles(true), angles(false));
-}
-
-TEST(Median, OfAnEvenCountIsTheMeanOfTheTwoInTheMiddle)
-{
-    const std::pair<std::vector<double>, double> cases[] = {
-        {{7}, 7}, {{-90, 90}, 0}, {{3, -4}, -0.5}, {{5, 1, 3}, 3}, {{10, -20, 30, 15}, 12.5},
-    };
-    for (const auto &[values, expected] : cases) {
-        Summary summary;
-        for (const double value : values)
-            summary.add(a_frame(BlockStatus::ok, -20, static_cast<int>(value)));
-        summary.add(a_frame(BlockStatus::disagree, -20, 90));
-        EXPECT_EQ(summary.median(), expected) << ::testing::PrintToString(values);
-        EXPECT_EQ(median(values), expected) << ::testing::PrintToString(values);
-    }
-    EXPECT_EQ(median({}), 0.0);
 }
 
 TEST(Advice, IsOneStepWhereFewBlocksOfSoundHaveAnAngle)
