@@ -169,7 +169,7 @@ def test_too_many_readers():
     with Served("demo") as served:
         readers = [Reader(served.port) for _ in range(32)]
         assert all("200 OK" in reader.head for reader in readers)
-        refused = ask(served.port, request("/events"))
+        refused = Reader(served.port).head
         assert refused.startswith("HTTP/1.1 503") and "Retry-After" in refused, refused
         assert "200 OK" in ask(served.port, request()) + ask(served.port, request("/latest"))
         readers.pop().close()
