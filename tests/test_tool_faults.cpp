@@ -22,6 +22,9 @@ struct Faults : Tool {
         write_audio("x.flac", 16000, 2, noise, SF_FORMAT_FLAC | kPcm16);
         write_audio("x.ogg", 16000, 2, noise, SF_FORMAT_OGG | SF_FORMAT_VORBIS);
         write_audio("x.raw", 16000, 2, noise, SF_FORMAT_RAW | kPcm16);
+        write_audio("ima.aiff", 16000, 2, noise, SF_FORMAT_AIFF | SF_FORMAT_IMA_ADPCM);
+        write_audio("gsm.w64", 16000, 1, noise, SF_FORMAT_W64 | SF_FORMAT_GSM610);
+        write_audio("g721.au", 16000, 1, noise, SF_FORMAT_AU | SF_FORMAT_G721_32);
         const std::string wav = contents("x.wav");
         std::ofstream("s.wav") << wav.substr(0, 40) << std::string(4, '\0') << wav.substr(44);
     }
@@ -43,13 +46,15 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
          {"track x.wav -s 8.6 -b 1 -f csv", "track s.wav -s 8.6 -b 1 -f csv",
           "x.flac -s 8.6 -b 1 -f csv", "x.ogg -s 8.6 -b 1 -f csv",
           "track x.raw --raw -s 8.6 -b 1 -f csv", "track - -s 8.6 -b 1 -f csv <x.wav",
-          "simulate --no-truth -i x.wav -a 0 -s 5", "simulate --no-truth -i s.wav -a 0 -s 5"}) {
+          "track ima.aiff -s 8.6 -b 1 -f csv", "simulate --no-truth -i x.wav -a 0 -s 5",
+          "simulate --no-truth -i s.wav -a 0 -s 5", "simulate --no-truth -i gsm.w64 -a 0 -s 5",
+          "simulate --no-truth -i g721.au -a 0 -s 5"}) {
         ASSERT_EQ(run(arguments + " -o o"), 0) << contents("err");
         const std::string expected = contents("o");
         fs::remove("o");
         const auto before = count_files();
         int failed = 0;
-        for (int n = 1; n <= 16; ++n) {
+        for (int n = 1; n <= 24; ++n) {
             const int status = run_with("read", n, EIO, arguments + " -o o");
             const bool is_named = contents("err").find("Input/output error") != std::string::npos;
             EXPECT_EQ(status, is_named) << arguments << ", read " << n << ": " << contents("err");

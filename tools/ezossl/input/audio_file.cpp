@@ -74,7 +74,7 @@ Descriptor open_file(const std::string &path)
 
 AudioReader::AudioReader(const std::string &path, std::optional<RawFormat> raw)
     : path_(path == "-" ? "standard input" : path),
-      descriptor_(path == "-" ? open_standard_input() : open_file(path)), is_raw_(raw.has_value())
+      bytes_(path == "-" ? open_standard_input() : open_file(path)), is_raw_(raw.has_value())
 {
     if (raw)
         open_samples({SF_FORMAT_PCM_16, raw->rate, raw->channels, 2, 0});
@@ -88,40 +88,27 @@ AudioReader::~AudioReader()
     end_on_interrupt(-1); // another file may get the same descriptor
 }
 
-bool AudioReader::is_pipe() const
-{
-    errno = 0;
-    if (lseek(descriptor_.get(), 0, SEEK_CUR) >= 0)
-        return false;
-    check_system();
-    return true;
-}
-
 void AudioReader::open()
 {
-    const bool from_pipe = is_pipe();
-    if (from_pipe)
-        end_on_interrupt(descriptor_.get());
-    errno = 0;
-    const std::string start = read_start(descriptor_.get());
-    const std::optional<WavHeader> wav = read_wav_header(descriptor_.get(), start);
-    if (!wav)
-        check_system();
-    else
+    if (bytes_.is_pipe())
+        end_on_interrupt(bytes_.descriptor());
+    const std::string start = read_start(bytes_);
+    const std::optional<WavHeader> wav = read_wav_header(bytes_, start);
+    check_reads();
+    if (wav)
         check_layout(wav->rate, wav->channels);
     const bool is_plain = wav && wav->is_plain();
-    if (is_plain && (from_pipe || wav->is_streamed())) {
+    if (is_plain && (bytes_.is_pipe() || wav->is_streamed())) {
         open_samples(*wav);
         return;
     }
-    if (from_pipe)
+    if (bytes_.is_pipe())
         refuse_pipe(start);
     if (start.empty()) // such as /dev/null
         throw Failure(path_ + ": is empty; record it again");
-    lseek(descriptor_.get(), 0, SEEK_SET);
-    errno = 0;
-    file_.reset(sf_open_fd(descriptor_.get(), SFM_READ, &info_, SF_FALSE));
-    check_system(); // libsndfile may open what it could not read to the end
+    lacks_end_ = start.compare(0, 4, "OggS") == 0 && !ogg_has_its_end(bytes_);
+    file_ = bytes_.open_sound(info_);
+    check_reads(); // libsndfile may open what it could not read to the end
     if (!file_)
         refuse_file(start);
     promised_ = is_plain ? wav->frames() : info_.frames;
@@ -130,8 +117,6 @@ void AudioReader::open()
         info_.frames = kUnknownLength;
         lacks_end_ = true;
     }
-    if ((info_.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG && !ogg_has_its_end(descriptor_.get()))
-        lacks_end_ = true;
 }
 
 // What libsndfile says of a header like this is about its own records.
@@ -196,30 +181,28 @@ std::string AudioReader::conversion() const
            fs::path(path).replace_extension(ending).string();
 }
 
-// Reads samples without a header, from the current position of the descriptor.
+// Reads samples without a header, from the current position.
 void AudioReader::open_samples(const WavHeader &header)
 {
-    const int descriptor = descriptor_.get();
-    const bool from_pipe = is_pipe();
-    sf_count_t offset = from_pipe ? 0 : lseek(descriptor, 0, SEEK_CUR);
-    if (from_pipe) {
-        end_on_interrupt(descriptor);
+    sf_count_t offset = bytes_.is_pipe() ? 0 : bytes_.seek(0, SEEK_CUR);
+    if (bytes_.is_pipe()) {
+        end_on_interrupt(bytes_.descriptor());
         chunk_ = kPipeChunk;
-    } else
-        lseek(descriptor, 0, SEEK_SET); // libsndfile opens a file at its beginning only
+    }
     info_.format = SF_FORMAT_RAW | SF_ENDIAN_LITTLE | header.encoding;
     info_.samplerate = static_cast<int>(header.rate);
     info_.channels = header.channels;
-    file_.reset(sf_open_fd(descriptor, SFM_READ, &info_, SF_FALSE));
+    file_ = bytes_.open_sound(info_);
+    check_reads();
     if (!file_)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(nullptr));
     promised_ = header.is_streamed() ? 0 : header.frames();
-    if (from_pipe) {
+    if (bytes_.is_pipe()) {
         info_.frames = header.is_streamed() ? kUnknownLength : promised_;
         return;
     }
     // In bytes, as the header need not be as long as a whole number of samples.
-    const sf_count_t bytes = lseek(descriptor, 0, SEEK_END) - offset;
+    const sf_count_t bytes = bytes_.seek(0, SEEK_END) - offset;
     info_.frames = std::max<sf_count_t>(bytes, 0) / header.bytes_per_frame();
     sf_command(file_.get(), SFC_SET_RAW_START_OFFSET, &offset, sizeof offset);
     // The offset counts from the next seek on; until then the header would be read as samples.
@@ -227,15 +210,10 @@ void AudioReader::open_samples(const WavHeader &header)
         throw Failure(path_ + ": cannot be read: " + sf_strerror(file_.get()));
 }
 
-// Throws if a system call has failed since errno was set to 0, because libsndfile itself only says
-// "System error". It repeats interrupted reads, tries to seek in pipes, and looks for other files
-// next to a sound file; the errors of these are harmless.
-void AudioReader::check_system() const
+void AudioReader::check_reads() const
 {
-    for (const int harmless : {0, EINTR, ESPIPE, ENOENT})
-        if (errno == harmless)
-            return;
-    throw ReadFailure(path_ + ": cannot be read: " + std::strerror(errno));
+    if (bytes_.failure() != 0)
+        throw ReadFailure(path_ + ": cannot be read: " + std::strerror(bytes_.failure()));
 }
 
 std::string AudioReader::encoding_remark() const
@@ -279,10 +257,8 @@ std::optional<size_t> AudioReader::read(float *samples, size_t count)
 {
     const sf_count_t wanted =
         std::min(static_cast<sf_count_t>(count), std::max<sf_count_t>(info_.frames - position_, 0));
-    errno = 0;
     const sf_count_t got = sf_readf_float(file_.get(), samples, wanted);
-    if (got < wanted)
-        check_system();
+    check_reads();
     const size_t frames = static_cast<size_t>(std::max<sf_count_t>(got, 0));
     // A file that is damaged later ends there, and length_remark() says so.
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR && frames == 0 && position_ == 0)

@@ -11,8 +11,8 @@
 
 #include <sndfile.h>
 
-#include "base/descriptor.h"
 #include "base/sound_file.h"
+#include "input/input_bytes.h"
 #include "input/sample_stream.h"
 #include "input/wav_header.h"
 
@@ -53,13 +53,12 @@ private:
     void refuse_header(const float *samples, size_t count) const;
     std::string conversion() const;
     void open_samples(const WavHeader &header);
-    bool is_pipe() const; // sets errno
-    void check_system() const;
+    void check_reads() const;
 
     std::string path_;
     SF_INFO info_{};
-    Descriptor descriptor_;
-    SoundFile file_;          // closed before the descriptor
+    InputBytes bytes_;
+    SoundFile file_;          // closed before its bytes
     sf_count_t promised_ = 0; // samples per channel that the header says; 0 if it does not say
     sf_count_t position_ = 0;
     size_t chunk_ = 4096;

@@ -7,7 +7,6 @@
 #include <numeric>
 #include <vector>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -17,27 +16,23 @@ constexpr std::ptrdiff_t kFlagsAt = 5;
 constexpr unsigned kLastPage = 0x04;
 constexpr std::ptrdiff_t kSegmentsAt = 26; // the number of segments, at most 255
 constexpr std::ptrdiff_t kHeaderBytes = 27;
-constexpr size_t kMostBytes = 27 + 255 + 255 * 255;
+constexpr int64_t kMostBytes = 27 + 255 + 255 * 255;
 
 // The last bytes of a file, as many as the longest page has.
-std::vector<unsigned char> tail_of(int descriptor)
+std::vector<unsigned char> tail_of(InputBytes &bytes)
 {
-    struct stat status = {};
-    if (fstat(descriptor, &status) != 0 || status.st_size < 0)
-        return {};
-    const size_t size = static_cast<size_t>(status.st_size);
-    std::vector<unsigned char> tail(std::min(size, kMostBytes));
-    const ssize_t got = pread(descriptor, tail.data(), tail.size(),
-                              status.st_size - static_cast<off_t>(tail.size()));
-    tail.resize(static_cast<size_t>(std::max<ssize_t>(got, 0)));
+    const int64_t length = std::min(bytes.size(), kMostBytes);
+    std::vector<unsigned char> tail(static_cast<size_t>(length));
+    bytes.seek(-length, SEEK_END);
+    tail.resize(bytes.read(tail.data(), tail.size()));
     return tail;
 }
 
 } // namespace
 
-bool ogg_has_its_end(int descriptor)
+bool ogg_has_its_end(InputBytes &bytes)
 {
-    const std::vector<unsigned char> tail = tail_of(descriptor);
+    const std::vector<unsigned char> tail = tail_of(bytes);
     const auto page = std::find_end(tail.begin(), tail.end(), std::begin(kMark), std::end(kMark));
     if (tail.end() - page < kHeaderBytes || (page[kFlagsAt] & kLastPage) == 0)
         return false;

@@ -4,8 +4,9 @@
 #ifndef EZOSSL_TOOL_OGG_END_H
 #define EZOSSL_TOOL_OGG_END_H
 
-// Whether the last page of the file is whole and marked as the last. Does not move the read
-// position of the descriptor.
-bool ogg_has_its_end(int descriptor);
+#include "input/input_bytes.h"
+
+// Whether the last page of the file is whole and marked as the last. Moves the read position.
+bool ogg_has_its_end(InputBytes &bytes);
 
 #endif

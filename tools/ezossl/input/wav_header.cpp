@@ -4,13 +4,9 @@
 #include "input/wav_header.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
 #include <sndfile.h>
-#include <unistd.h>
-
-#include "base/interrupt.h"
 
 namespace {
 
@@ -30,32 +26,17 @@ constexpr Encoding kEncodings[] = {
     {6, 8, SF_FORMAT_ALAW},    {7, 8, SF_FORMAT_ULAW},
 };
 
-// Reads fewer bytes only at the end.
-size_t read_up_to(int descriptor, unsigned char *bytes, size_t count)
+bool read_all(InputBytes &bytes, unsigned char *place, size_t count)
 {
-    size_t done = 0;
-    while (done < count) {
-        const ssize_t got = read(descriptor, bytes + done, count - done);
-        if (got < 0 && errno == EINTR && interrupts() == 0)
-            continue;
-        if (got <= 0)
-            break;
-        done += static_cast<size_t>(got);
-    }
-    return done;
+    return bytes.read(place, count) == count;
 }
 
-bool read_all(int descriptor, unsigned char *bytes, size_t count)
-{
-    return read_up_to(descriptor, bytes, count) == count;
-}
-
-bool skip(int descriptor, uint64_t count)
+bool skip(InputBytes &bytes, uint64_t count)
 {
     unsigned char ignored[4096];
     for (uint64_t left = count; left > 0;) {
         const auto now = static_cast<size_t>(std::min<uint64_t>(left, sizeof ignored));
-        if (!read_all(descriptor, ignored, now))
+        if (!read_all(bytes, ignored, now))
             return false;
         left -= now;
     }
@@ -89,14 +70,14 @@ WavHeader parse_format(const unsigned char *format, size_t size)
 
 } // namespace
 
-std::string read_start(int descriptor)
+std::string read_start(InputBytes &bytes)
 {
     unsigned char start[kStartBytes];
-    const size_t count = read_up_to(descriptor, start, sizeof start);
+    const size_t count = bytes.read(start, sizeof start);
     return {start, start + count};
 }
 
-std::optional<WavHeader> read_wav_header(int descriptor, const std::string &start)
+std::optional<WavHeader> read_wav_header(InputBytes &bytes, const std::string &start)
 {
     if (start.size() < kStartBytes || start.compare(0, 4, "RIFF") != 0 ||
         start.compare(8, 4, "WAVE") != 0)
@@ -104,7 +85,7 @@ std::optional<WavHeader> read_wav_header(int descriptor, const std::string &star
 
     std::optional<WavHeader> header;
     unsigned char chunk[8];
-    while (read_all(descriptor, chunk, sizeof chunk)) {
+    while (read_all(bytes, chunk, sizeof chunk)) {
         const uint32_t size = little_endian(chunk + 4, 4);
         uint64_t unread = uint64_t{size} + size % 2; // chunks have an even length
         if (std::memcmp(chunk, "data", 4) == 0) {
@@ -115,12 +96,12 @@ std::optional<WavHeader> read_wav_header(int descriptor, const std::string &star
         if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= kFormatBytes) {
             unsigned char format[kExtensibleBytes];
             const size_t length = std::min<size_t>(size, sizeof format);
-            if (!read_all(descriptor, format, length))
+            if (!read_all(bytes, format, length))
                 return std::nullopt;
             header = parse_format(format, length);
             unread -= length;
         }
-        if (!skip(descriptor, unread))
+        if (!skip(bytes, unread))
             return std::nullopt;
     }
     return std::nullopt;

@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include "input/input_bytes.h"
+
 struct WavHeader {
     int encoding; // SF_FORMAT_PCM_16 and the like; 0 is an unusual one
     int64_t rate; // Hz; any number if the header is damaged
@@ -25,10 +27,10 @@ struct WavHeader {
 };
 
 // The first bytes of a file; fewer if it is shorter.
-std::string read_start(int descriptor);
+std::string read_start(InputBytes &bytes);
 
 // Continues to read after this start, up to the first sample. Nothing if this is not a WAV file, or
 // one that ends before its samples.
-std::optional<WavHeader> read_wav_header(int descriptor, const std::string &start);
+std::optional<WavHeader> read_wav_header(InputBytes &bytes, const std::string &start);
 
 #endif
