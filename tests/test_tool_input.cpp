@@ -332,6 +332,54 @@ TEST(FileSignature, IsFoundInFramesOfEveryBitRate)
         EXPECT_EQ(name_of(two_frames(start, 417)), "");
 }
 
+// Sparse files, because the largest have 5 GiB.
+TEST_F(Tool, HeadersOfWavFilesStateTheLengthOrNoneAtAll)
+{
+    constexpr int64_t kMiB = 1 << 20, kGiB = 1 << 30;
+    const char *const unknown = "does not say how long it is; 262144 samples found";
+    const char *const cut = "is truncated: the header says 50331.648 s, the file has 16.384 s";
+    const struct {
+        int container;
+        int64_t stated; // bytes
+        int64_t there;
+        int64_t after;
+        int64_t expected;
+        const char *remark;
+    } cases[] = {
+        {SF_FORMAT_WAV, 0, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0x7fff0000, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0x7ffff000, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0x80000000, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0xffffffdb, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0xffffffff, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0x7ffff000, 3 * kGiB, 0, 3 * kGiB, "805306368 samples found"},
+        {SF_FORMAT_WAV, 0x7ffff000, 0x7ffff000, 100, 0x7ffff000, ""},
+        {SF_FORMAT_WAV, 0x80000000, 0x80000000, 100, 0x80000000, ""},
+        {SF_FORMAT_WAV, 3 * kGiB, 3 * kGiB, 100, 3 * kGiB, ""},
+        {SF_FORMAT_WAV, 3 * kGiB, kMiB, 0, kMiB, cut},
+        {SF_FORMAT_RF64, 3 * kGiB, kMiB, 0, kMiB, cut},
+        {SF_FORMAT_RF64, 5 * kGiB, 5 * kGiB, 100, 5 * kGiB, ""},
+        {SF_FORMAT_RF64, 0, kMiB, 0, kMiB, unknown},
+    };
+    for (const auto &c : cases) {
+        write_audio("x", 16000, 2, {}, c.container | SF_FORMAT_PCM_16);
+        std::string header = contents("x");
+        const size_t place =
+            c.container == SF_FORMAT_RF64 ? header.find("ds64") + 16 : header.find("data") + 4;
+        for (size_t i = 0; i < (c.container == SF_FORMAT_RF64 ? 8 : 4); ++i)
+            header[place + i] = static_cast<char>(c.stated >> 8 * i);
+        std::ofstream("x") << header;
+        fs::resize_file("x", header.size() + static_cast<uint64_t>(c.there));
+        std::ofstream("x", std::ios::app) << std::string(static_cast<size_t>(c.after), 'L');
+        const AudioReader reader("x");
+        EXPECT_EQ(reader.length(), c.expected / 4) << c.stated << ' ' << c.there;
+        const std::string remark =
+            reader.header_remark() + reader.length_remark(reader.length().value_or(0));
+        EXPECT_TRUE(*c.remark == '\0' ? remark.empty() : remark.find(c.remark) != std::string::npos)
+            << c.stated << ' ' << c.there << ": " << remark;
+    }
+}
+
 // A header that is taken for samples would give an angle, too.
 TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
 {

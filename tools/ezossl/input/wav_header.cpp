@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include <sndfile.h>
+#include <unistd.h>
 
 namespace {
 
@@ -14,6 +16,17 @@ constexpr uint32_t kExtensible = 0xfffe; // a longer identifier follows, which b
 constexpr size_t kStartBytes = 12;
 constexpr size_t kFormatBytes = 16;
 constexpr size_t kExtensibleBytes = 26;
+constexpr size_t kLongSizesBytes = 16;      // the lengths of an RF64 file and of its samples
+constexpr uint32_t kLongSize = 0xffffffffu; // in an RF64 file: that length is a long one
+
+// What programs write that do not know the length: the largest number of 31 or 32 bits, or one
+// that is smaller by a header, by part of a frame, or rounded.
+struct Range {
+    int64_t first;
+    int64_t last;
+};
+constexpr Range kUnknownSizes[] = {{0x7fff0000, 0x80000000}, {0xffff0000, 0xffffffff}};
+constexpr int64_t kMostAfterSamples = 1 << 20; // bytes of texts and the like
 
 struct Encoding {
     uint32_t tag;
@@ -51,6 +64,19 @@ uint32_t little_endian(const unsigned char *bytes, int count)
     return value;
 }
 
+// The size of the samples, which begin here; 0 if this is not what the file holds, but a number of
+// a program that did not know it.
+int64_t known_size(int64_t size, InputBytes &bytes)
+{
+    const auto holds_size = [size](const Range &range) {
+        return range.first <= size && size <= range.last;
+    };
+    if (std::none_of(std::begin(kUnknownSizes), std::end(kUnknownSizes), holds_size))
+        return size;
+    const int64_t there = bytes.is_pipe() ? 0 : bytes.size() - bytes.seek(0, SEEK_CUR);
+    return size <= there && there - size <= kMostAfterSamples ? size : 0;
+}
+
 WavHeader parse_format(const unsigned char *format, size_t size)
 {
     uint32_t tag = little_endian(format, 2);
@@ -79,19 +105,30 @@ std::string read_start(InputBytes &bytes)
 
 std::optional<WavHeader> read_wav_header(InputBytes &bytes, const std::string &start)
 {
-    if (start.size() < kStartBytes || start.compare(0, 4, "RIFF") != 0 ||
+    const bool is_long = start.compare(0, 4, "RF64") == 0;
+    if (start.size() < kStartBytes || (!is_long && start.compare(0, 4, "RIFF") != 0) ||
         start.compare(8, 4, "WAVE") != 0)
         return std::nullopt;
 
     std::optional<WavHeader> header;
+    int64_t long_size = 0;
     unsigned char chunk[8];
     while (read_all(bytes, chunk, sizeof chunk)) {
         const uint32_t size = little_endian(chunk + 4, 4);
         uint64_t unread = uint64_t{size} + size % 2; // chunks have an even length
         if (std::memcmp(chunk, "data", 4) == 0) {
             if (header)
-                header->data_bytes = size;
+                header->data_bytes =
+                    is_long && size == kLongSize ? long_size : known_size(size, bytes);
             return header;
+        }
+        if (std::memcmp(chunk, "ds64", 4) == 0 && size >= kLongSizesBytes) {
+            unsigned char sizes[kLongSizesBytes];
+            if (!read_all(bytes, sizes, sizeof sizes))
+                return std::nullopt;
+            long_size = int64_t{little_endian(sizes + 12, 4) & 0x7fffffff} << 32 |
+                        little_endian(sizes + 8, 4);
+            unread -= sizeof sizes;
         }
         if (std::memcmp(chunk, "fmt ", 4) == 0 && size >= kFormatBytes) {
             unsigned char format[kExtensibleBytes];

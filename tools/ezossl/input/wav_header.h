@@ -17,11 +17,10 @@ struct WavHeader {
     int64_t rate; // Hz; any number if the header is damaged
     int channels;
     int bytes_per_sample; // of one channel
-    uint32_t data_bytes;
+    int64_t data_bytes;   // 0 if the header does not say it
 
     bool is_plain() const { return encoding != 0; }
-    // A program that streams does not know the length, and writes 0 or the largest number.
-    bool is_streamed() const { return data_bytes == 0 || data_bytes >= 0x7ffff000u; }
+    bool is_streamed() const { return data_bytes == 0; }
     int64_t bytes_per_frame() const { return int64_t{channels} * bytes_per_sample; }
     int64_t frames() const { return data_bytes / bytes_per_frame(); }
 };
