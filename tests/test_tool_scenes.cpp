@@ -35,7 +35,15 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         {"higher-11.7", 0, 0, 0.26f, 1, 0, 0, 0, 0},
         {"higher-12.4", 0, 0, 0.24f, 1, 0, 0, 0, 0},
         {"identical", 0, 0, 1, 0, 0.5f, 0, 0, 0},
+        {"copy-1.4", 0, 0, 1, 0, 0.5f, 7.2e-5f, 0, 0}, // steps of 16 bits, with the rounding
+        {"copy-1.6", 0, 0, 1, 0, 0.5f, 8e-5f, 0, 0},
+        {"copy-of-28", 0, 0, 0.0054f, 0, 1, 0, 0, 0}, // steps of 16 bits
+        {"copy-of-32", 0, 0, 0.0061f, 0, 1, 0, 0, 0},
+        {"lower-of-0.48", 0, 0, 0.009f, 0, 0, 1.95e-5f, 0, 0},
+        {"lower-of-0.53", 0, 0, 0.009f, 0, 0, 2.1e-5f, 0, 0},
         {"inverted", 0, 0, 1, -1, 0, 0, 0, 0},
+        {"inverted-1.24", 300, 0, 1, -1, 0.76f, 0, 0, 0}, // dip to peak
+        {"inverted-1.16", 300, 0, 1, -1, 0.8f, 0, 0, 0},
         {"quiet", 0, 0, 1e-4f, 1e-4f, 0, 0, 0, 0},
         {"apart", 0, 0, 1, 0, 0, 0.3f, 0, 0},
         {"covered", 0, 0, 1, 0, 0, 0.01f, 0, 0},
@@ -67,7 +75,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         }
         write_audio((std::string(c.name) + ".wav").c_str(), 16000, 2, spoilt);
     }
-    Samples three, fading, contradiction;
+    Samples three, fading, pauses, contradiction;
     for (size_t i = 0; i < scene.size(); i += 2)
         three.insert(three.end(), {0.0f, scene[i], scene[i + 1] / 10});
     write_audio("three.ogg", 16000, 3, three, SF_FORMAT_OGG | SF_FORMAT_VORBIS);
@@ -86,6 +94,9 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
                              {level * source[n + 10], level * source[n + (is_loud ? 7 : 16)]});
     }
     write_audio("contradiction.wav", 16000, 2, contradiction);
+    for (size_t i = 0; i < 2 * 48000; ++i) // a second each; the later ones 24 and 26 dB fainter
+        pauses.push_back((i < 32000 ? 0.3f : i < 64000 ? 0.0189f : 0.015f) * noise());
+    write_audio("pauses.wav", 16000, 2, pauses);
     play("check");
 }
 
