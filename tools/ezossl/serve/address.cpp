@@ -115,7 +115,9 @@ Address parse_address(const std::string &text)
         throw UsageFailure(serve + "is an IPv6 address without brackets; write [::1]:8080");
     const size_t colon = text.rfind(':');
     const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
-    if (!is_number(port) || colon == 0)
+    const bool has_half =
+        (text.find('[') == std::string::npos) != (text.find(']') == std::string::npos);
+    if (!is_number(port) || colon == 0 || has_half)
         throw UsageFailure(serve + "is not [HOST:]PORT; write 8080, or 0.0.0.0:8080 for all "
                                    "IPv4 addresses of this computer");
     if (port.size() > 5 || std::stoi(port) > kHighestPort)
