@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -44,24 +46,29 @@ std::string folder_of(const std::string &path)
     return folder.empty() ? "." : folder;
 }
 
-// Whether this is descriptor 1 of the process, by whatever name its folder is reached.
-bool is_descriptor_1(const std::string &path)
+// The descriptor of this process that a path names, by whatever name its folder is reached.
+std::optional<int> descriptor_named(const std::string &path)
 {
     std::error_code none_if_missing;
     const auto is_in = [&](const char *folder) {
         return fs::equivalent(folder_of(path), folder, none_if_missing);
     };
-    return fs::path(path).filename() == "1" &&
-           (is_in("/proc/self/fd") || is_in("/proc/thread-self/fd"));
+    const std::string name = fs::path(path).filename().string();
+    int number = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), number);
+    if (error != std::errc() || *end != '\0' ||
+        !(is_in("/proc/self/fd") || is_in("/proc/thread-self/fd")))
+        return std::nullopt;
+    return number;
 }
 
 // Renaming onto a symbolic link would replace the link, not the file behind it, which need not
-// exist yet. Descriptor 1 is a link, too, but is not followed.
+// exist yet. A descriptor is a link, too, but is not followed.
 std::string behind_links(const std::string &target)
 {
     fs::path path = target;
     std::error_code error;
-    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error) && !is_descriptor_1(path); ++i)
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, error) && !descriptor_named(path); ++i)
         path = path.parent_path() / fs::read_symlink(path, error);
     return path.string();
 }
@@ -87,14 +94,15 @@ mode_t usual_mode()
 
 bool is_standard_output(const std::string &name)
 {
-    return name == "-" || is_descriptor_1(behind_links(name));
+    return name == "-" || descriptor_named(behind_links(name)) == STDOUT_FILENO;
 }
 
 bool is_stream(const std::string &name)
 {
     std::error_code error;
     const fs::file_status status = fs::status(name, error);
-    return is_standard_output(name) || fs::is_character_file(status) || fs::is_fifo(status);
+    return name == "-" || descriptor_named(behind_links(name)) || fs::is_character_file(status) ||
+           fs::is_fifo(status);
 }
 
 PendingFile::PendingFile(const std::string &target, Appears appears, int standard_output)
@@ -107,6 +115,12 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
         if (standard_output == kNoStandardOutput)
             throw UsageFailure(target + ": this file cannot go to standard output; give it a name");
         descriptor_ = standard_output;
+        descriptor_ = duplicate().release();
+        return;
+    }
+    // Another file in the place of the one that the descriptor leads to would lose what that has.
+    if (const std::optional<int> number = descriptor_named(path_)) {
+        descriptor_ = *number;
         descriptor_ = duplicate().release();
         return;
     }

@@ -14,7 +14,8 @@
 // be opened by that name because descriptor 1 leads elsewhere (see DataOutput).
 bool is_standard_output(const std::string &name);
 
-// Whether a file is written to directly: it exists as a device or a pipe, or is standard output.
+// Whether a file is written to directly: it exists as a device or a pipe, or is an open descriptor
+// such as /dev/stderr.
 bool is_stream(const std::string &name);
 
 // Write to descriptor(), a new file in the folder of the target (or of what a symbolic link leads
