@@ -18,7 +18,7 @@ std::string advice_on(const Summary &summary, const InputInfo &input)
     const LocalizerSettings &settings = input.settings.localizer;
     if (settings.mode == DelayMode::time_domain)
         return "--mode delay reports a constant delay and no direction; omit it to get angles";
-    if (!summary.faults.empty())
+    if (!summary.faults.empty() || summary.blocks() == 0)
         return "";
     const std::string name = input.name + ": ";
     if (summary.heard() == 0)
