@@ -13,6 +13,7 @@
 #include "input/alsa_capture.h"
 #include "input/device_stream.h"
 #include "input/file_part.h"
+#include "output/progress.h"
 
 namespace {
 
@@ -42,6 +43,17 @@ std::unique_ptr<FrameSource> open_source(const CheckArguments &options)
         settings);
     source->end_after(options.live_seconds);
     return source;
+}
+
+// Shows progress meanwhile.
+std::vector<int16_t> read_all(FrameSource &source)
+{
+    Progress progress(true);
+    return source.read_all([&] {
+        if (progress.is_due())
+            progress.show(
+                format_text("%s: %.0f s", source.stream().name().c_str(), source.seconds()));
+    });
 }
 
 void note_what_is_missing(const FrameSource &source)
@@ -98,7 +110,7 @@ void check(const CheckArguments &options, DataOutput &output)
         throw UsageFailure("give either a sound file or --live SECONDS");
     const std::unique_ptr<FrameSource> opened = open_source(options);
     FrameSource &source = *opened;
-    const std::vector<int16_t> samples = source.read_all();
+    const std::vector<int16_t> samples = read_all(source);
     if (interrupts() > 0)
         throw EndWith{kInterrupted};
     const bool is_cut = !is_live && source.is_cut();

@@ -36,10 +36,10 @@ bool FrameSource::read(Frame &frame)
     return true;
 }
 
-std::vector<int16_t> FrameSource::read_all()
+std::vector<int16_t> FrameSource::read_all(const std::function<void()> &at_work)
 {
     while (refill())
-        continue;
+        at_work();
     used_ = ready_.size();
     return ready_;
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,8 +47,8 @@ public:
 
     // False at the end; a rest that is shorter than a frame stays unread.
     bool read(Frame &frame);
-    // All pairs up to the end, including a rest that is shorter than a frame.
-    std::vector<int16_t> read_all();
+    // All pairs up to the end, including a rest that is shorter than a frame. Calls `at_work` often.
+    std::vector<int16_t> read_all(const std::function<void()> &at_work = [] {});
 
     // At the end: whether end_after() cut something off. Takes a sample from the stream to see.
     bool is_cut() { return pairs_.is_cut(); }
