@@ -3,25 +3,26 @@
  * works:
  *
  *   pcm.NAME { type faulty  refuse ERRNO  fault ERRNO  after FRAMES  again FRAMES  forever 1
- *              wakes 1  rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1 }
+ *              wakes 1  rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1  waits 1 }
  *
  * It has one rate or two. Samples of 24 bits have three bytes, or four if they are padded. It
  * refuses to open, or has the fault after that many frames: once, again after every so many more,
  * or for ever. With both `again` and `forever` the second fault lasts for ever. After a suspend it
  * must be prepared again, unless it wakes: then it goes on, and must not be prepared. Until the
- * fault it always has sound: noise that is two samples later on each odd channel than on the
- * previous one.
+ * fault it has sound, at once or, if it waits, every 10 ms: noise that is two samples later on each
+ * odd channel than on the previous one.
  */
 
 #include <alsa/asoundlib.h>
 #include <alsa/pcm_external.h>
 
 #include <fcntl.h>
+#include <time.h>
 
-enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, WAKES, RATE, SLOWER, CHANNELS, BITS, PADDED, ALL };
+enum { REFUSE, FAULT, AFTER, AGAIN, FOREVER, WAKES, RATE, SLOWER, CHANNELS, BITS, PADDED, WAITS };
+enum { ALL = WAITS + 1, CHUNK = 160, LEAD = 2 };
 static const char *const names[ALL] = {"refuse", "fault",  "after",    "again", "forever", "wakes",
-                                       "rate",   "slower", "channels", "bits",  "padded"};
-enum { CHUNK = 160, LEAD = 2 };
+                                       "rate",   "slower", "channels", "bits",  "padded",  "waits"};
 
 static snd_pcm_ioplug_t device; /* the only one of a process */
 static long settings[ALL] = {[RATE] = 16000, [CHANNELS] = 2, [BITS] = 16};
@@ -61,6 +62,7 @@ static int16_t noise(long n)
 static snd_pcm_sframes_t deliver(snd_pcm_ioplug_t *io, const snd_pcm_channel_area_t *areas,
                                  snd_pcm_uframes_t offset, snd_pcm_uframes_t size)
 {
+    nanosleep(&(struct timespec){0, 10000000 * settings[WAITS]}, NULL);
     const long fault = settings[FAULT];
     if (fault != 0 && delivered >= settings[AFTER]) {
         if (settings[AGAIN] == 0)
