@@ -350,7 +350,7 @@ TEST_F(Tool, HeadersOfWavFilesStateTheLengthOrNoneAtAll)
         {SF_FORMAT_WAV, 0x7fff0000, kMiB, 0, kMiB, unknown},
         {SF_FORMAT_WAV, 0x7ffff000, kMiB, 0, kMiB, unknown},
         {SF_FORMAT_WAV, 0x80000000, kMiB, 0, kMiB, unknown},
-        {SF_FORMAT_WAV, 0xffffffdb, kMiB, 0, kMiB, unknown},
+        {SF_FORMAT_WAV, 0xffff0000, kMiB, 0, kMiB, unknown},
         {SF_FORMAT_WAV, 0xffffffff, kMiB, 0, kMiB, unknown},
         {SF_FORMAT_WAV, 0x7ffff000, 0x80180000, 0, 0x80180000, "537264128 samples found"},
         {SF_FORMAT_WAV, 0x7ffff000, 0x7ffff000, kMiB, 0x7ffff000, ""},

@@ -23,7 +23,7 @@ TEST_F(Tool, CheckNamesTheFaultAndNothingElse)
         {"good", 0, 0, 1, 1, 0, 0, 0, 0},
         {"faint", 0, 0, 0.1f, 0.3f, 0, 0, 0, 0},
         {"clipped", 0, 0, 4.3f, 4.3f, 0, 0, 0, 0},
-        {"clipped-0", 0, 0, 4.3f, 2, 0, 0, 0, 0},
+        {"clipped-0", 0, 0, 4.3f, 1, 0, 0, 0, 0},
         {"peaks", 0, 0, 3.3f, 3.3f, 0, 0, 0, 0}, // few that stay
         {"offset", 0, 0, 1, 1, 0, 0, 0.1f, 0.1f},
         {"large-offset", 0, 0, 0.1f, 0.1f, 0, 0, 0.5f, 0.5f},
