@@ -45,7 +45,7 @@ TEST_F(Faults, AFailedReadIsNamedAndLeavesNoOutput)
     for (const std::string arguments :
          {"track x.wav -s 8.6 -b 1 -f csv", "track s.wav -s 8.6 -b 1 -f csv",
           "x.flac -s 8.6 -b 1 -f csv", "x.ogg -s 8.6 -b 1 -f csv",
-          "track x.raw --raw -s 8.6 -b 1 -f csv", "track - -s 8.6 -b 1 -f csv <x.wav",
+          "track x.raw --raw -s 8.6 -b 1 -f csv", "track - s.wav -s 8.6 -b 1 -f csv <x.wav",
           "track ima.aiff -s 8.6 -b 1 -f csv", "simulate --no-truth -i x.wav -a 0 -s 5",
           "simulate --no-truth -i s.wav -a 0 -s 5", "simulate --no-truth -i gsm.w64 -a 0 -s 5",
           "simulate --no-truth -i g721.au -a 0 -s 5"}) {
