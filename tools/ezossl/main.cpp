@@ -37,7 +37,8 @@ bool is_file_name(const std::string &argument)
 
 bool is_number(const std::string &argument)
 {
-    return argument.find_first_not_of("-.0123456789") == std::string::npos;
+    return argument.find_first_of("0123456789") != std::string::npos && // "-" is an input
+           argument.find_first_not_of("-.0123456789") == std::string::npos;
 }
 
 bool is_address(const std::string &argument)

@@ -89,8 +89,8 @@ void check_length(const SimulateArguments &options, size_t source_length, size_t
     if (seconds * static_cast<double>(count) <= kLongestSeconds)
         return;
     throw UsageFailure(
-        format_text("the scene is longer than %.0f s (%zu angles of %.1f s); shorten it with -d",
-                    kLongestSeconds, count, seconds));
+        format_text("the scene is longer than %.0f s (%s of %.1f s); shorten it with -d",
+                    kLongestSeconds, counted(static_cast<long>(count), "angle").c_str(), seconds));
 }
 
 // In a smaller room, sound is reflected more often within the reverberation time.

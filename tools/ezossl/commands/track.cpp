@@ -70,9 +70,8 @@ void feed(FrameSource &source, TrackingRun &run, bool has_progress)
                                   const Report &report)
 {
     std::string text = format_text("interrupted at %.1f s", seconds);
-    const std::string &output = options.tracking.report.output;
-    if (!output.empty())
-        text += "; " + output + " was not written";
+    if (report.is_pending())
+        text += "; " + options.tracking.report.output + " was not written";
     note(text);
     report.summarize();
     throw EndWith{kInterrupted};

@@ -36,7 +36,7 @@ public:
     void flush();
     void finish();
     // Whether the output is a file that appears only with finish().
-    bool is_pending() const { return pending_.has_value(); }
+    bool is_pending() const { return pending_ && !pending_->is_direct(); }
 
     int descriptor() const;
     bool is_terminal() const { return is_terminal_; }

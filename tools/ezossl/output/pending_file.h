@@ -40,6 +40,7 @@ public:
     PendingFile &operator=(const PendingFile &) = delete;
 
     const std::string &target() const { return target_; }
+    bool is_direct() const { return working_path_.empty(); } // appears or grows at once
     int descriptor() const { return descriptor_; }
     // A further descriptor of the same file.
     Descriptor duplicate() const;

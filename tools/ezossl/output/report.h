@@ -46,6 +46,9 @@ public:
     // Makes the output files appear; without this call there are none.
     void commit();
 
+    // Whether the blocks so far are lost without commit().
+    bool is_pending() const { return output_.is_pending(); }
+
     int64_t blocks() const { return summary_.blocks(); }
     bool is_on_terminal() const { return output_.is_terminal(); }
 

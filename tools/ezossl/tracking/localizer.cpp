@@ -74,8 +74,9 @@ double energy_of(const int16_t (&frame)[kFrameSamples])
 Localizer::Localizer(const LocalizerSettings &settings)
     : settings_(settings),
       geometry_(settings.spacing_cm, settings.sample_rate, settings.temperature),
-      loudest_(static_cast<int>((kFullScale - 1.0) *
-                                std::min(1.0, std::pow(10.0, -settings.gain_db / 20.0)))),
+      loudest_(settings.gain_db > 0
+                   ? static_cast<int>((kFullScale - 1.0) * std::pow(10.0, -settings.gain_db / 20.0))
+                   : static_cast<int>(kFullScale)),
       buffer_(EzoSsl_GetBufferSize()), handle_(make_instance(buffer_, settings))
 {
     const SslConfig config = {settings.temperature, settings.gate_db, settings.block_frames};
