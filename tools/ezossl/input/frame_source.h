@@ -47,7 +47,7 @@ public:
 
     // False at the end; a rest that is shorter than a frame stays unread.
     bool read(Frame &frame);
-    // All pairs up to the end, including a rest that is shorter than a frame. Calls `at_work` often.
+    // All pairs up to the end, and a rest that is shorter than a frame. Calls `at_work` often.
     std::vector<int16_t> read_all(const std::function<void()> &at_work = [] {});
 
     // At the end: whether end_after() cut something off. Takes a sample from the stream to see.
