@@ -57,6 +57,7 @@ std::string written(const OutputFormat &format, const std::string &name,
 {
     static DataOutput output;
     static const int file = memfd_create("output", 0);
+    require(ftruncate(file, 0) == 0 && lseek(file, 0, SEEK_SET) == 0, "the file");
     output.grow("/proc/self/fd/" + std::to_string(file));
     const auto writer = format.make(output, {true, false, true, true, false, 9});
     writer->begin({name, {16000, 2, {0, 1}, 0.0}, {{16000, 5.0, 20, -60, 32}, 1.0, {}}});
