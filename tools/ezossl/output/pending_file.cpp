@@ -114,14 +114,12 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
         target_ = "standard output";
         if (standard_output == kNoStandardOutput)
             throw UsageFailure(target + ": this file cannot go to standard output; give it a name");
-        descriptor_ = standard_output;
-        descriptor_ = duplicate().release();
+        duplicate_from(standard_output);
         return;
     }
     // Another file in the place of the one that the descriptor leads to would lose what that has.
     if (const std::optional<int> number = descriptor_named(path_)) {
-        descriptor_ = *number;
-        descriptor_ = duplicate().release();
+        duplicate_from(*number);
         return;
     }
     // Renaming would put a plain file in the place of a device or a pipe: they are written to.
@@ -152,6 +150,12 @@ PendingFile::~PendingFile()
         close(descriptor_);
     if (!working_path_.empty())
         unlink(working_path_.c_str());
+}
+
+void PendingFile::duplicate_from(int descriptor)
+{
+    descriptor_ = descriptor;
+    descriptor_ = duplicate().release();
 }
 
 void PendingFile::open_itself(int flags)

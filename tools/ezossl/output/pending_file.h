@@ -20,7 +20,7 @@ bool is_stream(const std::string &name);
 
 // Write to descriptor(), a new file in the folder of the target (or of what a symbolic link leads
 // to) with a name that ends in .part; then call commit(). Without commit() nothing is left, unless
-// the program is killed. A device or a pipe is written to directly.
+// the program is killed. A stream is written to directly.
 class PendingFile
 {
 public:
@@ -40,7 +40,8 @@ public:
     PendingFile &operator=(const PendingFile &) = delete;
 
     const std::string &target() const { return target_; }
-    bool is_direct() const { return working_path_.empty(); } // appears or grows at once
+    // Whether what is written cannot be undone: a stream, or a file that grows.
+    bool is_direct() const { return working_path_.empty(); }
     int descriptor() const { return descriptor_; }
     // A further descriptor of the same file.
     Descriptor duplicate() const;
@@ -64,6 +65,7 @@ private:
         bool is_same(const Place &other) const;
     };
 
+    void duplicate_from(int descriptor);
     void open_itself(int flags);
     void open_beside();
     void claim();
