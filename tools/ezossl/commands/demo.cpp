@@ -125,10 +125,8 @@ void print_step(double truth, const Block &block, bool plain, DataOutput &output
 {
     const bool found = block.status == BlockStatus::ok;
     const auto angle = found ? std::optional<int>(block.angle) : std::nullopt;
-    char text[16] = "none";
-    if (found)
-        std::snprintf(text, sizeof text, "%+d", block.angle);
-    output.print("%+6.0f  %6s  %s\n", truth, text,
+    const std::string text = found ? format_text("%+d", block.angle) : "none";
+    output.print("%+6.0f  %6s  %s\n", truth, text.c_str(),
                  direction_meter(angle, kMeterWidth, plain).c_str());
 }
 

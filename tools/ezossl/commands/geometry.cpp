@@ -69,13 +69,13 @@ void print_rates(const ArrayOptions &array, DataOutput &output)
     for (const int rate : kSampleRates) {
         const PairGeometry pair(array.spacing_cm, rate, array.temperature);
         const auto reachable = pair.reachable_directions();
-        char first_step[16] = "none";
-        if (pair.longest_possible_lag() >= 1)
-            std::snprintf(first_step, sizeof first_step, "%.1f deg", pair.angle_of_lag(-1));
-        output.print("%9d  %11.2f  %4d  %5td of %d  %10s  %6.1f deg  %11.1f cm\n", rate,
-                     pair.longest_lag(), pair.limit(),
-                     std::count(reachable.begin(), reachable.end(), true), kDirectionCount,
-                     first_step, pair.widest_angle(), widest_spacing_cm(rate, array.temperature));
+        const std::string first_step = pair.longest_possible_lag() >= 1
+                                           ? format_text("%.1f deg", pair.angle_of_lag(-1))
+                                           : "none";
+        output.print(
+            "%9d  %11.2f  %4d  %5td of %d  %10s  %6.1f deg  %11.1f cm\n", rate, pair.longest_lag(),
+            pair.limit(), std::count(reachable.begin(), reachable.end(), true), kDirectionCount,
+            first_step.c_str(), pair.widest_angle(), widest_spacing_cm(rate, array.temperature));
     }
     output.print(
         "\n-r RATE shows one rate lag by lag; ezossl geometry --help explains the columns.\n");

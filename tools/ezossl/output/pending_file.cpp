@@ -114,12 +114,12 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
         target_ = "standard output";
         if (standard_output == kNoStandardOutput)
             throw UsageFailure(target + ": this file cannot go to standard output; give it a name");
-        duplicate_from(standard_output);
+        descriptor_ = duplicate_of(standard_output);
         return;
     }
     // Another file in the place of the one that the descriptor leads to would lose what that has.
     if (const std::optional<int> number = descriptor_named(path_)) {
-        duplicate_from(*number);
+        descriptor_ = duplicate_of(*number);
         return;
     }
     // Renaming would put a plain file in the place of a device or a pipe: they are written to.
@@ -146,22 +146,22 @@ PendingFile::~PendingFile()
 {
     std::vector<const PendingFile *> &files = pending_files();
     files.erase(std::remove(files.begin(), files.end(), this), files.end());
-    if (descriptor_ >= 0)
-        close(descriptor_);
     if (!working_path_.empty())
         unlink(working_path_.c_str());
 }
 
-void PendingFile::duplicate_from(int descriptor)
+Descriptor PendingFile::duplicate_of(int descriptor) const
 {
-    descriptor_ = descriptor;
-    descriptor_ = duplicate().release();
+    Descriptor copy(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!copy.is_open())
+        fail();
+    return copy;
 }
 
 void PendingFile::open_itself(int flags)
 {
-    descriptor_ = open(target_.c_str(), flags | O_CLOEXEC, 0666);
-    if (descriptor_ < 0)
+    descriptor_ = Descriptor(open(target_.c_str(), flags | O_CLOEXEC, 0666));
+    if (!descriptor_.is_open())
         fail();
 }
 
@@ -174,18 +174,18 @@ void PendingFile::open_beside()
     std::string path =
         folder_of(path_) + "/" + (name.size() <= kLongestName ? name : "ezossl") + kEnding;
     constexpr int kSuffix = 5; // ".part"
-    descriptor_ = mkostemps(path.data(), kSuffix, O_CLOEXEC);
-    if (descriptor_ < 0)
+    descriptor_ = Descriptor(mkostemps(path.data(), kSuffix, O_CLOEXEC));
+    if (!descriptor_.is_open())
         fail();
     working_path_ = std::move(path); // a copy may fail without memory, and the file would be left
     // With another owner or group, these bits would grant other rights than they did.
-    if (exists && fchown(descriptor_, replaced.st_uid, replaced.st_gid) != 0) {
+    if (exists && fchown(descriptor(), replaced.st_uid, replaced.st_gid) != 0) {
         replaced.st_mode &= ~mode_t{S_ISUID};
-        if (fchown(descriptor_, static_cast<uid_t>(-1), replaced.st_gid) != 0)
+        if (fchown(descriptor(), static_cast<uid_t>(-1), replaced.st_gid) != 0)
             replaced.st_mode &= ~mode_t{S_ISGID};
     }
     // Some file systems have no modes.
-    static_cast<void>(fchmod(descriptor_, exists ? replaced.st_mode & kModeBits : usual_mode()));
+    static_cast<void>(fchmod(descriptor(), exists ? replaced.st_mode & kModeBits : usual_mode()));
 }
 
 bool PendingFile::Place::is_same(const Place &other) const
@@ -214,16 +214,13 @@ void PendingFile::claim()
 
 Descriptor PendingFile::duplicate() const
 {
-    Descriptor descriptor(fcntl(descriptor_, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-    if (!descriptor.is_open())
-        fail();
-    return descriptor;
+    return duplicate_of(descriptor());
 }
 
 void PendingFile::write(const std::string &text) const
 {
     for (size_t done = 0; done < text.size();) {
-        const ssize_t now = ::write(descriptor_, text.data() + done, text.size() - done);
+        const ssize_t now = ::write(descriptor(), text.data() + done, text.size() - done);
         if (now < 0 && errno != EINTR)
             fail();
         if (now < 0 && working_path_.empty())
@@ -235,7 +232,7 @@ void PendingFile::write(const std::string &text) const
 void PendingFile::sync()
 {
     // Some file systems cannot do this; then renaming must suffice.
-    if (!working_path_.empty() && !is_synced_ && fsync(descriptor_) != 0 && errno != EINVAL &&
+    if (!working_path_.empty() && !is_synced_ && fsync(descriptor()) != 0 && errno != EINVAL &&
         errno != ENOSYS)
         fail();
     is_synced_ = true;

@@ -42,7 +42,7 @@ public:
     const std::string &target() const { return target_; }
     // Whether what is written cannot be undone: a stream, or a file that grows.
     bool is_direct() const { return working_path_.empty(); }
-    int descriptor() const { return descriptor_; }
+    int descriptor() const { return descriptor_.get(); }
     // A further descriptor of the same file.
     Descriptor duplicate() const;
     // Writes the whole contents.
@@ -65,7 +65,7 @@ private:
         bool is_same(const Place &other) const;
     };
 
-    void duplicate_from(int descriptor);
+    Descriptor duplicate_of(int descriptor) const;
     void open_itself(int flags);
     void open_beside();
     void claim();
@@ -74,7 +74,7 @@ private:
     std::string target_;
     std::string path_;         // the target, or where it leads as a symbolic link
     std::string working_path_; // empty for what is written to directly
-    int descriptor_ = -1;
+    Descriptor descriptor_;
     bool is_synced_ = false;
     Place place_{};
 };

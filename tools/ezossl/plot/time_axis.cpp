@@ -4,8 +4,8 @@
 #include "plot/time_axis.h"
 
 #include <cmath>
-#include <cstdio>
 
+#include "base/text.h"
 #include "plot/svg.h"
 
 namespace {
@@ -54,18 +54,25 @@ std::vector<double> TimeAxis::ticks() const
 // In the form of unit(): seconds, minutes and seconds, or hours and minutes.
 std::string TimeAxis::label(double tick) const
 {
-    if (end_ < 2 * kMinute || step_ < 1.0)
+    if (!has_minutes())
         return svg_number(tick);
-    const bool hours = step_ >= kMinute && end_ >= 2 * kHour;
-    const long long minor = std::llround(hours ? tick / kMinute : tick);
-    char text[48];
-    std::snprintf(text, sizeof text, "%lld:%02lld", minor / 60, minor % 60);
-    return text;
+    const long long minor = std::llround(has_hours() ? tick / kMinute : tick);
+    return format_text("%lld:%02lld", minor / 60, minor % 60);
 }
 
 const char *TimeAxis::unit() const
 {
-    if (end_ < 2 * kMinute || step_ < 1.0)
+    if (!has_minutes())
         return "s";
-    return step_ >= kMinute && end_ >= 2 * kHour ? "h:min" : "min:s";
+    return has_hours() ? "h:min" : "min:s";
+}
+
+bool TimeAxis::has_minutes() const
+{
+    return end_ >= 2 * kMinute && step_ >= 1.0;
+}
+
+bool TimeAxis::has_hours() const
+{
+    return end_ >= 2 * kHour && step_ >= kMinute;
 }

@@ -19,6 +19,10 @@ public:
     const char *unit() const;
 
 private:
+    // Whether labels are minutes and seconds, or hours and minutes, instead of seconds.
+    bool has_minutes() const;
+    bool has_hours() const;
+
     double start_, end_, left_, right_;
     double step_; // between ticks
 };
