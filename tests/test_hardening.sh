@@ -3,7 +3,8 @@
 # test_hardening.sh FOLDER PATHS HARDENED FILE... - no program or library in the folder searches the
 # current folder for libraries; at least PATHS of them have a search path. If HARDENED is 1, each
 # FILE has a read-only relocation table that is complete at the start, guards on the stack and
-# around buffers, stack probes and marked jump targets. OBJDUMP disassembles them.
+# around buffers, stack probes and marked jump targets, and programs check their indexes. OBJDUMP
+# disassembles them.
 set -euo pipefail
 fail() {
     echo "$*" >&2
@@ -33,6 +34,7 @@ for file in "${@:4}"; do
     for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
         grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
     done
+    [[ $file == *.so* ]] || grep -qa 'this->size()' "$file" || fail "$file: no checked indexes"
     # Some flags show only in the instructions.
     code=$("${OBJDUMP:-objdump}" -d --no-show-raw-insn "$file")
     machine=$(readelf -hW "$file" | sed -nE 's/.*Machine: +//p')
