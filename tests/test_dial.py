@@ -139,6 +139,20 @@ def test_fault_and_no_place(page):
         assert "⚠ identical channels: " in fault and "What to do: record two" in fault, fault
         assert page.run("return get('faults').checkVisibility()")
         page.wait_for("waiting", lambda: "No sound arrives" in page.text("state"))
+        # The page tries a new connection, which gets the last minute again, but is not live.
+        page.run("""
+            window.seen = [];
+            window.before = blocks;
+            new MutationObserver(() => seen.push(get("state").textContent)).observe(
+                get("state"), {childList: true});
+            heard = -100;
+            look();""")
+        page.wait_for("last minute", lambda: page.run(
+            "return blocks !== before && blocks.length > 40"))
+        states = page.run("return seen")
+        assert states and "Live" not in states and "No sound arrives" in states[-1], states
+        served.feed(samples[:4 * RATE])
+        page.wait_for("sound", lambda: page.text("state") == "Live")
     with Served("demo", str(served.port)):
         page.wait_for("new start", lambda: page.text("state") == "Live")
         assert not page.run("return get('faults').checkVisibility()")
