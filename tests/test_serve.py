@@ -165,10 +165,22 @@ def test_events_are_those_of_jsonl():
         assert served.printed().count("\n") < 7
 
 
+def test_address_of_ipv6():
+    interfaces = pathlib.Path("/proc/net/if_inet6")
+    if not interfaces.exists() or " lo\n" not in interfaces.read_text():
+        print("LEFT OUT: this computer has no IPv6")
+        return
+    for address, url in (("[::1]:0", r"http://\[::1\]:\d+/, for this computer only"),
+                         ("[::]:0", rf"http://{socket.gethostname()}:\d+/, for everybody")):
+        with Served("demo", address) as served:
+            assert re.search(url, served.said()), served.said()
+
+
 def test_too_many_readers():
     with Served("demo") as served:
         readers = [Reader(served.port) for _ in range(32)]
-        assert all("200 OK" in reader.head for reader in readers)
+        assert all("200 OK" in reader.head and "Content-Type: text/event-stream" in reader.head
+                   for reader in readers)
         refused = Reader(served.port).head
         assert refused.startswith("HTTP/1.1 503") and "Retry-After" in refused, refused
         assert "200 OK" in ask(served.port, request()) + ask(served.port, request("/latest"))

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // test_tool_scenes.cpp - scenes that the tool makes, and the faults that it finds in damaged ones.
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
+#include "scene/scene.h"
 #include "tool_fixture.h"
 
 namespace {
@@ -129,8 +131,25 @@ TEST_F(Tool, LongWorkShowsHowFarItIsAndCanBeInterrupted)
                                  << " '" EZOSSL_TOOL "' simulate -o x.wav " << scene;
         EXPECT_EQ(WEXITSTATUS(std::system("script -qec 'sh command' /dev/null >seen")), 130);
         const std::string seen = contents("seen");
-        EXPECT_EQ(seen.rfind("\r\x1b[K"), seen.size() - 4) << seen;
+        EXPECT_EQ(seen.rfind("\x1b[?7h\r\x1b[K"), seen.size() - 9) << seen;
         EXPECT_FALSE(fs::exists("x.wav"));
+    }
+}
+
+TEST_F(Tool, TheProgressOfAScenePassesFromNothingToAll)
+{
+    for (const bool has_room : {false, true}) {
+        const RoomSettings room = {{5.0, 4.0, 3.0}, 0.3, 1.0};
+        const SceneSettings settings = {16000, 5.8, 20,
+                                        20.0,  0.0, has_room ? std::optional(room) : std::nullopt};
+        NoiseSource noise(1);
+        std::vector<double> parts;
+        make_scene(make_noise(32000, noise), {{-30.0, -30.0}, {20.0, 20.0}}, settings, noise,
+                   [&](double part) { parts.push_back(part); });
+        EXPECT_TRUE(std::is_sorted(parts.begin(), parts.end()));
+        EXPECT_EQ(parts.front(), 0.0);
+        EXPECT_NEAR(parts.back(), 1.0, 0.05);
+        EXPECT_LE(parts.back(), 1.0);
     }
 }
 

@@ -41,7 +41,8 @@ struct Track : Tool {
         const std::string ogg = contents("whole.ogg");
         std::ofstream("half.ogg") << ogg.substr(0, ogg.size() / 2);
         std::ofstream("cut.wav") << wav.substr(0, 44 + 4 * 5000);
-        std::ofstream("stream.wav") << wav.substr(0, 40) << std::string(4, '\0') << wav.substr(44);
+        std::ofstream("stream.wav") << wav.substr(0, 40) << std::string(4, '\0') << wav.substr(44)
+                                    << "end"; // shorter than a sample of each channel
         std::ofstream("alsa.conf")
             << "pcm.null { type null }\n"
             << "pcm.mic { type file slave.pcm null file /dev/null format raw infile "

@@ -65,18 +65,27 @@ void join_value(std::vector<std::string> &arguments, const OptionalValue &row)
     arguments.erase(option + 1);
 }
 
+// Later arguments can be files or values that have the name of a command.
+bool begins_with_command(const std::vector<std::string> &arguments)
+{
+    const auto first =
+        std::find_if(arguments.begin(), arguments.end(),
+                     [](const std::string &argument) { return argument.rfind('-', 0) != 0; });
+    return first != arguments.end() &&
+           std::any_of(std::begin(kCommands), std::end(kCommands),
+                       [&first](const Command &command) { return *first == command.name; });
+}
+
 // Adds the command if it was omitted, and refuses what is neither a command nor a file.
 void complete_command(std::vector<std::string> &arguments)
 {
-    const auto is_command = [](const std::string &argument) {
-        return std::any_of(std::begin(kCommands), std::end(kCommands),
-                           [&](const Command &command) { return argument == command.name; });
-    };
-    if (arguments.empty() || std::any_of(arguments.begin(), arguments.end(), is_command))
+    if (!arguments.empty() && arguments.front() == "help") {
+        arguments.erase(arguments.begin());
+        arguments.emplace_back("--help");
+    }
+    if (arguments.empty() || begins_with_command(arguments))
         return;
-    if (arguments.front() == "help")
-        arguments.front() = "--help";
-    else if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
+    if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
         throw UsageFailure("'" + arguments.front() +
                            "' is neither a command nor a file; for the commands see: "
                            "ezossl --help");

@@ -7,6 +7,12 @@
 #include <cstdio>
 #include <sstream>
 
+namespace {
+
+bool is_line_shown = false;
+
+} // namespace
+
 std::string format_text(const char *format, ...)
 {
     va_list arguments;
@@ -70,5 +76,20 @@ std::string printable(const std::string &text)
 
 void note(const std::string &text)
 {
+    clear_line();
     std::fprintf(stderr, "ezossl: %s\n", printable(text).c_str());
+}
+
+void show_line(const std::string &text)
+{
+    // What is longer than the terminal is cut off; a second line could not be cleared.
+    std::fprintf(stderr, "\r\033[K\033[?7l%s\033[?7h", printable(text).c_str());
+    is_line_shown = true;
+}
+
+void clear_line()
+{
+    if (is_line_shown)
+        std::fputs("\r\033[K", stderr);
+    is_line_shown = false;
 }

@@ -51,8 +51,7 @@ std::vector<int16_t> read_all(FrameSource &source)
     Progress progress(true);
     return source.read_all([&] {
         if (progress.is_due())
-            progress.show(
-                format_text("%s: %.0f s", source.stream().name().c_str(), source.seconds()));
+            progress.show(source.progress());
     });
 }
 

@@ -2,6 +2,7 @@
 // live.cpp - the command `ezossl live`: a line per block while the microphones listen.
 
 #include <exception>
+#include <functional>
 #include <memory>
 
 #include "base/failure.h"
@@ -82,16 +83,24 @@ void listen(const LiveArguments &options, DataOutput &output)
     // Opened last, because its output may replace a file.
     Report report(tracking.report, output, true, false, dial.get());
     TrackingRun run(tracking, source, report);
-    std::exception_ptr failure; // the sound before a failure is kept
-    try {
-        track_device(source, run, report);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    if (recording)
-        recording->finish();
-    run.finish();
-    report.commit();
+    std::exception_ptr failure; // the first one; what was made before it is kept
+    const auto attempt = [&failure](const std::function<void()> &step) {
+        try {
+            step();
+        } catch (...) {
+            if (!failure)
+                failure = std::current_exception();
+        }
+    };
+    attempt([&] { track_device(source, run, report); });
+    attempt([&] {
+        if (recording)
+            recording->finish();
+    });
+    attempt([&] {
+        run.finish();
+        report.commit();
+    });
     if (failure)
         std::rethrow_exception(failure);
 }

@@ -245,7 +245,7 @@ void Crew::wait()
 void Crew::hand_on(size_t &done)
 {
     while (!workers_.empty() && !workers_.front()->is_running()) {
-        progress_.clear();
+        clear_line(); // for the messages of the worker
         bool has_results = false;
         const int status = workers_.front()->hand_on(output_, has_header_, has_results);
         has_header_ = has_header_ || (task_.has_header && has_results);

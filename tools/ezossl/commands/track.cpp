@@ -3,6 +3,7 @@
 // constant memory.
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "base/failure.h"
@@ -39,18 +40,12 @@ struct TrackArguments {
 
 void feed(FrameSource &source, TrackingRun &run, bool has_progress)
 {
-    const std::optional<int64_t> length = source.stream().length();
-    std::optional<double> seconds;
-    if (length)
-        seconds = static_cast<double>(*length) / source.stream().rate();
     Progress progress(has_progress);
     Frame frame;
     while (source.read(frame)) {
         run.add(frame);
         if (progress.is_due())
-            progress.show(
-                format_text("%s: %.0f s", source.stream().name().c_str(), source.seconds()) +
-                (seconds ? format_text(" of %.0f s", *seconds) : std::string()));
+            progress.show(source.progress());
     }
 }
 
@@ -150,9 +145,13 @@ void track_in_parallel(const TrackArguments &options, DataOutput &output)
         throw EndWith{status};
 }
 
+// The sound in a pipe may be live. Pipes in the file system count if they are alone; several inputs
+// are read in parallel.
 bool has_pipe(const std::vector<std::string> &inputs)
 {
-    return std::find(inputs.begin(), inputs.end(), "-") != inputs.end();
+    std::error_code ignored;
+    return std::find(inputs.begin(), inputs.end(), "-") != inputs.end() ||
+           (inputs.size() == 1 && std::filesystem::is_fifo(inputs.front(), ignored));
 }
 
 void track(const TrackArguments &options, DataOutput &output)
@@ -160,7 +159,6 @@ void track(const TrackArguments &options, DataOutput &output)
     options.tracking.check(options.inputs);
     options.tracking.warn();
     watch_for_interrupts();
-    // The sound in a pipe may be live.
     const bool is_flushed = has_pipe(options.inputs) || options.tracking.report.realtime;
     if (options.inputs.size() == 1 || is_flushed)
         track_in_turn(options, output, is_flushed);

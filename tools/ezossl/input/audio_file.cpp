@@ -19,7 +19,6 @@
 #include "base/interrupt.h"
 #include "base/sample_format.h"
 #include "base/text.h"
-#include "input/file_signature.h"
 #include "input/ogg_end.h"
 #include "input/sample_rates.h"
 
@@ -130,11 +129,24 @@ void AudioReader::check_layout(int64_t rate, int channels) const
                       format_text(": the header says %d channels; record it again", channels));
 }
 
-void AudioReader::refuse_pipe(const std::string &start) const
+// Reads on where the first bytes do not tell the kind of file.
+const FileSignature *AudioReader::find_signature_after(const std::string &start)
 {
+    if (const FileSignature *const known = find_signature(start))
+        return known;
+    if (!bytes_.is_pipe())
+        bytes_.seek(static_cast<int64_t>(start.size()), SEEK_SET);
+    std::string more(kSignatureBytes - start.size(), '\0');
+    more.resize(bytes_.read(more.data(), more.size()));
+    check_reads();
+    return find_signature(start + more);
+}
+
+void AudioReader::refuse_pipe(const std::string &start)
+{
+    const FileSignature *const known = find_signature_after(start);
     if (interrupts() > 0)
         throw EndWith{kInterrupted};
-    const FileSignature *const known = find_signature(start);
     if (start.empty())
         throw Failure(path_ + ": is empty; record it again");
     if (known != nullptr)
@@ -143,9 +155,9 @@ void AudioReader::refuse_pipe(const std::string &start) const
     throw Failure(path_ + ": is not WAV; use track --raw for samples without a header");
 }
 
-void AudioReader::refuse_file(const std::string &start) const
+void AudioReader::refuse_file(const std::string &start)
 {
-    const FileSignature *const known = find_signature(start);
+    const FileSignature *const known = find_signature_after(start);
     if (known == nullptr)
         throw Failure(path_ + ": not a readable sound file: its format is not known; " +
                       conversion() + ", or use track --raw for samples without a header");

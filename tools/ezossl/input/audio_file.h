@@ -12,6 +12,7 @@
 #include <sndfile.h>
 
 #include "base/sound_file.h"
+#include "input/file_signature.h"
 #include "input/input_bytes.h"
 #include "input/sample_stream.h"
 #include "input/wav_header.h"
@@ -48,8 +49,9 @@ public:
 private:
     void open();
     void check_layout(int64_t rate, int channels) const;
-    [[noreturn]] void refuse_pipe(const std::string &start) const;
-    [[noreturn]] void refuse_file(const std::string &start) const;
+    const FileSignature *find_signature_after(const std::string &start);
+    [[noreturn]] void refuse_pipe(const std::string &start);
+    [[noreturn]] void refuse_file(const std::string &start);
     void refuse_header(const float *samples, size_t count) const;
     std::string conversion() const;
     void open_samples(const WavHeader &header);

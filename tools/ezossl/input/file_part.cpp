@@ -24,7 +24,9 @@ std::unique_ptr<FrameSource> open_within(const FilePart &part, const InputSettin
 std::optional<int> band_limit_of(const FilePart &part, const InputSettings &settings)
 {
     std::error_code is_missing;
-    if (settings.rate != 0 || !std::filesystem::is_regular_file(part.path, is_missing))
+    // Also where a file is named "-", that is standard input, which cannot be read twice.
+    if (settings.rate != 0 || part.path == "-" ||
+        !std::filesystem::is_regular_file(part.path, is_missing))
         return std::nullopt;
     const std::unique_ptr<FrameSource> source = open_within(part, settings, std::nullopt);
     if (source->rate() == kLowestRate)

@@ -15,7 +15,8 @@ struct FileSignature {
     bool is_readable; // by libsndfile
 };
 
-// nullptr if no kind of file is known to begin like this. Two kilobytes are enough for all.
+// nullptr if no kind of file is known to begin like this. So many bytes are enough for all.
+constexpr size_t kSignatureBytes = 2048;
 const FileSignature *find_signature(std::string_view start);
 
 #endif

@@ -25,6 +25,13 @@ InputLayout FrameSource::layout() const
     return {stream().rate(), stream().channels(), microphones_, pairs_.start()};
 }
 
+std::string FrameSource::progress() const
+{
+    const std::optional<double> end = pairs_.end();
+    return format_text("%s: %.0f s", stream().name().c_str(), seconds()) +
+           (end ? format_text(" of %.0f s", *end) : "");
+}
+
 bool FrameSource::read(Frame &frame)
 {
     while (ready_.size() - used_ < kFrameSamples) {

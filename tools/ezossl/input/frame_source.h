@@ -42,7 +42,8 @@ public:
     InputLayout layout() const;
     double start() const { return pairs_.start(); }     // second that skip_to() was told, or 0
     double seconds() const { return pairs_.seconds(); } // of the stream, read so far
-    int rate() const { return rate_; }                  // Hz, of the frames
+    std::string progress() const;      // the same for the user: "a.wav: 3 s of 9 s"
+    int rate() const { return rate_; } // Hz, of the frames
     std::optional<int> band_limit() const { return band_limit_; }
 
     // False at the end; a rest that is shorter than a frame stays unread.

@@ -48,6 +48,15 @@ const std::vector<float> *PairSource::read()
     return &resampler_->process(pairs_.data(), count.value_or(0), is_over_);
 }
 
+std::optional<double> PairSource::end() const
+{
+    constexpr int64_t kUnknown = std::numeric_limits<int64_t>::max();
+    const int64_t end = std::min(limit_, stream_->length().value_or(kUnknown));
+    if (end == kUnknown)
+        return std::nullopt;
+    return static_cast<double>(end) / stream_->rate();
+}
+
 bool PairSource::is_cut()
 {
     return is_at_limit() && stream_->read(chunk_.data(), 1).value_or(0) > 0;

@@ -37,7 +37,8 @@ public:
     const SampleStream &stream() const { return *stream_; }
     int64_t position() const { return position_; } // samples per channel taken from the stream
     double seconds() const { return static_cast<double>(position_) / stream_->rate(); }
-    double start() const { return start_; }                  // second that skip_to() was told, or 0
+    double start() const { return start_; } // second that skip_to() was told, or 0
+    std::optional<double> end() const; // second of the stream at which reading ends, if it is known
     bool is_at_limit() const { return position_ == limit_; } // of end_after()
     // At the end: whether end_after() cut something off. Takes a sample from the stream to see.
     bool is_cut();

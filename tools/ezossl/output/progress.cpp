@@ -3,8 +3,6 @@
 
 #include "output/progress.h"
 
-#include <cstdio>
-
 #include <unistd.h>
 
 #include "base/text.h"
@@ -24,7 +22,7 @@ Progress::Progress(bool is_wanted)
 
 Progress::~Progress()
 {
-    clear();
+    clear_line();
 }
 
 bool Progress::is_due() const
@@ -35,13 +33,5 @@ bool Progress::is_due() const
 void Progress::show(const std::string &text)
 {
     next_ = Clock::now() + kInterval;
-    is_shown_ = true;
-    std::fprintf(stderr, "\r\033[K%s", printable(text).c_str());
-}
-
-void Progress::clear()
-{
-    if (is_shown_)
-        std::fputs("\r\033[K", stderr);
-    is_shown_ = false;
+    show_line(text);
 }

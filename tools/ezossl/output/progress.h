@@ -20,12 +20,9 @@ public:
     // True a few times a second.
     bool is_due() const;
     void show(const std::string &text);
-    // Call before anything else is printed.
-    void clear();
 
 private:
     bool is_wanted_;
-    bool is_shown_ = false;
     std::chrono::steady_clock::time_point next_;
 };
 

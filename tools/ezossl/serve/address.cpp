@@ -8,7 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <memory>
-#include <utility>
+#include <optional>
 
 #include <arpa/inet.h>
 #include <netdb.h>
@@ -38,21 +38,29 @@ bool is_numeric_host(const std::string &host)
            inet_pton(AF_INET6, host.c_str(), bytes.data()) == 1;
 }
 
-// "host:port", with the brackets around a host that has colons.
+// "host:port", with brackets around a host that has colons.
 struct HostAndPort {
     std::string host;
     std::string port; // empty if there is none
 };
 
-HostAndPort split(const std::string &text)
+// Nothing if the text has another form.
+std::optional<HostAndPort> split(const std::string &text)
 {
-    const size_t bracket = text.rfind(']');
-    const size_t colon = text.find(':', bracket == std::string::npos ? 0 : bracket);
-    HostAndPort parts = {text.substr(0, colon), ""};
-    if (colon != std::string::npos)
-        parts.port = text.substr(colon + 1);
-    if (bracket != std::string::npos && text.front() == '[')
-        parts.host = text.substr(1, bracket - 1);
+    const bool has_brackets = text.rfind('[', 0) == 0;
+    const size_t end_of_host = has_brackets ? text.find(']') : text.find_first_of(":[]");
+    if (has_brackets && end_of_host == std::string::npos)
+        return std::nullopt;
+    HostAndPort parts = {text.substr(0, end_of_host), ""};
+    std::string rest = end_of_host < text.size() ? text.substr(end_of_host) : "";
+    if (has_brackets) {
+        parts.host.erase(0, 1);
+        rest.erase(0, 1);
+    }
+    if (parts.host.empty() || (!rest.empty() && rest.front() != ':'))
+        return std::nullopt;
+    if (!rest.empty())
+        parts.port = rest.substr(1);
     return parts;
 }
 
@@ -113,20 +121,16 @@ Address parse_address(const std::string &text)
     const std::string serve = "--serve: '" + text + "' ";
     if (is_number(text, ":0123456789abcdefABCDEF") && std::count(text.begin(), text.end(), ':') > 1)
         throw UsageFailure(serve + "is an IPv6 address without brackets; write [::1]:8080");
-    const size_t colon = text.rfind(':');
-    const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
-    const bool has_half =
-        (text.find('[') == std::string::npos) != (text.find(']') == std::string::npos);
-    if (!is_number(port) || colon == 0 || has_half)
+    Address address;
+    const auto parts = is_number(text) ? HostAndPort{address.host, text} : split(text);
+    if (!parts || !is_number(parts->port))
         throw UsageFailure(serve + "is not [HOST:]PORT; write 8080, or 0.0.0.0:8080 for all "
                                    "IPv4 addresses of this computer");
-    if (port.size() > 5 || std::stoi(port) > kHighestPort)
+    if (parts->port.size() > 5 || std::stoi(parts->port) > kHighestPort)
         throw UsageFailure(serve + "is out of range: ports are 0 ... " +
                            std::to_string(kHighestPort));
-    Address address;
-    address.port = std::stoi(port);
-    if (colon != std::string::npos)
-        address.host = split(text).host;
+    address.host = parts->host;
+    address.port = std::stoi(parts->port);
     return address;
 }
 
@@ -142,17 +146,15 @@ ListeningSocket::ListeningSocket(const Address &address)
         throw Failure("--serve: '" + address.host +
                       "' is not an address of this computer: " + gai_strerror(unknown));
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> first(list, freeaddrinfo);
-    descriptor_ = socket(first->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    descriptor_ =
+        Descriptor(socket(first->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const int listener = descriptor_.get();
     const int on = 1;
     // So that old connections of a server that has just ended do not block the port.
-    if (descriptor_ < 0 || setsockopt(descriptor_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
-        bind(descriptor_, first->ai_addr, first->ai_addrlen) != 0 ||
-        listen(descriptor_, kBacklog) != 0) {
-        const int error = errno;
-        if (descriptor_ >= 0)
-            close(descriptor_);
-        fail(address, error);
-    }
+    if (!descriptor_.is_open() ||
+        setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) != 0 ||
+        bind(listener, first->ai_addr, first->ai_addrlen) != 0 || listen(listener, kBacklog) != 0)
+        fail(address, errno);
     is_loopback_ = is_loopback(first->ai_addr);
     const std::string own = host_name();
     names_ = {"localhost", address.host};
@@ -160,29 +162,16 @@ ListeningSocket::ListeningSocket(const Address &address)
         names_.insert(names_.end(), {own, own + ".local"});
     const std::string host = is_any(address.host) ? own : address.host;
     url_ = "http://" + (host.find(':') == std::string::npos ? host : '[' + host + ']') + ':' +
-           std::to_string(port_of(descriptor_)) + '/';
-}
-
-ListeningSocket::~ListeningSocket()
-{
-    if (descriptor_ >= 0)
-        close(descriptor_);
-}
-
-int ListeningSocket::release()
-{
-    return std::exchange(descriptor_, -1);
+           std::to_string(port_of(listener)) + '/';
 }
 
 bool is_own_name(const std::string &header, const std::vector<std::string> &names)
 {
-    if (header.empty())
+    const std::optional<HostAndPort> parts = split(header);
+    if (!parts || (!parts->port.empty() && !is_number(parts->port)))
         return false;
-    const auto [host, port] = split(header);
-    if (!port.empty() && !is_number(port))
-        return false;
-    return is_numeric_host(host) ||
-           std::any_of(names.begin(), names.end(), [&host = host](const std::string &name) {
-               return strcasecmp(name.c_str(), host.c_str()) == 0;
+    return is_numeric_host(parts->host) ||
+           std::any_of(names.begin(), names.end(), [&parts](const std::string &name) {
+               return strcasecmp(name.c_str(), parts->host.c_str()) == 0;
            });
 }

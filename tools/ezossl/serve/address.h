@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "base/descriptor.h"
+
 struct Address {
     std::string host = "127.0.0.1"; // a name or an IP address, IPv6 without brackets
     int port = 0;                   // 0 picks a free one
@@ -20,12 +22,9 @@ class ListeningSocket
 public:
     // Failure if nobody can listen there.
     explicit ListeningSocket(const Address &address);
-    ~ListeningSocket();
-    ListeningSocket(const ListeningSocket &) = delete;
-    ListeningSocket &operator=(const ListeningSocket &) = delete;
 
     // The caller closes it.
-    int release();
+    int release() { return descriptor_.release(); }
 
     // The address to type into a browser, and whether only this computer can reach it.
     const std::string &url() const { return url_; }
@@ -34,8 +33,8 @@ public:
     const std::vector<std::string> &names() const { return names_; }
 
 private:
-    int descriptor_ = -1;
-    bool is_loopback_ = false;
+    Descriptor descriptor_;
+    bool is_loopback_;
     std::string url_;
     std::vector<std::string> names_;
 };
