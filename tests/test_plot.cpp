@@ -13,6 +13,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "plot/plot_text.h"
+
 namespace {
 
 constexpr double kDegree = 3.14159265358979324 / 180.0;
@@ -159,6 +161,8 @@ TEST(Plot, IsSmallAndWellFormedWhateverItShows)
         }
     }
     std::remove(file.c_str());
+    EXPECT_EQ(fitting_title("αβγδε", 5), "αβγδε");
+    EXPECT_EQ(fitting_title("xαβγδε", 5), "…βγδε");
 }
 
 } // namespace

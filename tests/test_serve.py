@@ -141,6 +141,8 @@ def test_pages():
         latest = wait_until(lambda: ask(served.port, request("/latest")).split("\r\n\r\n", 1)[1])
         # The demo takes as long as its sound.
         assert json.loads(latest)["t_end"] < time.monotonic() - begun + 1, latest
+    with Served("demo", f"0.0.0.0:{served.port}") as again:  # old connections do not block it
+        assert again.port == served.port, again.said()
 
 
 def test_events_are_those_of_jsonl():

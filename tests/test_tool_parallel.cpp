@@ -15,7 +15,7 @@ const std::string kFaulty =
     "ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD='" EZOSSL_FAULTY_SYSTEM "' ";
 
 struct Parallel : Tool {
-    const std::vector<std::string> files = {"long.wav", "no.wav",   "b.wav", "short.wav",
+    const std::vector<std::string> files = {"no.wav",   "long.wav", "b.wav", "short.wav",
                                             "mono.wav", "cut.flac", "a.wav"};
 
     Parallel()
@@ -178,6 +178,13 @@ TEST_F(Parallel, SaysWhatTheSystemLacks)
     const Spool spool;
     EXPECT_EQ(fs::read_symlink("/proc/self/fd/" + std::to_string(spool.descriptor())).parent_path(),
               "/var/tmp");
+    const std::string line = std::string(99999, 'x') + '\n'; // longer than a piece
+    const std::string rest = line + line + "x\n";
+    std::ofstream("/proc/self/fd/" + std::to_string(spool.descriptor())) << line << rest;
+    std::string taken;
+    EXPECT_TRUE(
+        spool.read(true, [&](const char *bytes, size_t count) { taken.append(bytes, count); }));
+    EXPECT_EQ(taken, rest);
 }
 
 } // namespace
