@@ -149,7 +149,7 @@ int main(int argc, char **argv)
         fprintf(stderr, "usage: capture DEVICE SPACING_CM\n");
         return 2;
     }
-    /* Otherwise the device would get its number, and the angles. */
+    /* If it were closed, the device would get descriptor 1, and the angles would go there. */
     require(fcntl(STDOUT_FILENO, F_GETFD) >= 0, "standard output", "is closed");
     open_microphones(argv[1]);
     open_library(strtof(argv[2], NULL));

@@ -18,7 +18,8 @@ FRAME_LENGTH = 128  # samples per microphone
 MICROPHONES = 2
 BLOCK_FRAMES = 32
 OK = 0
-UNKNOWN = 0x7FFFF000 // 4  # a header that was written to a pipe states this length, or more
+# Frames; a program that writes to a pipe does not know the length, and states this or more.
+UNKNOWN = 0x7FFFF000 // 4
 
 
 class SslInit(ctypes.Structure):

@@ -6,7 +6,7 @@
  *              wakes 1  rate HZ  slower HZ  channels COUNT  bits COUNT  padded 1  waits 1 }
  *
  * It has one rate or two. Samples of 24 bits have three bytes, or four if they are padded. It
- * refuses to open, or has the fault after that many frames: once, again after every so many more,
+ * refuses to open, or has the fault after that many frames: once, again after every `again` more,
  * or for ever. With both `again` and `forever` the second fault lasts for ever. After a suspend it
  * must be prepared again, unless it wakes: then it goes on, and must not be prepared. Until the
  * fault it has sound, at once or, if it waits, every 10 ms: noise that is two samples later on each

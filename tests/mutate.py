@@ -28,7 +28,7 @@ LIMITED = f"timeout -s KILL 300 prlimit --cpu=120 --fsize={2**34} --as={2**33}".
 # For each folder the targets to build and the commands that test it, quick ones first. The first
 # folder that matches counts.
 TESTS = [str(BUILD / "tests/ezossl_tests"), "--gtest_fail_fast", "--gtest_brief=1"]
-# Some of these wait: on a busy machine one can fail by itself, but hardly twice.
+# Some of these tests wait. On a busy machine one can fail without a fault, but hardly twice.
 CTEST = ["ctest", "--test-dir", str(BUILD), "--repeat", "until-pass:2", "--stop-on-failure",
          "--no-tests=error", "-R"]  # fmt: skip
 LIBRARY = ("Config.*:Delay.*:Direction.*:EndToEnd.*:Fft*:Math.*:Geometry.*:Lifecycle.*:Messages.*"
@@ -191,7 +191,8 @@ def main():
     tried = counts["noticed"] + counts["survived"]
     percent = 100 * counts["noticed"] / max(tried, 1)
     print(f"{counts['noticed']} of {tried} faults noticed ({percent:.0f} %); "
-          f"{counts['not compiled']} more did not compile, {counts['no effect']} have no effect")  # fmt: skip
+          f"{counts['not compiled']} more did not compile, "
+          f"{counts['no effect']} have no effect")  # fmt: skip
 
 
 main()

@@ -70,7 +70,8 @@ class Run:
         before = set(os.listdir(folder)) | {"report"}
         feed = open(os.path.join(folder, source), "rb").read() if source else b""
         variables = {"PATH": os.environ["PATH"], "LC_ALL": "C.UTF-8", "LD_PRELOAD": library,
-                     "ALSA_CONFIG_PATH": folder + "/alsa.conf", "FAIL_REPORT": "report", "TMPDIR": folder}
+                     "ALSA_CONFIG_PATH": folder + "/alsa.conf", "FAIL_REPORT": "report",
+                     "TMPDIR": folder}
         process = subprocess.Popen([tool, *arguments.split()], cwd=folder,
                                    env=variables | fault, stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -212,7 +213,7 @@ def main():
         print("LEFT OUT: system calls cannot be trapped here")
         return 77
     assert times == 3  # every second
-    # The file, before it gets its name, and the folder with that name.
+    # Once the file, before it gets its name, and once the folder, afterwards.
     assert count_calls("track x.wav -s 5 -b 4 -q -o o", "o", FSYNC) == 2
     with concurrent.futures.ThreadPoolExecutor(2) as pool:
         results = list(pool.map(sweep, CASES))

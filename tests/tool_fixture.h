@@ -66,7 +66,7 @@ struct Tool : ::testing::Test {
 
     Tool()
     {
-        std::signal(SIGHUP, SIG_DFL); // ignored under nohup, which the tool would inherit
+        std::signal(SIGHUP, SIG_DFL); // under nohup it is ignored, and the tool would inherit that
         fs::create_directories(directory);
         fs::current_path(directory);
     }

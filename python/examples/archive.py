@@ -144,7 +144,7 @@ def run(client, paths, options, archive):
 def write_parquet(rows, path):
     from pyarrow import csv as arrow_csv, parquet
 
-    # Others may write to the folder, too: a link of theirs is not to be followed.
+    # Others may be able to write to the folder, but must not redirect the file by a link.
     with tempfile.TemporaryDirectory(dir=os.path.dirname(path) or ".") as private:
         part = os.path.join(private, "part")
         with arrow_csv.open_csv(rows) as batches:

@@ -186,7 +186,8 @@ void open_standard_descriptors()
         close(descriptor);
 }
 
-// A pipe without a reader and a file at its size limit give write errors, which have messages.
+// A pipe without a reader and a file at its size limit give write errors, so that outputs that are
+// not complete are removed.
 void ignore_signals_of_writing()
 {
     for (const int signal : {SIGPIPE, SIGXFSZ})

@@ -82,7 +82,7 @@ void note(const std::string &text)
 
 void show_line(const std::string &text)
 {
-    // What is longer than the terminal is cut off; a second line could not be cleared.
+    // The terminal cuts off text that is too long, as a second line could not be cleared.
     std::fprintf(stderr, "\r\033[K\033[?7l%s\033[?7h", printable(text).c_str());
     is_line_shown = true;
 }

@@ -27,8 +27,8 @@ std::string printable(const std::string &text);
 // Prints a line on standard error, with the program's name before it. The program continues.
 void note(const std::string &text);
 
-// Shows text in the last line of the terminal of standard error, instead of what it showed before,
-// until clear_line() or the next note.
+// Shows text on the terminal that standard error is, in place of the text it showed before, until
+// clear_line() or the next note.
 void show_line(const std::string &text);
 void clear_line();
 

@@ -45,7 +45,7 @@ std::unique_ptr<FrameSource> open_source(const CheckArguments &options)
     return source;
 }
 
-// Shows progress meanwhile.
+// Shows progress while it reads.
 std::vector<int16_t> read_all(FrameSource &source)
 {
     Progress progress(true);

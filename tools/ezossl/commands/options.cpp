@@ -45,7 +45,7 @@ void add_channels_option(CLI::App &parser, ChannelChoice &choice)
 
 namespace {
 
-// Whether they are one file. Standard input may be a file that the shell has opened.
+// Whether both are the same file. Standard input may be a file that the shell has opened.
 bool is_same_file(const std::string &input, const std::string &output)
 {
     std::error_code none_if_missing;

@@ -145,8 +145,8 @@ void track_in_parallel(const TrackArguments &options, DataOutput &output)
         throw EndWith{status};
 }
 
-// The sound in a pipe may be live. Pipes in the file system count if they are alone; several inputs
-// are read in parallel.
+// The sound in a pipe may be live. A named pipe counts only if it is the sole input, because
+// several inputs are read in parallel.
 bool has_pipe(const std::vector<std::string> &inputs)
 {
     std::error_code ignored;

@@ -74,7 +74,7 @@ void find_contradiction(const std::vector<int16_t> &samples, const DiagnosisSett
         return;
     // The angle of a lag is -asin(lag / longest lag).
     const double lag = -std::sin(*diagnosis.median_angle * kPi / 180.0) * diagnosis.longest_lag;
-    // A wrong spacing explains both, and then another rate does not help.
+    // If the lag is too long, too, a wrong spacing explains both, and another rate does not help.
     const bool is_long =
         std::any_of(diagnosis.findings.begin(), diagnosis.findings.end(),
                     [](const Finding &finding) { return finding.kind == &findings::kLongLag; });

@@ -129,7 +129,7 @@ void AudioReader::check_layout(int64_t rate, int channels) const
                       format_text(": the header says %d channels; record it again", channels));
 }
 
-// Reads on where the first bytes do not tell the kind of file.
+// Reads more if the first bytes do not tell the kind of file.
 const FileSignature *AudioReader::find_signature_after(const std::string &start)
 {
     if (const FileSignature *const known = find_signature(start))

@@ -24,7 +24,7 @@ std::unique_ptr<FrameSource> open_within(const FilePart &part, const InputSettin
 std::optional<int> band_limit_of(const FilePart &part, const InputSettings &settings)
 {
     std::error_code is_missing;
-    // Also where a file is named "-", that is standard input, which cannot be read twice.
+    // "-" is standard input, which cannot be read twice, even if a file has that name.
     if (settings.rate != 0 || part.path == "-" ||
         !std::filesystem::is_regular_file(part.path, is_missing))
         return std::nullopt;

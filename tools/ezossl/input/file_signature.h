@@ -15,8 +15,9 @@ struct FileSignature {
     bool is_readable; // by libsndfile
 };
 
-// nullptr if no kind of file is known to begin like this. So many bytes are enough for all.
-constexpr size_t kSignatureBytes = 2048;
+constexpr size_t kSignatureBytes = 2048; // enough to recognise every kind
+
+// nullptr if no kind of file is known to begin like this.
 const FileSignature *find_signature(std::string_view start);
 
 #endif

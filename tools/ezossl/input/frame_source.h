@@ -42,13 +42,14 @@ public:
     InputLayout layout() const;
     double start() const { return pairs_.start(); }     // second that skip_to() was told, or 0
     double seconds() const { return pairs_.seconds(); } // of the stream, read so far
-    std::string progress() const;      // the same for the user: "a.wav: 3 s of 9 s"
-    int rate() const { return rate_; } // Hz, of the frames
+    std::string progress() const;                       // seconds() as text: "a.wav: 3 s of 9 s"
+    int rate() const { return rate_; }                  // Hz, of the frames
     std::optional<int> band_limit() const { return band_limit_; }
 
-    // False at the end; a rest that is shorter than a frame stays unread.
+    // False at the end; a remainder that is shorter than a frame stays unread.
     bool read(Frame &frame);
-    // All pairs up to the end, and a rest that is shorter than a frame. Calls `at_work` often.
+    // All pairs up to the end, including a remainder that is shorter than a frame. Calls `at_work`
+    // after each chunk of the stream.
     std::vector<int16_t> read_all(const std::function<void()> &at_work = [] {});
 
     // At the end: whether end_after() cut something off. Takes a sample from the stream to see.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// input_bytes.cpp - reads a descriptor for libsndfile, too.
+// input_bytes.cpp - reads a descriptor, also on behalf of libsndfile.
 
 #include "input/input_bytes.h"
 
@@ -65,7 +65,7 @@ size_t InputBytes::read(void *bytes, size_t count)
 int64_t InputBytes::seek(int64_t offset, int whence)
 {
     const off_t place = lseek(descriptor_.get(), offset, whence);
-    if (place < 0 && errno != EINVAL) // before the start of a file whose header is damaged
+    if (place < 0 && errno != EINVAL) // a damaged header may lead to before the start
         note_failure();
     return place;
 }
@@ -89,7 +89,7 @@ SoundFile InputBytes::open_sound(SF_INFO &info)
     return SoundFile(sf_open_virtual(&calls, SFM_READ, &info, this));
 }
 
-// An interrupt ends the program elsewhere, and whether the input is a pipe is asked by a seek.
+// An interrupt ends the program elsewhere, and ESPIPE only says that the input is a pipe.
 void InputBytes::note_failure()
 {
     if (errno != EINTR && errno != ESPIPE)

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// input_bytes.h - the bytes of a sound file or of a pipe, which remember why reading them failed.
-// Decoders of libsndfile may take bytes that cannot be read for silence, and say nothing.
+// input_bytes.h - reads the bytes of a sound file or of a pipe, and remembers why a read failed.
+// Some decoders of libsndfile fill up what they cannot read with silence, and report no error.
 
 #ifndef EZOSSL_TOOL_INPUT_BYTES_H
 #define EZOSSL_TOOL_INPUT_BYTES_H
@@ -29,7 +29,7 @@ public:
     // The largest number if the input is a pipe.
     int64_t size();
 
-    // From the first byte of a file, or from the next one of a pipe. This object must live longer.
+    // From the first byte of a file, or from the next one of a pipe. This object must outlive it.
     SoundFile open_sound(SF_INFO &info);
 
     int descriptor() const { return descriptor_.get(); }

@@ -17,16 +17,16 @@ constexpr size_t kStartBytes = 12;
 constexpr size_t kFormatBytes = 16;
 constexpr size_t kExtensibleBytes = 26;
 constexpr size_t kLongSizesBytes = 16;      // the lengths of an RF64 file and of its samples
-constexpr uint32_t kLongSize = 0xffffffffu; // in an RF64 file: that length is a long one
+constexpr uint32_t kLongSize = 0xffffffffu; // in an RF64 file: the length is a long one, in "ds64"
 
-// What programs write that do not know the length: the largest number of 31 or 32 bits, or one
-// that is smaller by a header, by part of a frame, or rounded.
 struct Range {
     int64_t first;
     int64_t last;
 };
+// Programs that do not know the length write about the largest number of 31 or 32 bits: rounded, or
+// less the size of a header or of part of a frame.
 constexpr Range kUnknownSizes[] = {{0x7fff0000, 0x80000000}, {0xffff0000, 0xffffffff}};
-constexpr int64_t kMostAfterSamples = 1 << 20; // bytes of texts and the like
+constexpr int64_t kMostAfterSamples = 1 << 20; // bytes, of titles and the like
 
 struct Encoding {
     uint32_t tag;
@@ -64,8 +64,8 @@ uint32_t little_endian(const unsigned char *bytes, int count)
     return value;
 }
 
-// The size of the samples, which begin here; 0 if this is not what the file holds, but a number of
-// a program that did not know it.
+// The size that the header states for the samples, which begin at the read position. 0 if programs
+// write this number when they do not know the size, and the file does not have that length.
 int64_t known_size(int64_t size, InputBytes &bytes)
 {
     const auto holds_size = [size](const Range &range) {

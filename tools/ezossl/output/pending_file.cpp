@@ -63,7 +63,7 @@ std::optional<int> descriptor_named(const std::string &path)
 }
 
 // Renaming onto a symbolic link would replace the link, not the file behind it, which need not
-// exist yet. A descriptor is a link, too, but is not followed.
+// exist yet. The name of a descriptor is a link, too, but is not followed.
 std::string behind_links(const std::string &target)
 {
     fs::path path = target;
@@ -73,7 +73,7 @@ std::string behind_links(const std::string &target)
     return path.string();
 }
 
-// Renaming, and root, could replace such a file.
+// Renaming would replace a write-protected file, and root could write to it.
 bool is_protected(const std::string &path)
 {
     struct stat file = {};
@@ -117,7 +117,7 @@ PendingFile::PendingFile(const std::string &target, Appears appears, int standar
         descriptor_ = duplicate_of(standard_output);
         return;
     }
-    // Another file in the place of the one that the descriptor leads to would lose what that has.
+    // A new file in its place would lose what the file behind the descriptor already holds.
     if (const std::optional<int> number = descriptor_named(path_)) {
         descriptor_ = duplicate_of(*number);
         return;
