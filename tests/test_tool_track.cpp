@@ -111,6 +111,22 @@ TEST_F(Track, KeepsOnlyWhatIsWhole)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
+// The first interrupt may come just before the pipe is opened.
+TEST_F(Track, WaitsForTheOtherEndOfAPipeUntilAnInterrupt)
+{
+    const std::string interrupts =
+        "mkfifo pipe; (while kill -0 $$ && ! grep -q 'SigCgt:.*[2367abef]$' /proc/$$/status; do "
+        "sleep 0.02; done; while kill -INT $$; do sleep 0.02; done) >/dev/null 2>&1 & exec";
+    for (const char *arguments :
+         {"track pipe -s 8.6", "two.wav -s 8.6 -o pipe", "two.wav -s 8.6 --plot pipe",
+          "simulate -a 3 -s 8.6 -o pipe", "simulate -a 3 -s 8.6 -i pipe -o x.wav"}) {
+        EXPECT_EQ(run(arguments, "out", interrupts), 130) << arguments;
+        EXPECT_EQ(contents("err") + contents("out"), "") << arguments;
+        fs::remove("pipe");
+        EXPECT_FALSE(fs::exists("x.wav"));
+    }
+}
+
 // The interrupt comes after the first line, when the tool has one and a half blocks of sound; more
 // than two blocks would follow.
 TEST_F(Track, LiveFinishesTheBlockThatAnInterruptFallsInto)

@@ -66,6 +66,7 @@ struct Tool : ::testing::Test {
 
     Tool()
     {
+        setenv("TERM", "xterm", 1);
         std::signal(SIGHUP, SIG_DFL); // under nohup it is ignored, and the tool would inherit that
         fs::create_directories(directory);
         fs::current_path(directory);

@@ -65,12 +65,15 @@ void join_value(std::vector<std::string> &arguments, const OptionalValue &row)
     arguments.erase(option + 1);
 }
 
-// Later arguments can be files or values that have the name of a command.
+// Only the tool's own flags may precede the command. Later arguments can be files or values that
+// have the name of a command.
 bool begins_with_command(const std::vector<std::string> &arguments)
 {
-    const auto first =
-        std::find_if(arguments.begin(), arguments.end(),
-                     [](const std::string &argument) { return argument.rfind('-', 0) != 0; });
+    const auto is_flag = [](const std::string &argument) {
+        return argument == "-v" || argument == "--verbose" || argument == "-h" ||
+               argument == "--help" || argument == "--version";
+    };
+    const auto first = std::find_if_not(arguments.begin(), arguments.end(), is_flag);
     return first != arguments.end() &&
            std::any_of(std::begin(kCommands), std::end(kCommands),
                        [&first](const Command &command) { return *first == command.name; });
@@ -103,14 +106,13 @@ std::vector<std::string> command_line(int argc, char **argv)
     return arguments;
 }
 
-// Help and version go to the output, refusals to standard error. Refusals repeat what the user
-// wrote, which may hold control characters for the terminal.
+// Help and version go to the output, refusals to standard error.
 int end_of_parsing(const CLI::App &app, const CLI::ParseError &reason, DataOutput &output)
 {
     std::ostringstream text;
     std::ostringstream refusal;
     const int status = app.exit(reason, text, refusal);
-    std::fputs(printable(refusal.str()).c_str(), stderr);
+    std::fputs(refusal.str().c_str(), stderr);
     output.print("%s", text.str().c_str());
     output.finish();
     return status == 0 ? kDone : kUsage;

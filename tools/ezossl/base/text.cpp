@@ -5,6 +5,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <sstream>
 
 namespace {
@@ -60,13 +62,23 @@ std::string wrapped(const std::string &text, size_t indent)
     return result;
 }
 
+std::string shell_word(const std::string &text)
+{
+    if (text.find_first_of(" \t\n!\"#$&'()*;<>?[\\]^`{|}~") == std::string::npos)
+        return text;
+    std::string word = "'";
+    for (const char c : text)
+        word += c == '\'' ? "'\\''" : std::string(1, c);
+    return word + '\'';
+}
+
 std::string printable(const std::string &text)
 {
     std::string result = text;
     for (size_t i = 0; i < result.size(); ++i) {
         const auto byte = static_cast<unsigned char>(result[i]);
         const bool is_c1 = (byte & 0xE0u) == 0x80 && i > 0 && text[i - 1] == '\xC2'; // in UTF-8
-        if ((byte < 0x20 && byte != '\n' && byte != '\t') || byte == 0x7F || is_c1)
+        if (byte < 0x20 || byte == 0x7F || is_c1)
             result[i] = '?';
         if (is_c1) // otherwise half a character would remain
             result[i - 1] = '?';
@@ -78,6 +90,12 @@ void note(const std::string &text)
 {
     clear_line();
     std::fprintf(stderr, "ezossl: %s\n", printable(text).c_str());
+}
+
+bool is_dumb_terminal()
+{
+    const char *const terminal = std::getenv("TERM");
+    return terminal == nullptr || std::strcmp(terminal, "dumb") == 0;
 }
 
 void show_line(const std::string &text)

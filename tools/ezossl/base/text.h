@@ -21,11 +21,18 @@ std::string rough_time(double seconds);
 constexpr size_t kTextWidth = 79;
 std::string wrapped(const std::string &text, size_t indent);
 
-// Replaces characters that control a terminal by ?, such as an escape sequence in a file name.
+// A word of a command to copy: in quotes if the shell would take it for something else.
+std::string shell_word(const std::string &text);
+
+// Replaces characters that control a terminal by ?, such as an escape sequence or a line break in a
+// file name.
 std::string printable(const std::string &text);
 
 // Prints a line on standard error, with the program's name before it. The program continues.
 void note(const std::string &text);
+
+// Whether the terminal understands no control sequences.
+bool is_dumb_terminal();
 
 // Shows text on the terminal that standard error is, in place of the text it showed before, until
 // clear_line() or the next note.

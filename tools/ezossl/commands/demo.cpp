@@ -164,7 +164,8 @@ void demo(const std::string &address, DataOutput &output)
     output.finish();
     if (!broadcast)
         return;
-    note("the source keeps moving in the browser until Ctrl-C");
+    if (interrupts() == 0)
+        note("the source keeps moving in the browser until Ctrl-C");
     while (interrupts() == 0)
         broadcast->add(source.next());
     broadcast->end();

@@ -141,6 +141,7 @@ RunCommand add_live(CLI::App &parser)
     parser
         .add_option("--record", options->recording,
                     "Also record all channels of the device to this WAV or .flac file")
+        ->check(file_name())
         ->type_name("FILE.wav");
     return [options](DataOutput &output) { live(*options, output); };
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,15 +71,35 @@ void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::
     }
 }
 
+bool is_octal(const std::string &text)
+{
+    const size_t first = text.find_first_not_of("+-");
+    return first < text.size() && text[first] == '0' &&
+           text.find_first_not_of("0123456789", first) == std::string::npos &&
+           text.size() > first + 1;
+}
+
 CLI::Validator limits(double low, double high, const std::string &unit)
 {
     const auto check = [low, high, unit](const std::string &text) {
         double value = 0.0;
+        if (is_octal(text))
+            return text + " would be octal; omit the zero at its beginning";
         if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high)
             return std::string();
         std::ostringstream message;
-        message << text << " is not within " << low << " ... " << high << ' ' << unit;
+        message.precision(std::numeric_limits<uint32_t>::digits10 + 1); // the longest limit
+        message << text << " is not within " << low << " ... " << high
+                << (unit.empty() ? "" : ' ' + unit);
         return message.str();
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator file_name()
+{
+    const auto check = [](const std::string &text) {
+        return std::string(text.empty() ? "the name of the file is empty" : "");
     };
     return CLI::Validator(check, "");
 }

@@ -26,8 +26,14 @@ void add_channels_option(CLI::App &parser, ChannelChoice &choice);
 // Refuses an output that would overwrite an input.
 void keep_inputs(const std::vector<std::string> &inputs, const std::vector<std::string> &outputs);
 
-// Refuses a number outside low ... high and says so with the unit.
+// Whether the parser would take a whole number for octal.
+bool is_octal(const std::string &text);
+
+// Refuses a number outside low ... high and says so with the unit, if there is one.
 CLI::Validator limits(double low, double high, const std::string &unit);
+
+// Refuses the empty name of a file, which an unset variable of a script can be.
+CLI::Validator file_name();
 
 // Refuses a rate that the library does not take.
 CLI::Validator supported_rate();

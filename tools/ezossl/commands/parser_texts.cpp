@@ -106,8 +106,9 @@ std::string describe_usage_error(const CLI::App *app, const CLI::Error &error)
 {
     const std::vector<CLI::App *> parsed = app->get_subcommands();
     const std::string command = parsed.empty() ? "" : ' ' + parsed.front()->get_name();
-    return "ezossl: " + sentence_of(*app, error) + "\nFor the options see: ezossl" + command +
-           " --help\n";
+    // The sentence repeats what the user wrote, which may hold control characters.
+    return "ezossl: " + printable(sentence_of(*app, error)) + "\nFor the options see: ezossl" +
+           command + " --help\n";
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -222,6 +223,7 @@ void add_source_options(CLI::App &parser, SimulateArguments &options)
     parser
         .add_option("-i,--input", options.input,
                     "Sound of the source, the first channel of this file (default: white noise)")
+        ->check(file_name())
         ->type_name("FILE");
     parser
         .add_option("-d,--duration", options.seconds,
@@ -245,6 +247,7 @@ void add_source_options(CLI::App &parser, SimulateArguments &options)
         ->type_name("DB")
         ->capture_default_str();
     parser.add_option("--seed", options.seed, "Seed of the noise; each seed gives different noise")
+        ->check(limits(0, std::numeric_limits<uint32_t>::max(), ""))
         ->type_name("NUMBER")
         ->capture_default_str();
 }
@@ -295,6 +298,7 @@ RunCommand add_simulate(CLI::App &parser)
     parser
         .add_option("-o,--output", options->output,
                     "16-bit WAV or .flac file to write; - is standard output")
+        ->check(file_name())
         ->type_name("FILE")
         ->required();
     auto *const truth =
@@ -302,6 +306,7 @@ RunCommand add_simulate(CLI::App &parser)
             .add_option("--truth", options->truth,
                         "CSV file for the true angles (default: the output's name with .truth.csv; "
                         "none for a pipe or a device)")
+            ->check(file_name())
             ->type_name("FILE");
     parser.add_flag("--no-truth", options->no_truth, "Do not write the true angles")
         ->excludes(truth);

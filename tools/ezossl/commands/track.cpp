@@ -3,6 +3,7 @@
 // constant memory.
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 
@@ -53,6 +54,8 @@ void feed(FrameSource &source, TrackingRun &run, bool has_progress)
 {
     const char *const name = source.stream().name().c_str();
     const int64_t samples = source.read_pairs();
+    if (samples == 0 && source.start() > 0.0)
+        throw Failure(format_text("%s: ends at --start %g s", name, source.start()));
     if (samples == 0)
         throw Failure(format_text("%s: holds no samples; record it again", name));
     throw Failure(format_text("%s: %lld samples are shorter than one block of %d%s", name,
@@ -160,7 +163,9 @@ void track(const TrackArguments &options, DataOutput &output)
     options.tracking.warn();
     watch_for_interrupts();
     const bool is_flushed = has_pipe(options.inputs) || options.tracking.report.realtime;
-    if (options.inputs.size() == 1 || is_flushed)
+    // The library's dump is one file, whatever process writes it.
+    const bool has_dump = std::getenv("AUDIO_SSL_DUMP") != nullptr;
+    if (options.inputs.size() == 1 || is_flushed || has_dump)
         track_in_turn(options, output, is_flushed);
     else
         track_in_parallel(options, output);

@@ -5,6 +5,7 @@
 #include "commands/tracking_options.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <filesystem>
 #include <iterator>
@@ -32,6 +33,22 @@ std::string format_help()
     return text;
 }
 
+// The parser itself would take 5.5 for 5 and "true" for 1.
+CLI::Validator degrees()
+{
+    const auto check = [](const std::string &text) {
+        int value = 0;
+        const char *const end = text.data() + text.size();
+        const bool is_whole =
+            !is_octal(text) && std::from_chars(text.data(), end, value).ptr == end;
+        return is_whole && value >= 1 && value <= kMostDegrees
+                   ? std::string()
+                   : format_text("'%s' is not a whole number of degrees from 1 to %d", text.c_str(),
+                                 kMostDegrees);
+    };
+    return CLI::Validator(check, "");
+}
+
 } // namespace
 
 void TrackingOptions::add_to(CLI::App &parser)
@@ -56,7 +73,7 @@ void add_gate_option(CLI::App &parser, std::optional<int> &gate_db)
             return;
         }
         int level = 0;
-        if (!CLI::detail::lexical_cast(text, level) || level < -80 || level > 0)
+        if (is_octal(text) || !CLI::detail::lexical_cast(text, level) || level < -80 || level > 0)
             throw CLI::ValidationError("--gate", "'" + text +
                                                      "' is neither auto nor a whole number of dB "
                                                      "from -80 to 0");
@@ -135,16 +152,20 @@ void TrackingOptions::add_output_options(CLI::App &parser)
                 report.output = is_standard_output(name) ? "" : name;
             },
             "Write to this file, which appears once it is complete; - is standard output")
+        ->check(file_name())
         ->type_name("FILE");
     parser.add_flag("--per-frame", report.per_frame,
                     "Also print the delay of every frame, in samples");
-    parser.add_flag(
-        "--on-change{10}", report.on_change,
-        "Print only blocks whose angle differs from the last one printed by DEG (10) or "
-        "more: --on-change [DEG]");
+    parser
+        .add_flag("--on-change{10}", report.on_change,
+                  "Print only blocks whose angle differs from the last one printed by DEG (10) or "
+                  "more: --on-change [DEG]")
+        ->check(degrees());
     parser.add_option("--plot", report.plot, "Draw angle and level over time")
+        ->check(file_name())
         ->type_name("FILE.svg");
     parser.add_option("--histogram", report.histogram, "Draw how often each angle was found")
+        ->check(file_name())
         ->type_name("FILE.svg");
     add_serve_option(parser, serve);
     parser.add_flag("--realtime", report.realtime, "Output no faster than real time");
@@ -154,8 +175,6 @@ void TrackingOptions::add_output_options(CLI::App &parser)
 
 void TrackingOptions::check(const std::vector<std::string> &inputs) const
 {
-    if (report.on_change < 0 || report.on_change > kMostDegrees)
-        throw UsageFailure("--on-change takes 1 ... " + std::to_string(kMostDegrees) + " degrees");
     if (std::count(inputs.begin(), inputs.end(), "-") > 1)
         throw UsageFailure("- can be given only once, as standard input can be read only once");
     if (inputs.size() > 1 && !(report.plot.empty() && report.histogram.empty()))

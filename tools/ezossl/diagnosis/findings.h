@@ -76,9 +76,9 @@ inline constexpr FindingKind kEmptyBand = {true, false, "empty upper band",
 inline constexpr FindingKind kNarrowBand = {false, false, "narrow band",
     "the sound was recorded at a lower rate, and is analysed at that rate",
     "record at 16000 Hz or more if you can: angles get finer"};
-inline constexpr FindingKind kContradiction = {true, true, "contradiction",
-    "the directions do not fit the lag between the channels",
-    "try a lower rate with -r, and record without any processing"};
+inline constexpr FindingKind kContradiction = {false, true, "contradiction",
+    "the directions do not fit the lag between the channels, because of echoes or processing",
+    "record nearer to the source and without any processing, or try a lower rate with -r"};
 inline constexpr FindingKind kBeyondDirections = {true, true, "contradiction",
     "the stated spacing has no direction for the lag between the channels",
     "measure the spacing, and state it with -s"};

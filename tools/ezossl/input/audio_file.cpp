@@ -59,6 +59,8 @@ Descriptor open_file(const std::string &path)
     if (std::filesystem::is_directory(path, ignored))
         throw Failure(path + ": is a directory; give a sound file");
     Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!descriptor.is_open() && errno == EINTR) // while a pipe waits for its writer
+        end_if_interrupted();
     if (!descriptor.is_open() && errno == ENOENT)
         throw Failure(path + ": no such file");
     if (!descriptor.is_open())
@@ -189,8 +191,8 @@ std::string AudioReader::conversion() const
         return "convert it: ffmpeg -i FILE FILE.wav";
     const fs::path path(path_);
     const char *const ending = path.extension() == ".wav" ? ".new.wav" : ".wav";
-    return "convert it: ffmpeg -i " + path_ + ' ' +
-           fs::path(path).replace_extension(ending).string();
+    return "convert it: ffmpeg -i " + shell_word(path_) + ' ' +
+           shell_word(fs::path(path).replace_extension(ending).string());
 }
 
 // Reads samples without a header, from the current position.

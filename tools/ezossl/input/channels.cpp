@@ -46,7 +46,7 @@ Microphones parse_channels(const std::string &text)
 Microphones find_microphones(const ChannelChoice &choice, const std::string &input, int channels)
 {
     const std::string count = std::to_string(channels);
-    if (!choice.channels && channels == 1)
+    if (channels == 1)
         throw Failure(input + ": 1 channel; needs 2, one per microphone: record both");
     if (!choice.channels && channels != EZOSSL_MIC_COUNT)
         throw Failure(

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // csv_writer.cpp - blocks as comma-separated values, with one header line for all inputs.
 
+#include <utility>
+
 #include "base/text.h"
 #include "output/columns.h"
 
@@ -45,18 +47,21 @@ public:
 
     void write(const Block &block, const std::vector<int> &delays) override
     {
-        if (is_first_)
-            write_header();
-        is_first_ = false;
+        begin_once();
         std::string line = name_;
         for (const Column &column : columns_)
             line += ',' + std::visit(FieldText(), column.value({block, delays}));
         output_.print("%s\n", line.c_str());
     }
 
+    void end(const Summary & /*summary*/) override { begin_once(); }
+
 private:
-    void write_header()
+    // An input without a block still gives the header, but a refused one gives nothing.
+    void begin_once()
     {
+        if (std::exchange(has_begun_, true))
+            return;
         std::string line = kInputColumn;
         for (const Column &column : columns_)
             line += std::string(",") + column.name;
@@ -66,7 +71,7 @@ private:
     DataOutput &output_;
     std::vector<Column> columns_;
     std::string name_;
-    bool is_first_ = true;
+    bool has_begun_ = false;
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 
@@ -38,9 +39,7 @@ bool locale_is_utf8()
         const char *const value = std::getenv(name);
         if (value == nullptr || *value == '\0')
             continue;
-        const std::string locale = value;
-        return locale.find("UTF-8") != std::string::npos ||
-               locale.find("utf8") != std::string::npos;
+        return strcasestr(value, "UTF-8") != nullptr || strcasestr(value, "UTF8") != nullptr;
     }
     return false;
 }

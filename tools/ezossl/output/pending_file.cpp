@@ -108,8 +108,6 @@ bool is_stream(const std::string &name)
 PendingFile::PendingFile(const std::string &target, Appears appears, int standard_output)
     : target_(target), path_(behind_links(target))
 {
-    if (target.empty())
-        throw UsageFailure("the name of the file to write is empty");
     if (is_standard_output(target)) {
         target_ = "standard output";
         if (standard_output == kNoStandardOutput)
@@ -256,5 +254,7 @@ void PendingFile::fail() const
 {
     if (errno == EPIPE) // the reader has closed the pipe
         throw EndWith{128 + SIGPIPE};
+    if (errno == EINTR) // while a pipe waits for its reader
+        end_if_interrupted();
     throw WriteFailure(target_ + ": cannot be written: " + std::strerror(errno));
 }

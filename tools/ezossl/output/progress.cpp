@@ -16,7 +16,8 @@ constexpr std::chrono::milliseconds kInterval(200);
 } // namespace
 
 Progress::Progress(bool is_wanted)
-    : is_wanted_(is_wanted && isatty(STDERR_FILENO) != 0), next_(Clock::now() + kMoment)
+    : is_wanted_(is_wanted && isatty(STDERR_FILENO) != 0 && !is_dumb_terminal()),
+      next_(Clock::now() + kMoment)
 {
 }
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <thread>
 
 #include "base/failure.h"
@@ -21,10 +20,8 @@ namespace {
 bool wants_color(const ReportSettings &settings, const DataOutput &output)
 {
     const char *const no_color = std::getenv("NO_COLOR");
-    const char *const terminal = std::getenv("TERM");
     return output.is_terminal() && !settings.no_color &&
-           (no_color == nullptr || *no_color == '\0') && terminal != nullptr &&
-           std::strcmp(terminal, "dumb") != 0;
+           (no_color == nullptr || *no_color == '\0') && !is_dumb_terminal();
 }
 
 // The width that the table's other columns leave, as an odd number; 0 if it is too narrow.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -19,7 +20,7 @@ SoundWriter::SoundWriter(const std::string &path, int rate, int channels, Length
     : target_(path, PendingFile::Appears::whole, standard_output),
       update_after_(static_cast<size_t>(rate))
 {
-    const bool is_flac = std::filesystem::path(path).extension() == ".flac";
+    const bool is_flac = strcasecmp(std::filesystem::path(path).extension().c_str(), ".flac") == 0;
     keeps_header_ = !is_flac && length == Length::open;
     SF_INFO info{};
     info.samplerate = rate;

@@ -5,6 +5,7 @@
 
 #include "scene/room.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/failure.h"
@@ -162,9 +163,26 @@ Room::Room(const RoomSettings &settings, double spacing, double sound_speed, int
            const AtWork &at_work)
     : settings_(settings), spacing_(spacing), sound_speed_(sound_speed), rate_(rate)
 {
-    const EnergyMap energy(settings.size, source_at(0.0), middle_of_pair(), sound_speed,
+    check_pair();
+    Point ahead = place_at(0.0); // or as far as the room reaches
+    ahead[1] = std::min(ahead[1], settings.size[1] - kWallMargin);
+    const EnergyMap energy(settings.size, ahead, middle_of_pair(), sound_speed,
                            1.25 * settings.rt60, [&](double) { at_work(0.0); });
     reflection_ = find_reflection(energy, settings.rt60);
+}
+
+// Microphone 0 is nearer to a wall.
+void Room::check_pair() const
+{
+    if (middle_of_pair()[0] - 0.5 * spacing_ < kWallMargin)
+        throw UsageFailure(
+            format_text("microphones %g m apart would be outside the room of %gx%gx%g "
+                        "m, or too near a wall; enlarge --room",
+                        spacing_, settings_.size[0], settings_.size[1], settings_.size[2]));
+    if (settings_.distance < spacing_)
+        throw UsageFailure(format_text("at %g m the source is too near microphones %g m apart; "
+                                       "enlarge --distance",
+                                       settings_.distance, spacing_));
 }
 
 Point Room::middle_of_pair() const
@@ -176,11 +194,17 @@ Point Room::middle_of_pair() const
 }
 
 // Microphone 0, at the smaller x, is on the side of the positive angles.
+Point Room::place_at(double angle_deg) const
+{
+    Point place = middle_of_pair();
+    place[0] -= settings_.distance * std::sin(angle_deg * kPi / 180.0);
+    place[1] += settings_.distance * std::cos(angle_deg * kPi / 180.0);
+    return place;
+}
+
 Point Room::source_at(double angle_deg) const
 {
-    Point source = middle_of_pair();
-    source[0] -= settings_.distance * std::sin(angle_deg * kPi / 180.0);
-    source[1] += settings_.distance * std::cos(angle_deg * kPi / 180.0);
+    const Point source = place_at(angle_deg);
     for (size_t i = 0; i < 2; ++i) {
         if (source[i] >= kWallMargin && source[i] <= settings_.size[i] - kWallMargin)
             continue;

@@ -8,6 +8,7 @@
 
 #include "base/failure.h"
 #include "base/interrupt.h"
+#include "base/text.h"
 #include "input/audio_file.h"
 #include "input/pair_source.h"
 #include "scene/scene.h"
@@ -25,6 +26,10 @@ std::vector<float> read_source(const std::string &path, double seconds, int rate
     end_if_interrupted();
     if (source.empty() || active_rms(source, rate) == 0.0)
         throw Failure(path + ": holds no sound; a scene needs a source that can be heard");
+    const std::string remark =
+        pairs.is_at_limit() ? "" : pairs.stream().length_remark(pairs.position());
+    if (!remark.empty())
+        note(remark);
     return source;
 }
 

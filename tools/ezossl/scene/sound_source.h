@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// The first channel of a sound file at a rate in Hz, at most `seconds` of it. Failure if it is
-// silent.
+// The first channel of a sound file at a rate in Hz, at most `seconds` of it. Says so if the file
+// is truncated. Failure if it is silent.
 std::vector<float> read_source(const std::string &path, double seconds, int rate);
 
 // Repeats the samples, or cuts them, to this length.
