@@ -81,10 +81,10 @@ TEST_F(Track, TakesEveryInput)
 TEST_F(Track, KeepsOnlyWhatIsWhole)
 {
     const std::tuple<int, std::string, std::string, std::string> cases[] = {
-        {130, signal_when("ls o.*.part", "INT"), "whole.ogg --realtime",
-         "s; o was not written\nwhole.ogg: "},
+        {130, signal_when("ls o.*.part", "INT"), "whole.ogg --realtime --histogram h",
+         "s; o was not written; h was not written\nwhole.ogg: "},
         {130, "ln -s /dev/null o; " + signal_when("ls p.*.part >/dev/null && rm o", "INT"),
-         "whole.ogg --realtime --plot p", "s\nwhole.ogg: "},
+         "whole.ogg --realtime --plot p", "s; p was not written\nwhole.ogg: "},
         {130, signal_after("head -c 1099776 /dev/zero", "TERM"), "track - --raw --start 100 <sound",
          "interrupted at 1"}, // 16 or 17 s
         // While it waits for the reader of a pipe, which takes no more.

@@ -68,8 +68,11 @@ void feed(FrameSource &source, TrackingRun &run, bool has_progress)
                                   const Report &report)
 {
     std::string text = format_text("interrupted at %.1f s", seconds);
-    if (report.is_pending())
-        text += "; " + options.tracking.report.output + " was not written";
+    const ReportSettings &settings = options.tracking.report;
+    for (const std::string &name :
+         {report.is_pending() ? settings.output : std::string(), settings.plot, settings.histogram})
+        if (!name.empty())
+            text += "; " + name + " was not written";
     note(text);
     report.summarize();
     throw EndWith{kInterrupted};
