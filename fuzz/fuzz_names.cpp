@@ -118,7 +118,7 @@ void compare(const Block &block, const Text &text)
 void check_csv(const std::string &name, const std::vector<Block> &blocks)
 {
     const auto records = parse_csv(written(kOutputFormats[1], name, blocks));
-    require(records.size() == (blocks.empty() ? 0 : blocks.size() + 1), "a record per block");
+    require(records.size() == blocks.size() + 1, "a header and a record per block");
     for (size_t i = 1; i < records.size(); ++i) {
         require(records[i].size() == records[0].size(), "as many fields as columns");
         require(records[i][0] == name, "the name");
