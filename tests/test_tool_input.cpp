@@ -430,6 +430,7 @@ TEST_F(Tool, FilesThatAreNotWhatTheyAreTakenForAreRefused)
         {"many-channels", spoilt(22, "\1\4")},
         {"no-rate", spoilt(24, std::string(4, '\0'))},
         {"largest-rate", spoilt(24, "\xff\xff\xff\xff")},
+        {"fast-au", std::string(".snd\0\0\0\x18\0\0\0\4\0\0\0\3\0\x09\x27\xc0\0\0\0\2abcd", 28)},
         {"no-bits", spoilt(34, std::string(1, '\0'))},
         {"no-data", spoilt(36, "none")},
         {"no-header", wav.substr(0, 30)},
