@@ -191,7 +191,7 @@ def test_too_many_readers():
         # The end reaches all of them, at once.
         seconds, status = served.interrupt()
         assert status == 0 and seconds < AT_ONCE, (seconds, status)
-        assert ("keeps moving" in served.said()) == (" of 25 blocks" in served.printed())
+        assert "keeps moving" not in served.said() or " of 25 blocks" in served.printed()
         assert b'"summary"' in until_closed(readers[0].link)
         assert "lost" not in served.said(), served.said()
 

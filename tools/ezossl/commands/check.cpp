@@ -150,7 +150,7 @@ RunCommand add_check(CLI::App &parser)
     tracking.array.add_to(parser);
     parser
         .add_option("-g,--gate", options->gate_db, "Blocks at or below this level count as silence")
-        ->check(limits(-80, 0, "dB of full scale"))
+        ->check(whole_limits(-80, 0, "dB of full scale"))
         ->type_name("DBFS")
         ->capture_default_str();
     add_channels_option(parser, tracking.input.channels);

@@ -30,7 +30,7 @@ void ArrayOptions::add_to(CLI::App &parser)
         ->type_name("LENGTH")
         ->required();
     parser.add_option("-t,--temperature", temperature, "Air temperature in degrees Celsius")
-        ->check(limits(-40, 85, "degrees Celsius"))
+        ->check(whole_limits(-40, 85, "degrees Celsius"))
         ->capture_default_str();
 }
 
@@ -83,8 +83,6 @@ CLI::Validator limits(double low, double high, const std::string &unit)
 {
     const auto check = [low, high, unit](const std::string &text) {
         double value = 0.0;
-        if (is_octal(text))
-            return text + " would be octal; omit the zero at its beginning";
         if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high)
             return std::string();
         std::ostringstream message;
@@ -92,6 +90,15 @@ CLI::Validator limits(double low, double high, const std::string &unit)
         message << text << " is not within " << low << " ... " << high
                 << (unit.empty() ? "" : ' ' + unit);
         return message.str();
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator whole_limits(double low, double high, const std::string &unit)
+{
+    const auto check = [range = limits(low, high, unit)](const std::string &text) {
+        return is_octal(text) ? text + " would be octal; omit the zero at its beginning"
+                              : range(text);
     };
     return CLI::Validator(check, "");
 }

@@ -31,6 +31,8 @@ bool is_octal(const std::string &text);
 
 // Refuses a number outside low ... high and says so with the unit, if there is one.
 CLI::Validator limits(double low, double high, const std::string &unit);
+// The same for whole numbers. Refuses octal ones, too.
+CLI::Validator whole_limits(double low, double high, const std::string &unit);
 
 // Refuses the empty name of a file, which an unset variable of a script can be.
 CLI::Validator file_name();

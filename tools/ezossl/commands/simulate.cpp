@@ -247,7 +247,7 @@ void add_source_options(CLI::App &parser, SimulateArguments &options)
         ->type_name("DB")
         ->capture_default_str();
     parser.add_option("--seed", options.seed, "Seed of the noise; each seed gives different noise")
-        ->check(limits(0, std::numeric_limits<uint32_t>::max(), ""))
+        ->check(whole_limits(0, std::numeric_limits<uint32_t>::max(), ""))
         ->type_name("NUMBER")
         ->capture_default_str();
 }
@@ -279,8 +279,9 @@ void add_room_options(CLI::App &parser, SimulateArguments &options)
         ->capture_default_str()
         ->needs(room);
     parser
-        .add_option("--distance", options.distance,
-                    "Distance from the source to the microphones in the room")
+        .add_option(
+            "--distance", options.distance,
+            "Distance from the source to the microphones in the room, at least their spacing")
         ->check(limits(0.2, 10.0, "metres"))
         ->type_name("M")
         ->capture_default_str()

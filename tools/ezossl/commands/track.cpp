@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 
@@ -166,8 +167,9 @@ void track(const TrackArguments &options, DataOutput &output)
     options.tracking.warn();
     watch_for_interrupts();
     const bool is_flushed = has_pipe(options.inputs) || options.tracking.report.realtime;
-    // The library's dump is one file, whatever process writes it.
-    const bool has_dump = std::getenv("AUDIO_SSL_DUMP") != nullptr;
+    // All processes would write the same files of the library's dump.
+    const char *const dump = std::getenv("AUDIO_SSL_DUMP");
+    const bool has_dump = dump != nullptr && std::strcmp(dump, "1") == 0;
     if (options.inputs.size() == 1 || is_flushed || has_dump)
         track_in_turn(options, output, is_flushed);
     else
@@ -189,7 +191,7 @@ RunCommand add_track(CLI::App &parser)
     parser
         .add_option("-j,--jobs", options->jobs,
                     "Files at a time (default: one for each processor); the output is the same")
-        ->check(limits(1, kMostJobs, "jobs"))
+        ->check(whole_limits(1, kMostJobs, "jobs"))
         ->type_name("N");
     parser.add_option("--start", options->start, "Start at this second of the input")
         ->check(limits(0, kLongestSeconds, "seconds"))
@@ -200,14 +202,14 @@ RunCommand add_track(CLI::App &parser)
     CLI::Option *const raw = parser.add_flag(
         "--raw", options->raw, "The input has no header: 16-bit little-endian samples");
     parser.add_option("--raw-rate", options->raw_rate, "Sample rate of --raw input in Hz")
-        ->check(limits(1000, kHighestRawRate, "Hz"))
+        ->check(whole_limits(1000, kHighestRawRate, "Hz"))
         ->type_name("HZ")
         ->capture_default_str()
         ->needs(raw);
     parser
         .add_option("--raw-channels", options->raw_channels,
                     "Number of interleaved channels of --raw input")
-        ->check(limits(2, 64, "channels"))
+        ->check(whole_limits(2, 64, "channels"))
         ->capture_default_str()
         ->needs(raw);
     return [options](DataOutput &output) {

@@ -94,7 +94,7 @@ void TrackingOptions::add_block_options(CLI::App &parser)
             .add_option("-b,--block", block_frames,
                         "Frames of 128 samples in a block (default: as many as last 0.256 s; "
                         "32 with --raw-blocks)")
-            ->check(limits(1, kMostFrames, "frames"))
+            ->check(whole_limits(1, kMostFrames, "frames"))
             ->type_name("FRAMES");
     parser
         .add_option("--block-ms", block_ms,
@@ -130,7 +130,7 @@ void TrackingOptions::add_array_options(CLI::App &parser)
     parser
         .add_option("-G,--gain", gain_db,
                     "Amplify the input; samples beyond full scale wrap around")
-        ->check(limits(-120, 120, "dB"))
+        ->check(whole_limits(-120, 120, "dB"))
         ->type_name("DB")
         ->capture_default_str();
     add_choice(

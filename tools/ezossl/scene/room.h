@@ -29,7 +29,7 @@ public:
     // reverberation time. Measured in six rooms of 18 to 1800 m3 and 0.1 to 1 s: from -5 to -25 dB
     // the responses fall at a rate within 5 % of the stated one, and below that up to 10 % slower,
     // because echoes between the walls that are furthest apart last longest. Failure if the pair
-    // does not fit into the room, or the source could be at a microphone.
+    // does not fit into the room, or the source is nearer to it than its spacing.
     Room(const RoomSettings &settings, double spacing, double sound_speed, int rate,
          const AtWork &at_work);
 
