@@ -34,7 +34,8 @@ for file in "${@:4}"; do
     for symbol in __stack_chk_fail '__[a-z]*printf_chk'; do
         grep -qE " $symbol(@| |\$)" <<<"$symbols" || fail "$file: no $symbol"
     done
-    [[ $file == *.so* ]] || grep -qa '__n < this->size()' "$file" || fail "$file: no checked indexes"
+    [[ $file == *.so* ]] || grep -qa '__n < this->size()' "$file" ||
+        fail "$file: no checked indexes"
     # Some flags show only in the instructions.
     code=$("${OBJDUMP:-objdump}" -d --no-show-raw-insn "$file")
     machine=$(readelf -hW "$file" | sed -nE 's/.*Machine: +//p')

@@ -111,8 +111,8 @@ TEST_F(Track, KeepsOnlyWhatIsWhole)
         EXPECT_NE(file.path().extension(), ".part") << file;
 }
 
-// The tool has /dev/null open for good when it is about to handle interrupts. The first one may come
-// just before the pipe is opened.
+// The tool has /dev/null open for good when it is about to handle interrupts. The first one may
+// come just before the pipe is opened.
 TEST_F(Track, WaitsForTheOtherEndOfAPipeUntilAnInterrupt)
 {
     const std::string interrupts =
