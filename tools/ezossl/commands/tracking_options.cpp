@@ -33,20 +33,17 @@ std::string format_help()
     return text;
 }
 
-// The parser itself would take 5.5 for 5 and "true" for 1.
-CLI::Validator degrees()
+// 0 if the option is not given. The parser itself would take 5.5 for 5 and "true" for 1.
+int degrees_of(const std::string &text)
 {
-    const auto check = [](const std::string &text) {
-        int value = 0;
-        const char *const end = text.data() + text.size();
-        const bool is_whole =
-            !is_octal(text) && std::from_chars(text.data(), end, value).ptr == end;
-        return is_whole && value >= 1 && value <= kMostDegrees
-                   ? std::string()
-                   : format_text("'%s' is not a whole number of degrees from 1 to %d", text.c_str(),
-                                 kMostDegrees);
-    };
-    return CLI::Validator(check, "");
+    int value = 0;
+    const char *const end = text.data() + text.size();
+    const bool is_whole = !is_octal(text) && std::from_chars(text.data(), end, value).ptr == end;
+    if (!text.empty() && (!is_whole || value < 1 || value > kMostDegrees))
+        throw CLI::ValidationError("--on-change",
+                                   format_text("'%s' is not a whole number of degrees from 1 to %d",
+                                               text.c_str(), kMostDegrees));
+    return value;
 }
 
 } // namespace
@@ -156,11 +153,11 @@ void TrackingOptions::add_output_options(CLI::App &parser)
         ->type_name("FILE");
     parser.add_flag("--per-frame", report.per_frame,
                     "Also print the delay of every frame, in samples");
-    parser
-        .add_flag("--on-change{10}", report.on_change,
-                  "Print only blocks whose angle differs from the last one printed by DEG (10) or "
-                  "more: --on-change [DEG]")
-        ->check(degrees());
+    parser.add_flag(
+        "--on-change{10}", on_change,
+        "Print only blocks whose angle differs from the last one printed by DEG (10) or "
+        "more: --on-change [DEG]");
+    parser.parse_complete_callback([this] { report.on_change = degrees_of(on_change); });
     parser.add_option("--plot", report.plot, "Draw angle and level over time")
         ->check(file_name())
         ->type_name("FILE.svg");

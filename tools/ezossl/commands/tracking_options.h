@@ -28,7 +28,8 @@ struct TrackingOptions {
     bool raw_blocks = false; // the library's own blocks instead of smoothed ones
     int gain_db = 0;
     DelayMode mode = DelayMode::vote;
-    std::string serve; // where the dial is; empty for none
+    std::string serve;     // where the dial is; empty for none
+    std::string on_change; // as given; empty for none
 
     void add_to(CLI::App &parser);
     // Refuses options that contradict one another, such as an output that is also an input.
