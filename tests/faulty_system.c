@@ -4,7 +4,7 @@
  *
  *   json          an allocation of cJSON
  *   malloc        an allocation of any kind, from main() on
- *   read, fork, fsync, fchown
+ *   read, fork, fsync, fchown, rename
  *                 these functions
  *   sys, sys:N    any system call from main() on, or those with the number N, including those that
  *                 the C library makes by itself (on x86-64). FAIL_SIGNAL is sent before the call;
@@ -90,6 +90,12 @@ int fchown(int descriptor, uid_t owner, gid_t group)
 {
     NEXT(fchown);
     return fails("fchown") ? -1 : next(descriptor, owner, group);
+}
+
+int rename(const char *from, const char *to)
+{
+    NEXT(rename);
+    return fails("rename") ? -1 : next(from, to);
 }
 
 int clock_gettime(clockid_t clock, struct timespec *time)

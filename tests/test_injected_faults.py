@@ -149,7 +149,6 @@ def fault_of(run, clean, case, sent):
         return None  # too early or too late for a handler
     if sent and run.status == INTERRUPTED:
         return None if run.are_old else "is neither old nor new"
-    each_is_whole = all(file in (OLD, new) for file, new in zip(run.files, clean.files))
     if run.status == clean.status:
         if is_growing(case):  # ends early after a signal
             is_whole = sent or [*map(len, run.files)] == [*map(len, clean.files)]
@@ -161,7 +160,7 @@ def fault_of(run, clean, case, sent):
         return "has no message"
     if is_growing(case):
         return None
-    if not run.are_old and not (run.call == RENAME and each_is_whole):
+    if not run.are_old:
         return "is half-written"
     return None if is_part(run.out, case, clean.out) else "prints something else"
 

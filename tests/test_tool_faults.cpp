@@ -83,6 +83,23 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
     EXPECT_EQ(fs::status("kept").permissions(), fs::perms{02750});
 }
 
+// Of two outputs the second cannot get its name.
+TEST_F(Faults, OutputsAppearTogether)
+{
+    run("--help"); // for its files
+    const auto before = count_files();
+    EXPECT_EQ(run_with("rename", 2, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 1);
+    EXPECT_EQ(count_files(), before);
+    std::ofstream("o.wav") << "old";
+    EXPECT_EQ(run_with("rename", 1, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 1);
+    EXPECT_EQ(contents("err"), "ezossl: o.truth.csv: cannot be written: Input/output error\n");
+    EXPECT_EQ(contents("o.wav"), "old");
+    EXPECT_EQ(count_files(), before + 1);
+    EXPECT_EQ(run_with("rename", 0, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 0);
+    EXPECT_EQ(contents("o.wav").substr(0, 4), "RIFF");
+    EXPECT_EQ(count_files(), before + 2);
+}
+
 // Interrupted in the middle of a scene, or before its files appear.
 TEST_F(Faults, InterruptedScenesLeaveTheOldFiles)
 {

@@ -138,7 +138,6 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
                    << ',' << placement.at((row + 0.5) / rows) << '\n';
     }
     file.write(stream.str());
-    file.sync();
 }
 
 std::string describe(const SimulateArguments &options, const SceneSettings &settings,
@@ -199,9 +198,7 @@ void simulate(const SimulateArguments &options, const DataOutput &standard_outpu
     // Made before the files appear, because it may fail.
     const std::string description = describe(options, settings, seconds);
     end_if_interrupted(); // from here on an interrupt no longer stops the two files
-    output.finish();
-    if (truth)
-        truth->commit();
+    output.finish(truth ? std::vector<PendingFile *>{&*truth} : std::vector<PendingFile *>{});
     std::fputs(description.c_str(), stderr);
 }
 

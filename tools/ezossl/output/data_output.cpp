@@ -86,11 +86,12 @@ void DataOutput::flush()
         fail();
 }
 
-void DataOutput::finish()
+void DataOutput::finish(std::vector<PendingFile *> companions)
 {
     flush();
     if (pending_)
-        pending_->commit();
+        companions.insert(companions.begin(), &*pending_);
+    PendingFile::commit(companions);
 }
 
 int DataOutput::descriptor() const

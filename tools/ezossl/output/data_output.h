@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "output/pending_file.h"
 
@@ -34,7 +35,8 @@ public:
     void print(const char *format, ...) __attribute__((format(printf, 2, 3)));
     void write(const char *bytes, size_t count);
     void flush();
-    void finish();
+    // The companions appear with the file.
+    void finish(std::vector<PendingFile *> companions = {});
     // Whether the output is a file that appears only with finish().
     bool is_pending() const { return pending_ && !pending_->is_direct(); }
 

@@ -37,14 +37,10 @@ void Figures::draw(const InputInfo &input) const
         figure.file.write(figure.svg(blocks_, figure_title(input)));
 }
 
-void Figures::sync()
+std::vector<PendingFile *> Figures::files()
 {
+    std::vector<PendingFile *> files;
     for (Figure &figure : figures_)
-        figure.file.sync();
-}
-
-void Figures::commit()
-{
-    for (Figure &figure : figures_)
-        figure.file.commit();
+        files.push_back(&figure.file);
+    return files;
 }

@@ -21,9 +21,8 @@ public:
     void begin() { blocks_.clear(); }
     void add(const Block &block);
     void draw(const InputInfo &input) const;
-    // Writes them to the disk, and gives them their names; without this call there are none.
-    void sync();
-    void commit();
+    // To be committed; without that there are none.
+    std::vector<PendingFile *> files();
 
 private:
     struct Figure {

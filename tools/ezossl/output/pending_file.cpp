@@ -227,27 +227,66 @@ void PendingFile::write(const std::string &text) const
     }
 }
 
-void PendingFile::sync()
+void PendingFile::commit(const std::vector<PendingFile *> &files)
 {
-    // Some file systems cannot do this; then renaming must suffice.
-    if (!working_path_.empty() && !is_synced_ && fsync(descriptor()) != 0 && errno != EINVAL &&
-        errno != ENOSYS)
-        fail();
-    is_synced_ = true;
+    for (PendingFile *const file : files)
+        file->sync(); // so that after the first name appears, little else can fail
+    size_t done = 0;
+    try {
+        for (; done < files.size(); ++done)
+            files[done]->appear(done + 1 == files.size());
+    } catch (...) {
+        while (done > 0)
+            files[--done]->disappear();
+        throw;
+    }
+    for (PendingFile *const file : files)
+        file->settle();
 }
 
-void PendingFile::commit()
+void PendingFile::sync()
 {
-    if (working_path_.empty())
+    if (is_direct())
         return;
-    sync();
-    // Writing the folder puts the name on the disk. An error here is ignored: the file exists.
-    const Descriptor folder(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (std::rename(working_path_.c_str(), path_.c_str()) != 0)
+    // Some file systems cannot do this; then renaming must suffice.
+    if (fsync(descriptor()) != 0 && errno != EINVAL && errno != ENOSYS)
         fail();
-    working_path_.clear();
-    if (folder.is_open())
-        static_cast<void>(fsync(folder.get()));
+    folder_ = Descriptor(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+// If a file can fail after this one, it exchanges names with the file that it replaces, if there is
+// one, because that can be undone.
+void PendingFile::appear(bool is_last)
+{
+    if (is_direct())
+        return;
+    const bool is_exchanged = !is_last && renameat2(AT_FDCWD, working_path_.c_str(), AT_FDCWD,
+                                                    path_.c_str(), RENAME_EXCHANGE) == 0;
+    if (!is_exchanged && std::rename(working_path_.c_str(), path_.c_str()) != 0)
+        fail();
+}
+
+void PendingFile::disappear() const
+{
+    if (is_direct())
+        return;
+    const bool is_exchanged =
+        renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, working_path_.c_str(), RENAME_EXCHANGE) == 0;
+    const bool is_new = place_.file == 0;
+    if (!is_exchanged && is_new)
+        static_cast<void>(std::rename(path_.c_str(), working_path_.c_str()));
+}
+
+void PendingFile::settle()
+{
+    if (is_direct())
+        return;
+    // The replaced file, if names were exchanged; the destructor tries again.
+    if (unlink(working_path_.c_str()) == 0 || errno == ENOENT)
+        working_path_.clear();
+    // Puts the name on the disk. An error here is ignored: the file exists.
+    if (folder_.is_open())
+        static_cast<void>(fsync(folder_.get()));
 }
 
 void PendingFile::fail() const

@@ -5,6 +5,7 @@
 #define EZOSSL_TOOL_PENDING_FILE_H
 
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -48,10 +49,9 @@ public:
     // Writes the whole contents.
     void write(const std::string &text) const;
 
-    // Waits until the contents are on the disk. After that, commit() can hardly fail.
-    void sync();
-    // The target keeps its mode and, as far as the user may, its owner.
-    void commit();
+    // The target keeps its mode and, as far as the user may, its owner. Of several files all
+    // appear, or none; but what a file system without exchange of names has replaced stays so.
+    static void commit(const std::vector<PendingFile *> &files);
 
 private:
     // Identifies a file by its number if it exists, and otherwise by its name in a folder.
@@ -69,13 +69,17 @@ private:
     void open_itself(int flags);
     void open_beside();
     void claim();
+    void sync();
+    void appear(bool is_last);
+    void disappear() const;
+    void settle();
     [[noreturn]] void fail() const;
 
     std::string target_;
     std::string path_;         // the target, or where it leads as a symbolic link
     std::string working_path_; // empty for what is written to directly
     Descriptor descriptor_;
-    bool is_synced_ = false;
+    Descriptor folder_;
     Place place_{};
 };
 

@@ -137,7 +137,5 @@ void Report::summarize() const
 
 void Report::commit()
 {
-    figures_.sync(); // so that after the first name appears, little else can fail
-    output_.finish();
-    figures_.commit();
+    output_.finish(figures_.files());
 }

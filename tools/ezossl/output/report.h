@@ -43,7 +43,7 @@ public:
     void end(const SoundSummary &sound);
     // Prints the summary so far on standard error.
     void summarize() const;
-    // Makes the output files appear; without this call there are none.
+    // Makes the output files appear, all or none; without this call there are none.
     void commit();
 
     // Whether the blocks so far are lost without commit().

@@ -57,7 +57,7 @@ void SoundWriter::write(const int16_t *samples, size_t count)
     since_update_ = 0;
 }
 
-void SoundWriter::finish()
+void SoundWriter::finish(std::vector<PendingFile *> companions)
 {
     errno = 0;
     require(sf_close(file_.release()) == 0);
@@ -65,7 +65,8 @@ void SoundWriter::finish()
         return;
     if (memory_.is_open())
         pour();
-    target_.commit();
+    companions.insert(companions.begin(), &target_);
+    PendingFile::commit(companions);
 }
 
 bool SoundWriter::holds_sound() const

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/sound_file.h"
 #include "output/pending_file.h"
@@ -28,8 +29,9 @@ public:
 
     // Interleaved; `count` per channel.
     void write(const int16_t *samples, size_t count);
-    // After a failed write the file appears only if its beginning can be read.
-    void finish();
+    // After a failed write the file appears only if its beginning can be read. The companions
+    // appear with it.
+    void finish(std::vector<PendingFile *> companions = {});
 
 private:
     bool holds_sound() const;
