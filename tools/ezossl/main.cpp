@@ -65,31 +65,33 @@ void join_value(std::vector<std::string> &arguments, const OptionalValue &row)
     arguments.erase(option + 1);
 }
 
+bool is_command(const std::string &argument)
+{
+    return std::any_of(std::begin(kCommands), std::end(kCommands),
+                       [&argument](const Command &row) { return argument == row.name; });
+}
+
 // Only the tool's own flags may precede the command. Later arguments can be files or values that
 // have the name of a command.
-bool begins_with_command(const std::vector<std::string> &arguments)
+bool is_own_flag(const std::string &argument)
 {
-    const auto is_flag = [](const std::string &argument) {
-        return argument == "-v" || argument == "--verbose" || argument == "-h" ||
-               argument == "--help" || argument == "--version";
-    };
-    const auto first = std::find_if_not(arguments.begin(), arguments.end(), is_flag);
-    return first != arguments.end() &&
-           std::any_of(std::begin(kCommands), std::end(kCommands),
-                       [&first](const Command &command) { return *first == command.name; });
+    return argument == "-v" || argument == "--verbose" || argument == "-h" ||
+           argument == "--help" || argument == "--version";
 }
 
 // Adds the command if it was omitted, and refuses what is neither a command nor a file.
 void complete_command(std::vector<std::string> &arguments)
 {
-    if (!arguments.empty() && arguments.front() == "help") {
-        arguments.erase(arguments.begin());
-        arguments.emplace_back("--help");
+    auto first = std::find_if_not(arguments.begin(), arguments.end(), is_own_flag);
+    if (first != arguments.end() && *first == "help") {
+        *first = "--help";
+        std::rotate(first, first + 1, arguments.end()); // a command may follow
+        first = std::find_if_not(arguments.begin(), arguments.end(), is_own_flag);
     }
-    if (arguments.empty() || begins_with_command(arguments))
+    if (first == arguments.end() || is_command(*first))
         return;
-    if (arguments.front().rfind('-', 0) != 0 && !is_file_name(arguments.front()))
-        throw UsageFailure("'" + arguments.front() +
+    if (first->rfind('-', 0) != 0 && !is_file_name(*first))
+        throw UsageFailure("'" + *first +
                            "' is neither a command nor a file; for the commands see: "
                            "ezossl --help");
     else if (std::any_of(arguments.begin(), arguments.end(), is_file_name))

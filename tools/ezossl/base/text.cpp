@@ -62,8 +62,9 @@ std::string wrapped(const std::string &text, size_t indent)
     return result;
 }
 
-std::string shell_word(const std::string &text)
+std::string shell_word(const std::string &file)
 {
+    std::string text = file.rfind('-', 0) == 0 ? "./" + file : file; // not an option
     if (text.find_first_of(" \t\n!\"#$&'()*;<>?[\\]^`{|}~") == std::string::npos)
         return text;
     std::string word = "'";

@@ -21,8 +21,8 @@ std::string rough_time(double seconds);
 constexpr size_t kTextWidth = 79;
 std::string wrapped(const std::string &text, size_t indent);
 
-// A word of a command to copy: in quotes if the shell would take it for something else.
-std::string shell_word(const std::string &text);
+// A file name in a command to copy. Neither the shell nor the command takes it for something else.
+std::string shell_word(const std::string &file);
 
 // Replaces characters that control a terminal by ?, such as an escape sequence or a line break in a
 // file name.

@@ -128,7 +128,8 @@ void show_library_messages(bool show)
     if (!show)
         close(target);
     if (!is_done)
-        throw Failure(std::string("cannot keep messages apart: ") + std::strerror(error));
+        throw Failure(std::string("cannot redirect the messages of the library: ") +
+                      std::strerror(error));
 }
 
 void send_messages_to(int descriptor)

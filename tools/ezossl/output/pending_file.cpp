@@ -207,7 +207,7 @@ void PendingFile::claim()
               fs::path(path_).filename().string()};
     for (const PendingFile *const other : pending_files())
         if (place_.is_same(other->place_))
-            throw UsageFailure(target_ + ": is named for two outputs; give each its own");
+            throw UsageFailure(target_ + ": is the name of two outputs; give each its own");
 }
 
 Descriptor PendingFile::duplicate() const
