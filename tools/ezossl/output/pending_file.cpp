@@ -254,14 +254,13 @@ void PendingFile::sync()
     folder_ = Descriptor(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-// If a file can fail after this one, it exchanges names with the file that it replaces, if there is
-// one, because that can be undone.
+// If a file can fail after this one, it exchanges names with the file that it replaces, because that
+// can be undone.
 void PendingFile::appear(bool is_last)
 {
     if (is_direct())
         return;
-    const bool is_exchanged = !is_last && renameat2(AT_FDCWD, working_path_.c_str(), AT_FDCWD,
-                                                    path_.c_str(), RENAME_EXCHANGE) == 0;
+    const bool is_exchanged = !is_last && replaces_file() && exchange();
     if (!is_exchanged && std::rename(working_path_.c_str(), path_.c_str()) != 0)
         fail();
 }
@@ -270,11 +269,17 @@ void PendingFile::disappear() const
 {
     if (is_direct())
         return;
-    const bool is_exchanged =
-        renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, working_path_.c_str(), RENAME_EXCHANGE) == 0;
-    const bool is_new = place_.file == 0;
-    if (!is_exchanged && is_new)
+    if (replaces_file())
+        static_cast<void>(exchange()); // fails if appear() could not exchange
+    else
         static_cast<void>(std::rename(path_.c_str(), working_path_.c_str()));
+}
+
+// Some file systems cannot do this.
+bool PendingFile::exchange() const
+{
+    return renameat2(AT_FDCWD, working_path_.c_str(), AT_FDCWD, path_.c_str(), RENAME_EXCHANGE) ==
+           0;
 }
 
 void PendingFile::settle()

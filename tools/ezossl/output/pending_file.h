@@ -50,7 +50,8 @@ public:
     void write(const std::string &text) const;
 
     // The target keeps its mode and, as far as the user may, its owner. Of several files all
-    // appear, or none; but what a file system without exchange of names has replaced stays so.
+    // appear, or none. (If the file system cannot exchange names, a file that was replaced before
+    // another failed stays replaced.)
     static void commit(const std::vector<PendingFile *> &files);
 
 private:
@@ -65,6 +66,7 @@ private:
         bool is_same(const Place &other) const;
     };
 
+    bool replaces_file() const { return place_.file != 0; }
     Descriptor duplicate_of(int descriptor) const;
     void open_itself(int flags);
     void open_beside();
@@ -72,6 +74,7 @@ private:
     void sync();
     void appear(bool is_last);
     void disappear() const;
+    bool exchange() const;
     void settle();
     [[noreturn]] void fail() const;
 
