@@ -92,10 +92,10 @@ int fchown(int descriptor, uid_t owner, gid_t group)
     return fails("fchown") ? -1 : next(descriptor, owner, group);
 }
 
-int rename(const char *from, const char *to)
+int rename(const char *old_name, const char *new_name)
 {
     NEXT(rename);
-    return fails("rename") ? -1 : next(from, to);
+    return fails("rename") ? -1 : next(old_name, new_name);
 }
 
 int clock_gettime(clockid_t clock, struct timespec *time)

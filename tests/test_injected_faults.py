@@ -137,6 +137,18 @@ def is_part(out, case, whole):
     return out.splitlines() == [row for row in whole.splitlines() if row.split(b",")[0] in names]
 
 
+def keeps_its_beginning(run, clean):
+    """Whether live output has whole rows, and the recording the first samples that were captured.
+    What could not be opened is as it was."""
+    log, recording = run.files
+    rows = log.splitlines(True) if log != OLD else []
+    header = clean.files[0].splitlines(True)[0]
+    are_whole = all(row.count(b",") == header.count(b",") and row[-1:] == b"\n" for row in rows)
+    data = clean.files[1].index(b"data") + 8
+    return are_whole and (recording == OLD or (recording[:4] == b"RIFF" and
+                                               clean.files[1][data:].startswith(recording[data:])))
+
+
 def fault_of(run, clean, case, sent):
     """What is wrong with a run; None if nothing is."""
     if run.fault == "malloc" and os.path.basename(run.place).startswith(OF_OTHERS):
@@ -149,6 +161,8 @@ def fault_of(run, clean, case, sent):
         return None  # too early or too late for a handler
     if sent and run.status == INTERRUPTED:
         return None if run.are_old else "is neither old nor new"
+    if run.fault and "--record" in case[0] and not keeps_its_beginning(run, clean):
+        return "lacks the beginning"
     if run.status == clean.status:
         if is_growing(case):  # ends early after a signal
             is_whole = sent or [*map(len, run.files)] == [*map(len, clean.files)]

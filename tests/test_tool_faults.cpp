@@ -77,6 +77,7 @@ TEST_F(Faults, OutputsReplaceWhatTheyAreNamedForAndNothingElse)
               std::string::npos)
         << contents("err");
     EXPECT_EQ(contents("kept"), contents("expected"));
+    EXPECT_EQ(run_with("fsync", 1, EINVAL, "track x.wav -s 8.6 -b 1 -q -o kept"), 0);
     // A file that gets another owner would otherwise run with that owner's rights.
     fs::permissions("kept", fs::perms{06750});
     EXPECT_EQ(run_with("fchown", 1, EPERM, "track x.wav -s 8.6 -b 1 -q -o kept"), 0);
@@ -88,7 +89,7 @@ TEST_F(Faults, OutputsAppearTogether)
 {
     run("--help"); // for its files
     const auto before = count_files();
-    EXPECT_EQ(run_with("rename", 2, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 1);
+    EXPECT_EQ(run_with("rename", 1, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 1);
     EXPECT_EQ(count_files(), before);
     std::ofstream("o.wav") << "old";
     EXPECT_EQ(run_with("rename", 1, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 1);
@@ -97,6 +98,9 @@ TEST_F(Faults, OutputsAppearTogether)
     EXPECT_EQ(count_files(), before + 1);
     EXPECT_EQ(run_with("rename", 0, EIO, "simulate -a 0 -d 1 -s 5 -o o.wav"), 0);
     EXPECT_EQ(contents("o.wav").substr(0, 4), "RIFF");
+    EXPECT_EQ(count_files(), before + 2);
+    EXPECT_EQ(run_with("fsync", 1, EIO, "simulate -a 0 -d 1 -s 5 -o - --truth t.csv"), 1);
+    EXPECT_EQ(contents("out"), "");
     EXPECT_EQ(count_files(), before + 2);
 }
 

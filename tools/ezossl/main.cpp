@@ -56,13 +56,17 @@ struct OptionalValue {
 };
 constexpr OptionalValue kOptionalValues[] = {{"--on-change", is_number}, {"--serve", is_address}};
 
-void join_value(std::vector<std::string> &arguments, const OptionalValue &row)
+void join_values(std::vector<std::string> &arguments, const OptionalValue &row)
 {
-    const auto option = std::find(arguments.begin(), arguments.end(), row.option);
-    if (option == arguments.end() || option + 1 == arguments.end() || !row.is_value(*(option + 1)))
-        return;
-    *option += "=" + *(option + 1);
-    arguments.erase(option + 1);
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const auto next = arguments.begin() + static_cast<std::ptrdiff_t>(i) + 1;
+        if (arguments[i] == row.option && next != arguments.end() && row.is_value(*next)) {
+            arguments[i] += "=" + *next;
+            arguments.erase(next);
+        } else if (arguments[i] == std::string(row.option) + "=") {
+            throw UsageFailure(arguments[i] + " lacks its value; without = it has the usual one");
+        }
+    }
 }
 
 bool is_command(const std::string &argument)
@@ -71,22 +75,22 @@ bool is_command(const std::string &argument)
                        [&argument](const Command &row) { return argument == row.name; });
 }
 
-// Only the tool's own flags may precede the command. Later arguments can be files or values that
-// have the name of a command.
-bool is_own_flag(const std::string &argument)
+// The first argument other than a flag that may precede the command. Later ones can be files or
+// values that have the name of a command.
+std::vector<std::string>::iterator first_word(std::vector<std::string> &arguments)
 {
-    return argument == "-v" || argument == "--verbose" || argument == "-h" ||
-           argument == "--help" || argument == "--version";
+    return std::find_if(arguments.begin(), arguments.end(), [](const std::string &argument) {
+        return argument != "-v" && argument != "--verbose";
+    });
 }
 
 // Adds the command if it was omitted, and refuses what is neither a command nor a file.
 void complete_command(std::vector<std::string> &arguments)
 {
-    auto first = std::find_if_not(arguments.begin(), arguments.end(), is_own_flag);
-    if (first != arguments.end() && *first == "help") {
+    auto first = first_word(arguments);
+    while (first != arguments.end() && *first == "help") {
         *first = "--help";
         std::rotate(first, first + 1, arguments.end()); // a command may follow
-        first = std::find_if_not(arguments.begin(), arguments.end(), is_own_flag);
     }
     if (first == arguments.end() || is_command(*first))
         return;
@@ -103,7 +107,7 @@ std::vector<std::string> command_line(int argc, char **argv)
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
     complete_command(arguments);
     for (const OptionalValue &row : kOptionalValues)
-        join_value(arguments, row);
+        join_values(arguments, row);
     std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
     return arguments;
 }

@@ -64,7 +64,9 @@ std::string wrapped(const std::string &text, size_t indent)
 
 std::string shell_word(const std::string &file)
 {
-    std::string text = file.rfind('-', 0) == 0 ? "./" + file : file; // not an option
+    // "-x" could be an option, and "x:y" the protocol x.
+    const bool is_unclear = file.rfind('-', 0) == 0 || file.find(':') < file.find('/');
+    std::string text = is_unclear ? "./" + file : file;
     if (text.find_first_of(" \t\n!\"#$&'()*;<>?[\\]^`{|}~") == std::string::npos)
         return text;
     std::string word = "'";

@@ -138,6 +138,7 @@ void write_truth(PendingFile &file, const std::vector<Placement> &placements, do
                    << ',' << placement.at((row + 0.5) / rows) << '\n';
     }
     file.write(stream.str());
+    file.sync(); // before the scene goes into a pipe
 }
 
 std::string describe(const SimulateArguments &options, const SceneSettings &settings,

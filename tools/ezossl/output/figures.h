@@ -21,7 +21,7 @@ public:
     void begin() { blocks_.clear(); }
     void add(const Block &block);
     void draw(const InputInfo &input) const;
-    // To be committed; without that there are none.
+    // On the disk, to be committed; without that there are none.
     std::vector<PendingFile *> files();
 
 private:

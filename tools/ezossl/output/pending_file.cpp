@@ -230,7 +230,7 @@ void PendingFile::write(const std::string &text) const
 void PendingFile::commit(const std::vector<PendingFile *> &files)
 {
     for (PendingFile *const file : files)
-        file->sync(); // so that after the first name appears, little else can fail
+        file->sync();
     size_t done = 0;
     try {
         for (; done < files.size(); ++done)
@@ -246,40 +246,52 @@ void PendingFile::commit(const std::vector<PendingFile *> &files)
 
 void PendingFile::sync()
 {
-    if (is_direct())
+    if (is_direct() || is_synced_)
         return;
     // Some file systems cannot do this; then renaming must suffice.
     if (fsync(descriptor()) != 0 && errno != EINVAL && errno != ENOSYS)
         fail();
     folder_ = Descriptor(open(folder_of(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    is_synced_ = true;
 }
 
-// If a file can fail after this one, it exchanges names with the file that it replaces, because that
-// can be undone.
+// If another file can fail after this one, it gets its name in a way that can be undone, as far as
+// the file system allows.
 void PendingFile::appear(bool is_last)
 {
     if (is_direct())
         return;
-    const bool is_exchanged = !is_last && replaces_file() && exchange();
-    if (!is_exchanged && std::rename(working_path_.c_str(), path_.c_str()) != 0)
+    if (!is_last && exchange())
+        undo_ = Undo::exchange;
+    else if (!is_last && rename_to_target(RENAME_NOREPLACE))
+        undo_ = Undo::rename;
+    else if (std::rename(working_path_.c_str(), path_.c_str()) != 0)
         fail();
 }
 
-void PendingFile::disappear() const
+void PendingFile::disappear()
 {
-    if (is_direct())
-        return;
-    if (replaces_file())
-        static_cast<void>(exchange()); // fails if appear() could not exchange
-    else
+    if (undo_ == Undo::exchange)
+        static_cast<void>(rename_to_target(RENAME_EXCHANGE));
+    else if (undo_ == Undo::rename)
         static_cast<void>(std::rename(path_.c_str(), working_path_.c_str()));
 }
 
-// Some file systems cannot do this.
+bool PendingFile::rename_to_target(unsigned flags) const
+{
+    return renameat2(AT_FDCWD, working_path_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
+}
+
+// Exchanges names with the file that is replaced.
 bool PendingFile::exchange() const
 {
-    return renameat2(AT_FDCWD, working_path_.c_str(), AT_FDCWD, path_.c_str(), RENAME_EXCHANGE) ==
-           0;
+    if (!rename_to_target(RENAME_EXCHANGE))
+        return false;
+    struct stat replaced = {};
+    if (lstat(working_path_.c_str(), &replaced) == 0 && S_ISREG(replaced.st_mode))
+        return true;
+    static_cast<void>(rename_to_target(RENAME_EXCHANGE)); // it has become a folder
+    return false;
 }
 
 void PendingFile::settle()

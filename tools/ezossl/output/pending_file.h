@@ -49,9 +49,11 @@ public:
     // Writes the whole contents.
     void write(const std::string &text) const;
 
+    // Waits until the contents are on the disk. After that, commit() can hardly fail.
+    void sync();
     // The target keeps its mode and, as far as the user may, its owner. Of several files all
-    // appear, or none. (If the file system cannot exchange names, a file that was replaced before
-    // another failed stays replaced.)
+    // appear, or none. (If the file system cannot exchange names, a file that appeared before another
+    // one failed stays.)
     static void commit(const std::vector<PendingFile *> &files);
 
 private:
@@ -66,14 +68,13 @@ private:
         bool is_same(const Place &other) const;
     };
 
-    bool replaces_file() const { return place_.file != 0; }
     Descriptor duplicate_of(int descriptor) const;
     void open_itself(int flags);
     void open_beside();
     void claim();
-    void sync();
     void appear(bool is_last);
-    void disappear() const;
+    void disappear();
+    bool rename_to_target(unsigned flags) const;
     bool exchange() const;
     void settle();
     [[noreturn]] void fail() const;
@@ -83,6 +84,8 @@ private:
     std::string working_path_; // empty for what is written to directly
     Descriptor descriptor_;
     Descriptor folder_;
+    bool is_synced_ = false;
+    enum class Undo { nothing, rename, exchange } undo_ = Undo::nothing;
     Place place_{};
 };
 
