@@ -201,8 +201,9 @@ struct Stage {
         // The branches that no call of the interface reaches. The code is the number of pairs whose
         // microphones have the same position.
         if (name == "Cal_ArbitraryGeometry") {
+            // After the last microphone comes the position of the first, which must not count.
             const float positions[] = {std::stof(w.at(2)), std::stof(w.at(3)), std::stof(w.at(4)),
-                                       std::stof(w.at(5))};
+                                       std::stof(w.at(5)), std::stof(w.at(2)), std::stof(w.at(3))};
             Ssl_Cal_ArbitraryGeometry(ssl, positions);
             return ssl_coincident_microphones(positions);
         }
