@@ -64,7 +64,7 @@ void join_values(std::vector<std::string> &arguments, const OptionalValue &row)
             arguments[i] += "=" + *next;
             arguments.erase(next);
         } else if (arguments[i] == std::string(row.option) + "=") {
-            throw UsageFailure(arguments[i] + " lacks its value; without = it has the usual one");
+            throw UsageFailure(arguments[i] + " has no value; omit the = for the default");
         }
     }
 }

@@ -42,7 +42,5 @@ std::vector<PendingFile *> Figures::files()
     std::vector<PendingFile *> files;
     for (Figure &figure : figures_)
         files.push_back(&figure.file);
-    for (PendingFile *const file : files)
-        file->sync();
     return files;
 }

@@ -21,7 +21,7 @@ public:
     void begin() { blocks_.clear(); }
     void add(const Block &block);
     void draw(const InputInfo &input) const;
-    // On the disk, to be committed; without that there are none.
+    // To be committed; otherwise the figures do not appear.
     std::vector<PendingFile *> files();
 
 private:

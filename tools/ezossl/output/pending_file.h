@@ -52,8 +52,8 @@ public:
     // Waits until the contents are on the disk. After that, commit() can hardly fail.
     void sync();
     // The target keeps its mode and, as far as the user may, its owner. Of several files all
-    // appear, or none. (If the file system cannot exchange names, those that appeared before one
-    // failed may stay.)
+    // appear, or none. (On a file system that cannot exchange names, the first ones may stay
+    // although a later one fails.)
     static void commit(const std::vector<PendingFile *> &files);
 
 private:
